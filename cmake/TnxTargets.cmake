@@ -1,0 +1,34 @@
+# How every target of the project is compiled, and how a library is made of its objects.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  add_compile_options(-Wthread-safety -Wthread-safety-beta)
+endif()
+if(TNX_SANITIZE)
+  add_compile_options(-fsanitize=${TNX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TNX_SANITIZE})
+endif()
+
+# tnx_library(NAME VERSION_SCRIPT FILE): an OBJECT library NAME_objects, which folders add their
+# sources to and tests link, and the shared library NAME made of it.
+function(tnx_library name)
+  cmake_parse_arguments(ARG "" "VERSION_SCRIPT" "" ${ARGN})
+  add_library(${name}_objects OBJECT)
+  add_library(${name} SHARED)
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:${name}_objects>)
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINKER_LANGUAGE CXX LINK_DEPENDS ${ARG_VERSION_SCRIPT})
+  target_link_options(${name} PRIVATE
+    LINKER:--version-script=${ARG_VERSION_SCRIPT} $<$<NOT:$<BOOL:${TNX_SANITIZE}>>:LINKER:--no-undefined>)
+endfunction()

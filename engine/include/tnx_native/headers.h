@@ -1,0 +1,48 @@
+// The containers that a request and a response are made of: header fields, cookies, byte ranges.
+#ifndef TNX_NATIVE_HEADERS_H
+#define TNX_NATIVE_HEADERS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// From a field name to its values, in order. Response names are in lower case.
+using Headers = std::unordered_map<std::string, std::vector<std::string>>;
+
+// From a cookie name to its value.
+using RequestCookies = std::unordered_map<std::string, std::string>;
+
+// One byte range: a bound that is not there is open.
+struct ByteRange {
+    std::optional<int64_t> from;
+    std::optional<int64_t> to;
+};
+
+using TransferRange = std::vector<ByteRange>;
+
+// A cookie that a response set.
+struct ResponseCookie {
+    std::string name;
+    std::string value;
+    std::string domain;
+    std::string path;
+    std::string expires; // as received
+    std::optional<int64_t> maxAge;
+    std::optional<bool> secure;
+    std::optional<bool> httpOnly;
+    std::string sameSite;
+    int64_t expiryTime = 0; // seconds since 1970; 0: a session cookie, 1: expired
+    std::string raw;
+    std::unordered_map<std::string, std::string> attributes; // names in lower case
+};
+
+using ResponseCookies = std::vector<ResponseCookie>;
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

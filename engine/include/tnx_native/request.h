@@ -1,0 +1,60 @@
+// A request, ready to be sent.
+#ifndef TNX_NATIVE_REQUEST_H
+#define TNX_NATIVE_REQUEST_H
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "configuration.h"
+#include "content.h"
+#include "headers.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// Filled before it is fetched and read-only from then on, but for the canceled mark, which any
+// thread may set. Lives in a shared reference only.
+class Request : public std::enable_shared_from_this<Request>
+{
+public:
+    Request(std::string id, std::string url)
+        : id_(std::move(id))
+        , url_(std::move(url))
+    {
+    }
+
+    void SetMethod(const std::string &method) { method_ = method; }
+    void SetHeaders(const std::shared_ptr<Headers> &headers) { headers_ = headers; }
+    void SetRequestCookies(const RequestCookies &cookies) { cookies_ = cookies; }
+    void SetContent(const std::shared_ptr<RequestContent> &content) { content_ = content; }
+    void SetTransferRange(const TransferRange &range) { range_ = range; }
+    void SetConfiguration(const Configuration &configuration) { configuration_ = configuration; }
+    void SetCanceled(bool canceled) { canceled_.store(canceled, std::memory_order_release); }
+
+    const std::string &GetId() const { return id_; }
+    const std::string &GetUrl() const { return url_; }
+    const std::string &GetMethod() const { return method_; }
+    const std::shared_ptr<Headers> &GetHeaders() const { return headers_; }
+    const RequestCookies &GetRequestCookies() const { return cookies_; }
+    const std::shared_ptr<RequestContent> &GetContent() const { return content_; }
+    const TransferRange &GetTransferRange() const { return range_; }
+    const Configuration &GetConfiguration() const { return configuration_; }
+    bool IsCanceled() const { return canceled_.load(std::memory_order_acquire); }
+
+private:
+    const std::string id_;
+    const std::string url_;
+    std::string method_ = "GET";
+    std::shared_ptr<Headers> headers_;
+    RequestCookies cookies_;
+    std::shared_ptr<RequestContent> content_;
+    TransferRange range_;
+    Configuration configuration_;
+    std::atomic<bool> canceled_ = false;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,76 @@
+// What came back for a request.
+#ifndef TNX_NATIVE_RESPONSE_H
+#define TNX_NATIVE_RESPONSE_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "headers.h"
+#include "request.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+struct DebugInfo {
+    uint32_t type; // a DebugKind
+    std::string text;
+};
+
+// When each phase was over, in microseconds since the request left the queue; 0 where it did not
+// happen.
+struct TimeInfo {
+    int64_t nameLookup = 0;
+    int64_t connect = 0;
+    int64_t tls = 0;
+    int64_t firstSend = 0;
+    double firstReceive = 0;
+    int64_t startedAt = 0; // microseconds since 1970
+    double total = 0;
+    int64_t redirect = 0; // the hops that were followed, together
+    int64_t queue = 0;    // the wait before time 0
+};
+
+// Filled by the engine before the completion runs and read-only from then on.
+class Response
+{
+public:
+    explicit Response(std::shared_ptr<Request> request)
+        : request_(std::move(request))
+    {
+    }
+
+    const std::shared_ptr<Request> &GetRequest() const { return request_; }
+    const std::string &GetEffectiveUrl() const { return effectiveUrl_; }
+    int32_t GetStatusCode() const { return statusCode_; }
+    const std::shared_ptr<Headers> &GetHeaders() const { return headers_; } // never empty
+    const std::string &GetBody() const { return body_; }
+    const std::vector<DebugInfo> &GetDebugInfo() const { return debugInfo_; }
+    const std::optional<TimeInfo> &GetTimeInfo() const { return timeInfo_; }
+    const ResponseCookies &GetCookie() const { return cookies_; }
+
+    void SetEffectiveUrl(std::string url) { effectiveUrl_ = std::move(url); }
+    void SetStatusCode(int32_t code) { statusCode_ = code; }
+    void SetHeaders(std::shared_ptr<Headers> headers) { headers_ = std::move(headers); }
+    void SetTimeInfo(const TimeInfo &times) { timeInfo_ = times; }
+    std::string &MutableBody() { return body_; }
+    std::vector<DebugInfo> &MutableDebugInfo() { return debugInfo_; }
+    ResponseCookies &MutableCookies() { return cookies_; }
+
+private:
+    std::shared_ptr<Request> request_;
+    std::string effectiveUrl_;
+    int32_t statusCode_ = 0;
+    std::shared_ptr<Headers> headers_ = std::make_shared<Headers>();
+    std::string body_;
+    std::vector<DebugInfo> debugInfo_;
+    std::optional<TimeInfo> timeInfo_;
+    ResponseCookies cookies_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,81 @@
+// Sessions of the engine, and the factory that makes them.
+#ifndef TNX_NATIVE_SESSION_H
+#define TNX_NATIVE_SESSION_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "configuration.h"
+#include "request.h"
+#include "response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+inline constexpr uint32_t ERR_TRANSFER_BASE = 1007900000;
+inline constexpr uint32_t ERR_REQUEST_CANCELED = 1007900992;
+inline constexpr uint32_t ERR_SESSION_CLOSED = 1007900993;
+
+// Takes the outcome of a fetch. (empty, ERR_REQUEST_CANCELED) tells of a cancel and of nothing
+// else; every other outcome has a response.
+using ResponseCallback =
+    std::function<void(const std::shared_ptr<Response> &response, uint32_t errorCode)>;
+
+// Thread-safe. Every operation may be called from any thread and from inside any callback.
+class Session
+{
+public:
+    virtual ~Session() = default;
+
+    virtual const std::string &GetId() const = 0;
+
+    // Starts a request. Never calls the completion before it returns; calls it exactly once unless
+    // the session is closed first.
+    virtual void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) = 0;
+
+    // Performs a request on the calling thread.
+    virtual std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
+                                                uint32_t *errorCode) = 0;
+
+    // Marks the request, wakes the engine and returns: it waits for nothing and completes nothing
+    // by itself, so it may be called with a lock held.
+    virtual void CancelRequest(const std::shared_ptr<Request> &request) = 0;
+
+    // Cancels all that is in flight, synchronous fetches too, then calls the session's canceled
+    // callback on this thread.
+    virtual void CancelAll() = 0;
+
+    // Refuses new work, drops what runs without completing it, and waits for callbacks that are
+    // running, except those on its own call stack. Then calls the session's closed callback.
+    virtual void Close() = 0;
+};
+
+class SessionFactory
+{
+public:
+    virtual ~SessionFactory() = default;
+    virtual std::shared_ptr<Session>
+    CreateSession(const std::shared_ptr<SessionConfiguration> &configuration) = 0;
+};
+
+// Runs a task on a thread of its choice, in any order, soon.
+using TaskRunner = std::function<void(std::function<void()> task)>;
+
+// Makes sessions on libcurl. Callbacks run through the task runner, or on threads of the engine's
+// own where it is empty. A session that could not be set up answers every fetch with why.
+class DefaultSessionFactory : public SessionFactory
+{
+public:
+    explicit DefaultSessionFactory(TaskRunner runner = {});
+    std::shared_ptr<Session>
+    CreateSession(const std::shared_ptr<SessionConfiguration> &configuration) override;
+
+private:
+    TaskRunner runner_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif
