@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
 
 namespace OHOS::Pelloria::Platform
 {

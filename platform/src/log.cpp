@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <unistd.h>
+#include <utility>
 
 namespace OHOS::Pelloria::Platform
 {

@@ -1,0 +1,84 @@
+// The request record and its identifiers.
+#include "common/c_ptr.h"
+#include "common/log.h"
+#include "tnx_platform/bounded.h"
+
+#include <atomic>
+#include <cstring>
+#include <utility>
+
+namespace OHOS::Pelloria::TnxC
+{
+namespace
+{
+
+// Unique as long as the process lives: a number is never given twice, also when creation fails.
+constinit std::atomic<unsigned long> g_nextId{0};
+
+void FreeRequest(Tnx_Request *request) noexcept
+{
+    std::free(std::exchange(request->url, nullptr));
+    std::free(request->onDataRecvCallback);
+    std::free(request);
+}
+
+Tnx_Request *CreateRequest(const char *url)
+{
+    std::unique_ptr<Tnx_Request, DestroyWith<&FreeRequest>> request(
+        AllocateRecord<Tnx_Request>().release());
+    if (request == nullptr) {
+        TNX_LOGE("failed to alloc memory for request");
+        return nullptr;
+    }
+    request->onDataRecvCallback = AllocateRecord<Tnx_DataRecvCallbackObject>().release();
+    if (request->onDataRecvCallback == nullptr) {
+        return nullptr;
+    }
+    request->url = strdup(url);
+    if (request->url == nullptr) {
+        return nullptr;
+    }
+    request->method = "GET";
+    if (sprintf_s(request->id, sizeof(request->id), "%lu", g_nextId.fetch_add(1)) < 0) {
+        TNX_LOGE("failed to assign request id");
+        return nullptr;
+    }
+    TNX_LOGD("create reqeust %{public}s", request->id);
+    return request.release();
+}
+
+} // namespace
+} // namespace OHOS::Pelloria::TnxC
+
+using namespace OHOS::Pelloria::TnxC;
+
+Tnx_Request *OVX_Tnx_CreateRequest(const char *url) noexcept
+{
+    if (url == nullptr) {
+        TNX_LOGE("create request failed: invalid url");
+        return nullptr;
+    }
+    return CreateRequest(url);
+}
+
+void OVX_Tnx_DestroyRequest(Tnx_Request *request) noexcept
+{
+    if (request == nullptr) {
+        return;
+    }
+    TNX_LOGD("destroy request %{public}s", request->id);
+    FreeRequest(request);
+}
+
+uint32_t OVX_Tnx_SetRequestOnBinaryDataRecvCallback(Tnx_Request *request,
+                                                    Tnx_OnBinaryDataRecvCallback callback,
+                                                    void *usrCtx) noexcept
+{
+    if (request == nullptr || request->onDataRecvCallback == nullptr) {
+        return TNX_ERR_PARAMETER;
+    }
+    if (callback != nullptr) {
+        *request->onDataRecvCallback = {callback, usrCtx};
+    }
+    return TNX_OK;
+}
