@@ -1,0 +1,220 @@
+// Routes that misbehave: slow, cut, damaged, endless, early.
+#include "routes_faults.h"
+
+#include <algorithm>
+
+#include "bodies.h"
+#include "reply.h"
+
+namespace OHOS::Pelloria::TnxTest
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+// Between the last byte and a reset, so that the peer sees the byte first.
+constexpr milliseconds BEFORE_RESET{30};
+
+milliseconds Pause(const Visit &visit)
+{
+    return milliseconds(visit.query.Number("ms", 100));
+}
+
+// /reset: a reset before any byte; with after=100 in the middle of a body, after 100 bytes of it.
+void Reset(const Visit &visit, Script &script)
+{
+    if (!visit.query.Text("after").empty()) {
+        const uint64_t sent = visit.query.Number("after");
+        script.Send(ReplyHead(visit, 200, {LengthLine(sent + 1000)}) + Pattern(sent));
+        script.Sleep(BEFORE_RESET);
+    }
+    script.Reset();
+}
+
+// /close: the end of the connection in place of an answer.
+void Close(const Visit &, Script &script)
+{
+    script.Close();
+}
+
+// /stall?ms=500: a pause before the answer; with after=100 and n=1000 in the middle of the body.
+void Stall(const Visit &visit, Script &script)
+{
+    const uint64_t length = visit.query.Number("n", 2);
+    const uint64_t before = std::min(length, visit.query.Number("after"));
+    if (visit.query.Text("after").empty()) {
+        script.Sleep(Pause(visit));
+    }
+    script.Send(ReplyHead(visit, 200, {LengthLine(length)}) + Pattern(before));
+    if (!visit.query.Text("after").empty()) {
+        script.Sleep(Pause(visit));
+    }
+    script.Send(Pattern(length - before, before));
+}
+
+// /drip?n=10&ms=100&size=1: n pieces of the body, a pause after each.
+void Drip(const Visit &visit, Script &script)
+{
+    const uint64_t pieces = visit.query.Number("n", 10);
+    const uint64_t size = visit.query.Number("size", 1);
+    script.Send(ReplyHead(visit, 200, {LengthLine(pieces * size)}));
+    for (uint64_t i = 0; i < pieces; ++i) {
+        script.Send(Pattern(size, i * size));
+        script.Sleep(Pause(visit));
+    }
+}
+
+// /truncate?n=10&of=100: n bytes of a body that was to have more; with chunked=1 of a chunk.
+void Truncate(const Visit &visit, Script &script)
+{
+    const std::string whole = visit.query.Text("of", "100");
+    if (visit.query.Number("chunked") > 0) {
+        script.Send(ReplyHead(visit, 200, {"Transfer-Encoding: chunked"}) + "fff\r\n");
+    } else {
+        script.Send(ReplyHead(visit, 200, {"Content-Length: " + whole}));
+    }
+    script.Send(Pattern(visit.query.Number("n", 10)));
+    script.Close();
+}
+
+// /until-close?n=10: a body that ends with the connection.
+void UntilClose(const Visit &visit, Script &script)
+{
+    script.Send(ReplyHead(visit, 200, {"Connection: close"}));
+    SendPattern(script, visit.query.Number("n", 10));
+    script.Close();
+}
+
+// /garbage: bytes that are no HTTP.
+void Garbage(const Visit &, Script &script)
+{
+    script.Send("\x16\x03 this is not a status line\r\n\r\n");
+    script.Close();
+}
+
+// /bad-chunk: a chunk size that is no number.
+void BadChunk(const Visit &visit, Script &script)
+{
+    script.Send(ReplyHead(visit, 200, {"Transfer-Encoding: chunked"}) + "5\r\nabcde\r\nzz\r\n");
+    script.Close();
+}
+
+// /endless-header: header lines without end.
+void EndlessHeader(const Visit &, Script &script)
+{
+    script.Send("HTTP/1.1 200 OK\r\n");
+    script.Repeat(std::make_shared<const std::string>("X-More: " + Pattern(1000) + "\r\n"),
+                  UINT64_MAX);
+}
+
+// /endless: a body without end.
+void Endless(const Visit &visit, Script &script)
+{
+    script.Send(ReplyHead(visit, 200, {}));
+    SendPattern(script, UINT64_MAX);
+}
+
+// /bomb?n=3000000000: n zero bytes, compressed to a thousandth.
+void Bomb(const Visit &visit, Script &script)
+{
+    script.Send(ReplyHead(visit, 200, {"Content-Encoding: gzip", "Connection: close"}));
+    SendGzipBomb(script, visit.query.Number("n", 3'000'000'000));
+    script.Close();
+}
+
+// /bad-gzip: garbage; with how=crc a wrong check sum, with how=cut a missing end.
+void BadGzip(const Visit &visit, Script &script)
+{
+    const std::string how = visit.query.Text("how");
+    std::string body = "these bytes are not compressed at all";
+    if (!how.empty()) {
+        body = Gzip(Pattern(visit.query.Number("n", 100000)));
+        if (how == "crc") {
+            body[body.size() - 6] ^= 1;
+        } else {
+            body.resize(body.size() / 2);
+        }
+    }
+    Reply(visit, script, 200, body, {"Content-Encoding: gzip"});
+}
+
+// /early-answer?code=413&ms=0: answers without reading the body; with close=1 the connection ends,
+// else the body is read afterwards.
+void EarlyAnswer(const Visit &visit, Script &script)
+{
+    const bool close = visit.query.Number("close") > 0;
+    script.Sleep(milliseconds(visit.query.Number("ms", 0)));
+    Reply(visit, script, static_cast<unsigned>(visit.query.Number("code", 413)), "enough",
+          close ? Lines{"Connection: close"} : Lines{});
+    if (close) {
+        script.Close();
+    } else {
+        script.ReadBody();
+    }
+}
+
+// /slow-read?ms=500: a pause before the body is read.
+void SlowRead(const Visit &visit, Script &script)
+{
+    script.Sleep(Pause(visit));
+    script.ReadBody();
+    Reply(visit, script, 200, "ok");
+}
+
+// /100-continue?code=100&n=1: interim responses before the body is read.
+void Interim(const Visit &visit, Script &script)
+{
+    const std::string code = visit.query.Text("code", "100");
+    for (uint64_t i = 0; i < visit.query.Number("n", 1); ++i) {
+        script.Send("HTTP/1.1 " + code + " Interim\r\nX-Interim: yes\r\n\r\n");
+    }
+    script.ReadBody();
+    Reply(visit, script, 200, "ok");
+}
+
+// /keep-alive-then-close: answers the first request of a connection and then dies: when the next
+// one comes, or with at-once=1 right after the answer. With how=reset by a reset.
+void KeepAliveThenClose(const Visit &visit, Script &script)
+{
+    const bool atOnce = visit.query.Number("at-once") > 0;
+    if (visit.ofConnection == 1) {
+        Reply(visit, script, 200, "ok", {"Connection: keep-alive"});
+        if (!atOnce) {
+            return;
+        }
+        script.Sleep(BEFORE_RESET);
+    }
+    if (visit.query.Text("how") == "reset") {
+        script.Reset();
+    } else {
+        script.Close();
+    }
+}
+
+} // namespace
+
+std::unordered_map<std::string, Route> FaultRoutes()
+{
+    return {
+        {"/reset", {Reset}},
+        {"/close", {Close}},
+        {"/stall", {Stall}},
+        {"/drip", {Drip}},
+        {"/truncate", {Truncate}},
+        {"/until-close", {UntilClose}},
+        {"/garbage", {Garbage}},
+        {"/bad-chunk", {BadChunk}},
+        {"/endless-header", {EndlessHeader}},
+        {"/endless", {Endless}},
+        {"/bomb", {Bomb}},
+        {"/bad-gzip", {BadGzip}},
+        {"/early-answer", {EarlyAnswer, true}},
+        {"/slow-read", {SlowRead, true}},
+        {"/100-continue", {Interim, true}},
+        {"/keep-alive-then-close", {KeepAliveThenClose}},
+    };
+}
+
+} // namespace OHOS::Pelloria::TnxTest
