@@ -46,7 +46,7 @@ issue() {
     -startdate "$3" -enddate "$4"
 }
 
-names=DNS:localhost,DNS:tnx.test,DNS:*.tnx.test,IP:127.0.0.1,IP:::1
+names='DNS:localhost,DNS:tnx.test,DNS:*.tnx.test,IP:127.0.0.1,IP:::1'
 from=$(date -u -d '-1 day' +%Y%m%d%H%M%SZ)
 until=$(date -u -d '+30 days' +%Y%m%d%H%M%SZ)
 issue good "$names" "$from" "$until"
