@@ -47,7 +47,7 @@ bool Parse(const char *&at, Conversion &conversion)
     conversion.isLong = lengths > 0;
     conversion.kind = at[whole - 1];
     at += whole;
-    return true;
+    return !conversion.isLong || std::strchr("diuxXo", conversion.kind) != nullptr;
 }
 
 template <class T> void AppendArgument(LogText &text, const Conversion &conversion, T value)
@@ -79,19 +79,19 @@ bool AppendConversion(LogText &text, const Conversion &conversion, va_list *args
         return true;
     case 'c':
         AppendArgument(text, conversion, va_arg(*args, int));
-        return !conversion.isLong;
+        return true;
     case 'f':
     case 'e':
     case 'g':
         AppendArgument(text, conversion, va_arg(*args, double));
-        return !conversion.isLong;
+        return true;
     case 'p':
         AppendArgument(text, conversion, va_arg(*args, void *));
-        return !conversion.isLong;
+        return true;
     case 's': {
         const char *string = va_arg(*args, const char *);
         AppendArgument(text, conversion, string == nullptr ? "(null)" : string);
-        return !conversion.isLong;
+        return true;
     }
     default:
         return false;

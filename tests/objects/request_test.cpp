@@ -1,0 +1,129 @@
+// The request record and its identifiers.
+#include "common/c_ptr.h"
+#include "tnx_platform/controls.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using namespace OHOS::Pelloria::TnxC;
+using OHOS::Pelloria::Platform::LogCapture;
+using OHOS::Pelloria::Platform::LogLine;
+
+// Made before any test, in whichever order they run.
+const std::string g_firstId = RequestPtr(OVX_Tnx_CreateRequest("http://first"))->id;
+
+TEST(RequestTest, CountsFromZeroAndNullTakesNoNumber)
+{
+    EXPECT_EQ(g_firstId, "0");
+    const RequestPtr before(OVX_Tnx_CreateRequest("http://a"));
+    LogCapture log;
+    EXPECT_EQ(OVX_Tnx_CreateRequest(nullptr), nullptr);
+    EXPECT_EQ(log.Take(),
+              (std::vector<LogLine>{{LOG_ERROR, " create request failed: invalid url"}}));
+    RequestPtr after(OVX_Tnx_CreateRequest("http://b"));
+    EXPECT_EQ(std::stoul(after->id), std::stoul(before->id) + 1);
+    const std::string id = after->id;
+    after.reset();
+    EXPECT_EQ(log.Take(), (std::vector<LogLine>{{LOG_DEBUG, " create reqeust " + id},
+                                                {LOG_DEBUG, " destroy request " + id}}));
+}
+
+TEST(RequestTest, IdentifiersOfManyThreadsAreDistinct)
+{
+    constexpr size_t threads = 8;
+    constexpr size_t each = 1000;
+    std::vector<std::vector<std::string>> ids(threads);
+    std::vector<std::thread> workers;
+    for (std::vector<std::string> &mine : ids) {
+        workers.emplace_back([&mine] {
+            for (size_t i = 0; i < each; ++i) {
+                mine.emplace_back(RequestPtr(OVX_Tnx_CreateRequest(""))->id);
+            }
+        });
+    }
+    for (std::thread &worker : workers) {
+        worker.join();
+    }
+    std::set<std::string> distinct;
+    for (const auto &mine : ids) {
+        distinct.insert(mine.begin(), mine.end());
+    }
+    EXPECT_EQ(distinct.size(), threads * each);
+}
+
+TEST(RequestTest, IsAGetOfItsOwnUrlAndNothingElse)
+{
+    char url[] = "http://host/path";
+    const RequestPtr request(OVX_Tnx_CreateRequest(url));
+    std::memset(url, 'x', sizeof(url) - 1);
+    EXPECT_STREQ(request->url, "http://host/path");
+    EXPECT_STREQ(request->method, "GET");
+    EXPECT_EQ(request->headers, nullptr);
+    EXPECT_EQ(request->content, nullptr);
+    EXPECT_EQ(request->configuration, nullptr);
+    EXPECT_EQ(request->transferRange, nullptr);
+    EXPECT_EQ(request->cookies, nullptr);
+    ASSERT_NE(request->onDataRecvCallback, nullptr);
+    EXPECT_EQ(request->onDataRecvCallback->callback, nullptr);
+}
+
+size_t TakeAll(void *, const Tnx_Buffer *data)
+{
+    return data->length;
+}
+size_t TakeNothing(void *, const Tnx_Buffer *)
+{
+    return 0;
+}
+
+TEST(RequestTest, TheDataCallbackIsReplacedButNeverCleared)
+{
+    const RequestPtr request(OVX_Tnx_CreateRequest("http://host"));
+    int first = 0;
+    int second = 0;
+    const struct {
+        Tnx_OnBinaryDataRecvCallback callback;
+        void *usrCtx;
+        Tnx_OnBinaryDataRecvCallback expected;
+        void *expectedCtx;
+    } rows[] = {
+        {TakeAll, &first, TakeAll, &first},
+        {nullptr, &second, TakeAll, &first},
+        {TakeNothing, &second, TakeNothing, &second},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(
+            OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request.get(), row.callback, row.usrCtx),
+            uint32_t{TNX_OK});
+        EXPECT_EQ(request->onDataRecvCallback->callback, row.expected);
+        EXPECT_EQ(request->onDataRecvCallback->usrCtx, row.expectedCtx);
+    }
+    EXPECT_EQ(OVX_Tnx_SetRequestOnBinaryDataRecvCallback(nullptr, TakeAll, nullptr),
+              uint32_t{TNX_ERR_PARAMETER});
+    Tnx_Request empty = {};
+    EXPECT_EQ(OVX_Tnx_SetRequestOnBinaryDataRecvCallback(&empty, TakeAll, nullptr),
+              uint32_t{TNX_ERR_PARAMETER});
+}
+
+TEST(RequestTest, DestroyingLeavesWhatWasAttached)
+{
+    const HeadersPtr headers(OVX_Tnx_CreateHeaders());
+    const RequestCookiesPtr cookies(OVX_Tnx_CreateRequestCookies());
+    Tnx_Request *request = OVX_Tnx_CreateRequest("http://host");
+    request->headers = headers.get();
+    request->cookies = cookies.get();
+    OVX_Tnx_DestroyRequest(request);
+    OVX_Tnx_DestroyRequest(nullptr);
+    EXPECT_EQ(OVX_Tnx_SetHeaderValue(headers.get(), "n", "v"), uint32_t{TNX_OK});
+    EXPECT_EQ(OVX_Tnx_SetRequestCookieValue(cookies.get(), "n", "v"), uint32_t{TNX_OK});
+}
+
+} // namespace
