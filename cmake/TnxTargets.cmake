@@ -29,6 +29,8 @@ function(tnx_library name)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINKER_LANGUAGE CXX LINK_DEPENDS ${ARG_VERSION_SCRIPT})
-  target_link_options(${name} PRIVATE
-    LINKER:--version-script=${ARG_VERSION_SCRIPT} $<$<NOT:$<BOOL:${TNX_SANITIZE}>>:LINKER:--no-undefined>)
+  target_link_options(${name} PRIVATE LINKER:--version-script=${ARG_VERSION_SCRIPT})
+  if(NOT TNX_SANITIZE)
+    target_link_options(${name} PRIVATE LINKER:--no-undefined)
+  endif()
 endfunction()
