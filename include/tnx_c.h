@@ -12,7 +12,7 @@
  *    they must stay valid and unchanged until then. Where nothing is said, strings are copied.
  * 4. Records filled by hand (configurations, contents, ranges) are borrowed: a session borrows its
  *    Tnx_SessionConfiguration, with all it points to, until the session is closed; a fetch borrows
- *    its Tnx_Request until its response callback has returned.
+ *    its Tnx_Request until its response callback is called, which may destroy it.
  * 5. Zero-fill records before filling them: zero or null keeps the default everywhere, except for
  *    `autoRedirect`, where false turns redirects off.
  * 6. Strings are NUL-terminated UTF-8 unless a length stands beside them. Times are milliseconds
