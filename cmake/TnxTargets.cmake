@@ -17,6 +17,10 @@ endif()
 if(TNX_SANITIZE)
   add_compile_options(-fsanitize=${TNX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TNX_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Instrumented code makes GCC warn about its own standard library.
+    add_compile_options(-Wno-maybe-uninitialized)
+  endif()
 endif()
 
 # tnx_library(NAME VERSION_SCRIPT FILE): an OBJECT library NAME_objects, which folders add their
