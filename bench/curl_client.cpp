@@ -1,0 +1,191 @@
+// Hand-written libcurl, with nothing that a request does not need.
+#include "curl_client.h"
+
+#include <array>
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "harness.h"
+
+namespace TnxBench
+{
+
+namespace
+{
+
+constexpr size_t MAX_DESCRIPTORS = 65536;
+
+size_t Count(char *, size_t size, size_t count, void *received)
+{
+    *static_cast<uint64_t *>(received) += size * count;
+    return size * count;
+}
+
+size_t Drop(char *, size_t size, size_t count, void *)
+{
+    return size * count;
+}
+
+CurlEasy MakeHandle(const CurlOptions &options)
+{
+    CurlEasy easy(curl_easy_init());
+    curl_easy_setopt(easy.get(), CURLOPT_URL, options.url.c_str());
+    curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy.get(), CURLOPT_BUFFERSIZE, options.buffer);
+    curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, Drop);
+    if (!options.ca.empty()) {
+        curl_easy_setopt(easy.get(), CURLOPT_CAINFO, options.ca.c_str());
+        curl_easy_setopt(easy.get(), CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
+        curl_easy_setopt(easy.get(), CURLOPT_PIPEWAIT, 1L);
+    }
+    if (!options.body.empty()) {
+        static curl_slist *noExpect = curl_slist_append(nullptr, "Expect:");
+        curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, noExpect);
+        curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(options.body.size()));
+        curl_easy_setopt(easy.get(), CURLOPT_COPYPOSTFIELDS, options.body.data());
+    }
+    return easy;
+}
+
+uint32_t EventsOf(int what)
+{
+    return (what & CURL_POLL_IN ? EPOLLIN : 0U) | (what & CURL_POLL_OUT ? EPOLLOUT : 0U);
+}
+
+int ActionOf(uint32_t events)
+{
+    return (events & EPOLLIN ? CURL_CSELECT_IN : 0) | (events & EPOLLOUT ? CURL_CSELECT_OUT : 0) |
+           (events & (EPOLLERR | EPOLLHUP) ? CURL_CSELECT_ERR : 0);
+}
+
+} // namespace
+
+CurlSync::CurlSync(const CurlOptions &options, uint64_t expected)
+    : easy_(MakeHandle(options))
+    , expected_(expected)
+{
+    curl_easy_setopt(easy_.get(), CURLOPT_WRITEFUNCTION, Count);
+    curl_easy_setopt(easy_.get(), CURLOPT_WRITEDATA, &received_);
+}
+
+void CurlSync::Run(uint64_t count)
+{
+    for (uint64_t i = 0; i < count; ++i) {
+        received_ = 0;
+        const CURLcode code = curl_easy_perform(easy_.get());
+        if (code != CURLE_OK || received_ != expected_) {
+            Fail(std::string("libcurl: ") + curl_easy_strerror(code));
+        }
+    }
+}
+
+CurlParallel::CurlParallel(const CurlOptions &options, size_t width)
+    : multi_(curl_multi_init())
+    , epoll_(epoll_create1(EPOLL_CLOEXEC))
+    , registered_(MAX_DESCRIPTORS, 0)
+{
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, OnSocket);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, OnTimer);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, static_cast<long>(width));
+    for (size_t i = 0; i < width; ++i) {
+        handles_.push_back(MakeHandle(options));
+        curl_easy_setopt(handles_.back().get(), CURLOPT_OPENSOCKETFUNCTION, OnOpen);
+        curl_easy_setopt(handles_.back().get(), CURLOPT_OPENSOCKETDATA, this);
+        idle_.push_back(handles_.back().get());
+    }
+}
+
+CurlParallel::~CurlParallel()
+{
+    handles_.clear();
+    curl_multi_cleanup(multi_);
+    close(epoll_);
+}
+
+void CurlParallel::Run(uint64_t count)
+{
+    toStart_ = count;
+    toFinish_ = count;
+    while (toStart_ > 0 && !idle_.empty()) {
+        CURL *easy = idle_.back();
+        idle_.pop_back();
+        Start(easy);
+    }
+    std::array<epoll_event, 64> events;
+    int running = 0;
+    while (toFinish_ > 0) {
+        const int ready =
+            epoll_wait(epoll_, events.data(), events.size(), static_cast<int>(timeout_));
+        for (int i = 0; i < ready; ++i) {
+            const auto &event = events[static_cast<size_t>(i)];
+            curl_multi_socket_action(multi_, event.data.fd, ActionOf(event.events), &running);
+        }
+        if (ready == 0) {
+            timeout_ = -1;
+            curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+        }
+        Reap();
+    }
+}
+
+void CurlParallel::Start(CURL *easy)
+{
+    --toStart_;
+    curl_multi_add_handle(multi_, easy);
+}
+
+void CurlParallel::Reap()
+{
+    int left = 0;
+    while (const CURLMsg *message = curl_multi_info_read(multi_, &left)) {
+        if (message->data.result != CURLE_OK) {
+            Fail(std::string("libcurl: ") + curl_easy_strerror(message->data.result));
+        }
+        CURL *easy = message->easy_handle;
+        curl_multi_remove_handle(multi_, easy);
+        --toFinish_;
+        if (toStart_ > 0) {
+            Start(easy);
+        } else {
+            idle_.push_back(easy);
+        }
+    }
+}
+
+int CurlParallel::OnSocket(CURL *, curl_socket_t fd, int what, void *self, void *)
+{
+    // A descriptor stays registered between requests: libcurl asks for two changes a request.
+    auto &client = *static_cast<CurlParallel *>(self);
+    auto &known = client.registered_[static_cast<size_t>(fd)];
+    const uint32_t wanted = EventsOf(what);
+    if (what == CURL_POLL_REMOVE || wanted == known) {
+        return 0;
+    }
+    epoll_event event{};
+    event.events = wanted;
+    event.data.fd = fd;
+    epoll_ctl(client.epoll_, known == 0 ? EPOLL_CTL_ADD : EPOLL_CTL_MOD, fd, &event);
+    known = wanted;
+    return 0;
+}
+
+int CurlParallel::OnTimer(CURLM *, long milliseconds, void *self)
+{
+    static_cast<CurlParallel *>(self)->timeout_ = milliseconds;
+    return 0;
+}
+
+curl_socket_t CurlParallel::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
+{
+    const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (fd >= 0) {
+        static_cast<CurlParallel *>(self)->registered_[static_cast<size_t>(fd)] = 0;
+    }
+    return fd;
+}
+
+} // namespace TnxBench
