@@ -1,0 +1,27 @@
+/**
+ * @file tnx_c_ext.h
+ * @brief Small additions beside the interface: error texts and versions.
+ */
+#ifndef TNX_C_EXT_H
+#define TNX_C_EXT_H
+
+#include "tnx_c.h"
+
+TNX_BEGIN_DECLS
+
+/**
+ * Tells in words what an error code means. Works from any thread.
+ * @return A text of the library's own, never null, for a code that is none too.
+ */
+TNX_API const char *OVX_Tnx_GetErrorText(uint32_t code) TNX_NOEXCEPT;
+
+/**
+ * Tells the versions of the library and of what it stands on, for people:
+ * "libtnx/1.0.0 libcurl/7.88.1 OpenSSL/3.0.15 nghttp2/1.52.0 c-ares/1.18.1". Works from any thread.
+ * @return A text of the library's own, never null.
+ */
+TNX_API const char *OVX_Tnx_GetVersion(void) TNX_NOEXCEPT;
+
+TNX_END_DECLS
+
+#endif
