@@ -41,20 +41,6 @@ struct Address {
     const sockaddr *Get() const { return reinterpret_cast<const sockaddr *>(&storage); }
 };
 
-int BoundSocket(const std::string &literal, uint16_t port, int type)
-{
-    const Address address(literal, port);
-    const int fd = socket(address.storage.ss_family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    const int on = 1;
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (bind(fd, address.Get(), address.length) != 0) {
-        const std::string reason = std::strerror(errno);
-        close(fd);
-        throw std::runtime_error("cannot bind " + literal + ": " + reason);
-    }
-    return fd;
-}
-
 // The start of a connect, which stays as it is.
 int Knock(uint16_t port)
 {
@@ -66,9 +52,23 @@ int Knock(uint16_t port)
 
 } // namespace
 
+int BindTo(const std::string &address, uint16_t port, int type)
+{
+    const Address bound(address, port);
+    const int fd = socket(bound.storage.ss_family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    if (bind(fd, bound.Get(), bound.length) != 0) {
+        const std::string reason = std::strerror(errno);
+        close(fd);
+        throw std::runtime_error("cannot bind " + address + ": " + reason);
+    }
+    return fd;
+}
+
 int ListenOn(const std::string &address, uint16_t port, int backlog)
 {
-    const int fd = BoundSocket(address, port, SOCK_STREAM);
+    const int fd = BindTo(address, port, SOCK_STREAM);
     if (listen(fd, backlog) != 0) {
         close(fd);
         throw std::runtime_error("cannot listen on " + address);
@@ -89,11 +89,11 @@ uint16_t PortOf(int socket)
 uint16_t FreePort()
 {
     for (;;) {
-        const int tcp = BoundSocket("127.0.0.1", 0, SOCK_STREAM);
+        const int tcp = BindTo("127.0.0.1", 0, SOCK_STREAM);
         const uint16_t port = PortOf(tcp);
         int udp = -1;
         try {
-            udp = BoundSocket("127.0.0.1", port, SOCK_DGRAM);
+            udp = BindTo("127.0.0.1", port, SOCK_DGRAM);
         } catch (const std::runtime_error &) {
             close(tcp);
             continue;
@@ -121,7 +121,7 @@ bool WaitForPort(uint16_t port, std::chrono::milliseconds atMost)
 }
 
 RefusingPort::RefusingPort()
-    : socket_(BoundSocket("127.0.0.1", 0, SOCK_STREAM))
+    : socket_(BindTo("127.0.0.1", 0, SOCK_STREAM))
     , port_(PortOf(socket_))
 {
 }

@@ -10,7 +10,9 @@
 namespace OHOS::Pelloria::TnxTest
 {
 
-// A listening, non-blocking TCP socket on an address literal; port 0 takes a free one. Throws.
+// Non-blocking sockets on an address literal, one that is bound and one that listens; port 0 takes
+// a free one. Throw.
+int BindTo(const std::string &address, uint16_t port, int type);
 int ListenOn(const std::string &address, uint16_t port, int backlog);
 uint16_t PortOf(int socket);
 

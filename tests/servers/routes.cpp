@@ -8,6 +8,7 @@
 #include "bodies.h"
 #include "reply.h"
 #include "routes_auth.h"
+#include "routes_dns.h"
 #include "routes_faults.h"
 
 namespace OHOS::Pelloria::TnxTest
@@ -176,6 +177,7 @@ const std::unordered_map<std::string, Route> &Routes()
             {"/zstd", {[](auto &visit, auto &script) { Encoded<Zstd>(visit, script, "zstd"); }}},
         };
         all.merge(AuthRoutes());
+        all.merge(DnsRoutes());
         all.merge(FaultRoutes());
         return all;
     }();
