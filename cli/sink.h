@@ -1,0 +1,69 @@
+// Where a body goes: a file, standard output, or nowhere but a count. A body that must wait for the
+// end of its transfer is held, in memory first and then in an unnamed file.
+#ifndef TNX_CLI_SINK_H
+#define TNX_CLI_SINK_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace TnxTool
+{
+
+class Sink
+{
+public:
+    enum class Kind { STANDARD_OUTPUT, FILE, COUNT };
+
+    struct Plan {
+        Kind kind = Kind::STANDARD_OUTPUT;
+        std::string path;
+        bool held = false;
+        bool append = false;
+        bool createDirectories = false;
+        bool refuseBinary = false; // a terminal would be garbled by it
+    };
+
+    explicit Sink(Plan plan);
+    ~Sink();
+    Sink(const Sink &) = delete;
+    Sink &operator=(const Sink &) = delete;
+
+    // Takes the next piece. False when it cannot; Failure() then tells why.
+    bool Take(std::string_view piece) noexcept;
+
+    // Forgets what came, for another try.
+    void Restart() noexcept;
+
+    // Writes the head and what was held, and makes the file of an empty body. False as Take.
+    bool Finish(std::string_view head) noexcept;
+
+    uint64_t Count() const { return count_; }
+    const std::string &Failure() const { return failure_; }
+    const Plan &GetPlan() const { return plan_; }
+
+private:
+    bool Hold(std::string_view piece);
+    bool Write(std::string_view piece);
+    bool Open();
+    bool CopyHeld();
+    bool Fail(const std::string &what);
+
+    struct CloseFile {
+        void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+    };
+
+    const Plan plan_;
+    int file_ = -1;
+    uint64_t start_ = 0; // where this transfer's bytes begin in the file
+    uint64_t count_ = 0;
+    std::string memory_;
+    std::unique_ptr<std::FILE, CloseFile> overflow_;
+    std::string failure_;
+};
+
+} // namespace TnxTool
+
+#endif
