@@ -1,0 +1,45 @@
+// Transfer settings, and the parts that have translations of their own.
+#include "translate/tnx_configuration.h"
+
+#include "translate/text.h"
+#include "translate/tnx_events.h"
+#include "translate/tnx_proxy_dns.h"
+#include "translate/tnx_security.h"
+
+namespace OHOS::Pelloria::TnxC
+{
+namespace
+{
+
+void TranslateTransfer(Tnx::Configuration &out, const Tnx_TransferConfiguration &transfer)
+{
+    out.autoRedirect = transfer.autoRedirect;
+    if (transfer.connectTimeout != 0) {
+        out.connectTimeout = transfer.connectTimeout;
+    }
+    if (transfer.transferTimeout != 0) {
+        out.transferTimeout = transfer.transferTimeout;
+    }
+    out.transferHint = transfer.transferHint;
+    out.transferPreference = transfer.transferPreference;
+}
+
+} // namespace
+
+void TnxToCppConfiguration(Tnx::Configuration &out, const Tnx_Configuration *configuration)
+{
+    if (configuration == nullptr) {
+        return;
+    }
+    TranslateTransfer(out, configuration->transfer);
+    TnxToCppHttpEventsHandler(out.tracing, configuration->tracing);
+    TnxToCppWebProxy(out.proxy, configuration->proxy);
+    // Always a new one: a rule that stood here before does not outlive this record.
+    out.dnsRule = std::make_shared<Tnx::DnsRule>();
+    TnxToCppDnsRule(out.dnsRule, configuration->dnsRule);
+    out.dnsResolverUrl = TextOf(configuration->dnsResolverUrl);
+    out.dnsResolverOnly = configuration->dnsResolverFlag;
+    TnxToCppSecurityConfiguration(out.security, configuration->security);
+}
+
+} // namespace OHOS::Pelloria::TnxC

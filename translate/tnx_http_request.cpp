@@ -1,0 +1,151 @@
+// URL, method, merged fields, body, ranges and configuration of a request.
+#include "translate/tnx_http_request.h"
+
+#include "translate/text.h"
+#include "translate/tnx_configuration.h"
+#include "translate/tnx_http_request_content.h"
+#include "translate/tnx_http_request_fields.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace OHOS::Pelloria::TnxC
+{
+namespace
+{
+
+constexpr const char *CONTENT_TYPE = "content-type";
+
+// Indexed by the kind of content.
+constexpr std::array<const char *, 4> DEFAULT_CONTENT_TYPES = {
+    "text/plain", "application/x-www-form-urlencoded", "multipart/form-data",
+    "application/octet-stream"};
+
+// Exactly one slash stands where base and URL meet, unless the base is empty.
+std::string JoinUrl(const Tnx_SessionConfiguration *session, const char *url)
+{
+    if (session == nullptr || session->baseAddress == nullptr) {
+        return TextOf(url);
+    }
+    std::string joined(session->baseAddress);
+    if (url == nullptr) {
+        return joined;
+    }
+    if (!joined.empty()) {
+        const bool slashBefore = joined.back() == '/';
+        const bool slashAfter = *url == '/';
+        if (slashBefore && slashAfter) {
+            ++url;
+        } else if (!slashBefore && !slashAfter) {
+            joined += '/';
+        }
+    }
+    return joined += url;
+}
+
+std::shared_ptr<Tnx::Headers> MakeHeaders(const Tnx_SessionConfiguration *session,
+                                          const Tnx_Request &request)
+{
+    auto headers = TnxToCppHeaders(request.headers);
+    if (session != nullptr) {
+        MergeHeaders(*headers, session->headers);
+    }
+    // The spelling is compared exactly, and the method does not matter.
+    const Tnx_RequestContent *content = request.content;
+    if (content != nullptr && content->type < DEFAULT_CONTENT_TYPES.size()) {
+        const auto [field, added] = headers->try_emplace(CONTENT_TYPE);
+        if (added) {
+            field->second.emplace_back(DEFAULT_CONTENT_TYPES[content->type]);
+        }
+    }
+    return headers;
+}
+
+Tnx::RequestCookies MakeCookies(const Tnx_SessionConfiguration *session, const Tnx_Request &request)
+{
+    Tnx::RequestCookies cookies;
+    TnxToCppRequestCookies(request.cookies, cookies);
+    if (session != nullptr) {
+        TnxToCppRequestCookies(session->cookies, cookies);
+    }
+    return cookies;
+}
+
+// A bound is given when it is not zero or its flag is set.
+std::optional<int64_t> MakeBound(int64_t value, bool given)
+{
+    return given || value != 0 ? std::optional(value) : std::nullopt;
+}
+
+Tnx::TransferRange MakeRange(const Tnx_TransferRange *node)
+{
+    Tnx::TransferRange range;
+    for (; node != nullptr; node = node->next) {
+        range.push_back({MakeBound(node->from, node->hasFrom), MakeBound(node->to, node->hasTo)});
+    }
+    return range;
+}
+
+// The request's configuration stands in for the session's as a whole.
+Tnx::Configuration MakeConfiguration(const Tnx_SessionConfiguration *session,
+                                     const Tnx_Request &request)
+{
+    const Tnx_Configuration *record = request.configuration;
+    if (record == nullptr && session != nullptr) {
+        record = session->requestConfiguration;
+    }
+    Tnx::Configuration configuration;
+    TnxToCppConfiguration(configuration, record);
+    TnxUpdateDataRecvCallback(configuration, &request);
+    return configuration;
+}
+
+bool CarriesBody(std::string_view method)
+{
+    return method != "GET" && method != "HEAD";
+}
+
+} // namespace
+
+void TnxUpdateDataRecvCallback(Tnx::Configuration &configuration, const Tnx_Request *request)
+{
+    const Tnx_DataRecvCallbackObject *object = request->onDataRecvCallback;
+    if (object == nullptr || object->callback == nullptr) {
+        return;
+    }
+    configuration.tracing.eventsHandler.onDataReceive =
+        [object](const std::shared_ptr<std::string> &data) noexcept -> size_t {
+        if (data == nullptr) {
+            return 0;
+        }
+        const Tnx_Buffer buffer = {data->data(), static_cast<uint32_t>(data->size())};
+        return object->callback(object->usrCtx, &buffer);
+    };
+}
+
+std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *sessionConfiguration,
+                                              const Tnx_Request *request)
+{
+    if (request == nullptr) {
+        return nullptr;
+    }
+    auto out = std::make_shared<Tnx::Request>(TextIn(request->id),
+                                              JoinUrl(sessionConfiguration, request->url));
+    if (request->method != nullptr) { // the engine's default is GET
+        out->SetMethod(request->method);
+    }
+    out->SetHeaders(MakeHeaders(sessionConfiguration, *request));
+    out->SetRequestCookies(MakeCookies(sessionConfiguration, *request));
+    if (CarriesBody(out->GetMethod())) {
+        out->SetContent(request->content == nullptr ? nullptr
+                                                    : TnxToCppRequestContent(*request->content));
+    }
+    out->SetTransferRange(MakeRange(request->transferRange));
+    out->SetConfiguration(MakeConfiguration(sessionConfiguration, *request));
+    return out;
+}
+
+} // namespace OHOS::Pelloria::TnxC

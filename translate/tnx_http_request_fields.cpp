@@ -1,0 +1,57 @@
+// Header fields and cookies on their way into the engine. Names are compared byte by byte.
+#include "translate/tnx_http_request_fields.h"
+
+#include "translate/map_walk.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace OHOS::Pelloria::TnxC
+{
+
+std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers)
+{
+    auto out = std::make_shared<Tnx::Headers>();
+    if (headers == nullptr) {
+        return out;
+    }
+    WalkMap(headers->fields, [&out](const Tnx_MapEntry &entry) {
+        std::vector<std::string> &values = (*out)[entry.key];
+        const auto *value = static_cast<const Tnx_HeaderValue *>(entry.value);
+        for (; value != nullptr && value->value != nullptr; value = value->next) {
+            values.emplace_back(value->value);
+        }
+    });
+    return out;
+}
+
+void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *defaults)
+{
+    if (defaults == nullptr) {
+        return;
+    }
+    WalkMap(defaults->fields, [&out](const Tnx_MapEntry &entry) {
+        const auto *value = static_cast<const Tnx_HeaderValue *>(entry.value);
+        for (; value != nullptr && value->value != nullptr; value = value->next) {
+            std::vector<std::string> &values = out[entry.key];
+            if (std::find(values.begin(), values.end(), value->value) == values.end()) {
+                values.emplace_back(value->value);
+            }
+        }
+    });
+}
+
+void TnxToCppRequestCookies(const Tnx_RequestCookies *cookies, Tnx::RequestCookies &out)
+{
+    if (cookies == nullptr) {
+        return;
+    }
+    WalkMap(cookies->fields, [&out](const Tnx_MapEntry &entry) {
+        if (entry.value != nullptr) { // what a failed set leaves
+            out.try_emplace(entry.key, static_cast<const char *>(entry.value));
+        }
+    });
+}
+
+} // namespace OHOS::Pelloria::TnxC
