@@ -4,6 +4,8 @@
 //   {scripted}      the URL of a scripted server
 //   {nginx}         the URL of an nginx, {http2} and {tls} its other sites
 //   {certificates}  the directory of the certificates
+//   {pin}           the public-key pin of the good certificate
+//   {port}          the port of the scripted server
 #include <cstdio>
 #include <exception>
 #include <map>
@@ -37,6 +39,12 @@ public:
         }
         if (name == "tls") {
             return Nginx().Url("", Site::TLS);
+        }
+        if (name == "pin") {
+            return ReadFile(Certificate("good.pin"));
+        }
+        if (name == "port") {
+            return std::to_string(Scripted().Port());
         }
         return name == "certificates" ? CertificateDirectory() : "{" + name + "}";
     }
