@@ -4,6 +4,9 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+
+#include "export.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -22,7 +25,7 @@ enum CredentialKind : uint32_t {
 enum CertificateMode : uint32_t { CERTIFICATE_PEM, CERTIFICATE_DER, CERTIFICATE_PKCS12 };
 
 // A string whose memory is cleared before it is released or replaced.
-class SecretString
+class TNX_NATIVE_API SecretString
 {
 public:
     SecretString() = default;
@@ -33,7 +36,7 @@ public:
     ~SecretString() { Wipe(); }
 
     void Assign(const char *text);
-    void Append(const std::string_view text);
+    void Append(std::string_view text);
     bool Empty() const { return text_.empty(); }
     const std::string &Get() const { return text_; }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "configuration.h"
+#include "export.h"
 #include "request.h"
 #include "response.h"
 
@@ -24,7 +25,7 @@ using ResponseCallback =
     std::function<void(const std::shared_ptr<Response> &response, uint32_t errorCode)>;
 
 // Thread-safe. Every operation may be called from any thread and from inside any callback.
-class Session
+class TNX_NATIVE_API Session
 {
 public:
     virtual ~Session() = default;
@@ -52,7 +53,7 @@ public:
     virtual void Close() = 0;
 };
 
-class SessionFactory
+class TNX_NATIVE_API SessionFactory
 {
 public:
     virtual ~SessionFactory() = default;
@@ -65,7 +66,7 @@ using TaskRunner = std::function<void(std::function<void()> task)>;
 
 // Makes sessions on libcurl. Callbacks run through the task runner, or on threads of the engine's
 // own where it is empty. A session that could not be set up answers every fetch with why.
-class DefaultSessionFactory : public SessionFactory
+class TNX_NATIVE_API DefaultSessionFactory : public SessionFactory
 {
 public:
     explicit DefaultSessionFactory(TaskRunner runner = {});

@@ -5,14 +5,16 @@
 #include <cstdint>
 #include <string>
 
+#include "export.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 
 // The libraries with their versions: "libcurl/7.88.1 OpenSSL/3.0.15 nghttp2/1.52.0 c-ares/1.18.1".
-std::string LibraryVersions();
+TNX_NATIVE_API std::string LibraryVersions();
 
 // The words for an error code above ERR_TRANSFER_BASE; never null. Thread-safe.
-const char *TransferErrorText(uint32_t code) noexcept;
+TNX_NATIVE_API const char *TransferErrorText(uint32_t code) noexcept;
 
 } // namespace OHOS::Pelloria::Tnx
 

@@ -1,0 +1,107 @@
+// Running callbacks and fetches of a session, and the wait for them.
+#include "activity.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+thread_local Activity::Scope *g_innermost = nullptr;
+
+} // namespace
+
+Activity::Scope::Scope(Activity &activity)
+    : activity_(activity)
+    , entered_(activity.Enter())
+    , outer_(g_innermost)
+{
+    if (entered_) {
+        g_innermost = this;
+    }
+}
+
+Activity::Scope::~Scope()
+{
+    if (entered_) {
+        g_innermost = outer_;
+        activity_.Leave(*this);
+    }
+}
+
+bool Activity::Scope::OnStack(const Activity &activity)
+{
+    for (const Scope *scope = g_innermost; scope != nullptr; scope = scope->outer_) {
+        if (&scope->activity_ == &activity) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Activity::Enter()
+{
+    MutexLock lock(mutex_);
+    if (closed_) {
+        return false;
+    }
+    ++running_;
+    return true;
+}
+
+void Activity::Leave(const Scope &scope)
+{
+    MutexLock lock(mutex_);
+    --running_;
+    if (scope.closing_) {
+        --closing_;
+    }
+    if (closed_) {
+        changed_.NotifyAll();
+    }
+}
+
+void Activity::SetClosing(Scope &scope, bool closing)
+{
+    MutexLock lock(mutex_);
+    if (scope.closing_ != closing) {
+        scope.closing_ = closing;
+        closing_ += closing ? 1 : size_t{0} - 1;
+        changed_.NotifyAll();
+    }
+}
+
+bool Activity::Closed() const
+{
+    MutexLock lock(mutex_);
+    return closed_;
+}
+
+bool Activity::Close()
+{
+    MutexLock lock(mutex_);
+    const bool first = !closed_;
+    closed_ = true;
+    return first;
+}
+
+void Activity::WaitForOthers()
+{
+    // A thread that waits here cannot leave its scopes: nobody may wait for them meanwhile, or two
+    // callbacks that close each other's sessions would never come back.
+    for (Scope *scope = g_innermost; scope != nullptr; scope = scope->outer_) {
+        scope->activity_.SetClosing(*scope, true);
+    }
+    {
+        MutexLock lock(mutex_);
+        while (running_ > closing_) {
+            changed_.Wait(mutex_);
+        }
+    }
+    for (Scope *scope = g_innermost; scope != nullptr; scope = scope->outer_) {
+        if (&scope->activity_ != this) {
+            scope->activity_.SetClosing(*scope, false);
+        }
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx

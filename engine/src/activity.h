@@ -1,0 +1,62 @@
+// Counts what of a session runs on threads other than the loop's: callbacks of the application and
+// synchronous fetches. A close waits for them, except for those that it is called from.
+#ifndef TNX_ENGINE_ACTIVITY_H
+#define TNX_ENGINE_ACTIVITY_H
+
+#include <cstddef>
+
+#include "common/mutex.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Activity
+{
+public:
+    // One running callback or fetch; on the stack of its thread.
+    class Scope
+    {
+    public:
+        explicit Scope(Activity &activity);
+        ~Scope();
+        Scope(const Scope &) = delete;
+        Scope &operator=(const Scope &) = delete;
+
+        // False when the session is closed: nothing may run.
+        explicit operator bool() const { return entered_; }
+
+        // Whether a callback or fetch of the activity is on the call stack.
+        static bool OnStack(const Activity &activity);
+
+    private:
+        friend class Activity;
+        Activity &activity_;
+        const bool entered_;
+        bool closing_ = false;
+        Scope *outer_;
+    };
+
+    bool Closed() const;
+
+    // Lets nothing more in. False when it was closed before.
+    bool Close();
+
+    // Waits until only scopes are left whose threads are inside a close themselves: waiting for
+    // those could last for ever.
+    void WaitForOthers();
+
+private:
+    bool Enter();
+    void Leave(const Scope &scope);
+    void SetClosing(Scope &scope, bool closing);
+
+    mutable Mutex mutex_;
+    CondVar changed_;
+    size_t running_ GUARDED_BY(mutex_) = 0;
+    size_t closing_ GUARDED_BY(mutex_) = 0;
+    bool closed_ GUARDED_BY(mutex_) = false;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,42 @@
+// Answers without a network.
+#include "answering_session.h"
+
+#include "quiet_thread.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
+                                     const std::string &why)
+{
+    auto response = std::make_shared<Response>(request);
+    response->SetEffectiveUrl(request->GetUrl());
+    response->MutableDebugInfo().push_back({DEBUG_TEXT, why});
+    return response;
+}
+
+// On a thread of its own: the runtime may be what is missing.
+void AnsweringSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion)
+{
+    StartQuietThread("tnx-answer", [activity = activity_, request, code = code_, why = why_,
+                                    completion = std::move(completion)] {
+        if (const Activity::Scope running(*activity); running) {
+            completion(MakeAnswer(request, why), code);
+        }
+    }).detach();
+}
+
+void AnsweringSession::Close()
+{
+    activity_->Close();
+    activity_->WaitForOthers();
+}
+
+std::shared_ptr<Response> AnsweringSession::FetchSync(const std::shared_ptr<Request> &request,
+                                                      uint32_t *errorCode)
+{
+    *errorCode = code_;
+    return MakeAnswer(request, why_);
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,54 @@
+// A c-ares channel driven by the loop: asks one set of name servers.
+#ifndef TNX_ENGINE_ARES_CHANNEL_H
+#define TNX_ENGINE_ARES_CHANNEL_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <ares.h>
+
+#include "loop.h"
+#include "tnx_native/dns_rule.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// The outcome of a lookup: addresses in the order to try them, or why there are none.
+struct LookupResult {
+    std::vector<std::string> addresses;
+    std::chrono::seconds timeToLive{0};
+    std::string error;
+};
+
+using LookupDone = std::function<void(const LookupResult &result)>;
+
+// Belongs to the loop's thread.
+class AresChannel final : private Watcher
+{
+public:
+    // No servers: those of the system, and its table of hosts before them.
+    AresChannel(Loop &loop, const DnsServers &servers);
+    ~AresChannel();
+    AresChannel(const AresChannel &) = delete;
+    AresChannel &operator=(const AresChannel &) = delete;
+
+    void Lookup(const std::string &host, LookupDone done);
+
+private:
+    void OnReady(int fd, uint32_t events) override;
+    void Process(ares_socket_t readable, ares_socket_t writable);
+    void StartTimer();
+
+    static void OnSocketState(void *self, ares_socket_t socket, int readable, int writable);
+    static void OnAddresses(void *done, int status, int timeouts, ares_addrinfo *info);
+
+    Loop &loop_;
+    Loop::Timer timer_;
+    ares_channel channel_ = nullptr;
+    std::string setupError_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,105 @@
+// Asynchronous fetches: the loop on one side, the callback threads on the other.
+#include "async_transfer.h"
+
+#include <utility>
+
+#include "session_core.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+AsyncTransfer::AsyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
+                             ResponseCallback completion)
+    : Transfer(std::move(core), std::move(request), false, true)
+    , completion_(std::move(completion))
+    , strand_(Core().GetActivity())
+{
+}
+
+void AsyncTransfer::Wake()
+{
+    if (!posted_.exchange(true)) {
+        Core().GetRuntime().GetLoop().Post(
+            std::shared_ptr<LoopTask>(shared_from_this(), static_cast<LoopTask *>(this)));
+    }
+}
+
+void AsyncTransfer::RunOnLoop()
+{
+    posted_ = false;
+    Advance();
+    KeepLimit();
+}
+
+void AsyncTransfer::ExchangeDone(CURLcode code)
+{
+    const std::shared_ptr<Transfer> self = shared_from_this(); // the registry's goes with the end
+    Transfer::ExchangeDone(code);
+    KeepLimit();
+}
+
+// A wait with a limit is woken when that is over.
+void AsyncTransfer::KeepLimit()
+{
+    const std::optional<TimePoint> limit = WaitLimit();
+    if (!limit) {
+        limit_.reset();
+        return;
+    }
+    if (limit_ == nullptr) {
+        limit_ = std::make_unique<Loop::Timer>(Core().GetRuntime().GetLoop(), [this] { Wake(); });
+    }
+    limit_->Start(*limit);
+}
+
+void AsyncTransfer::Deliver(std::function<void()> callback)
+{
+    if (!strand_.Push(std::move(callback))) {
+        return;
+    }
+    std::shared_ptr<PoolTask> task(shared_from_this(), static_cast<PoolTask *>(&strand_));
+    if (Core().Runner()) {
+        Core().Runner()([task] { task->RunOnPool(); });
+    } else {
+        Core().GetRuntime().RunOnPool(std::move(task));
+    }
+}
+
+CURL *AsyncTransfer::TakeHandle()
+{
+    CURL *const easy = Core().TakeEasy().release();
+    Core().Multi().Prepare(easy);
+    return easy;
+}
+
+void AsyncTransfer::StartExchange(CURL *easy)
+{
+    Core().Multi().Add(easy, *this);
+}
+
+void AsyncTransfer::StopExchange(CURL *easy)
+{
+    Core().Multi().Remove(easy);
+}
+
+void AsyncTransfer::Unpause(CURL *easy)
+{
+    Core().Multi().Unpause(easy);
+}
+
+void AsyncTransfer::GiveHandleBack(CURL *easy)
+{
+    Core().GiveEasy(EasyHandle(easy));
+}
+
+void AsyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code)
+{
+    limit_.reset();
+    if (code == ERR_REQUEST_CANCELED || code == ERR_SESSION_CLOSED) {
+        strand_.Clear();
+    }
+    outcome_ = std::move(response);
+    Deliver([this, code] { completion_(outcome_, code); });
+}
+
+} // namespace OHOS::Pelloria::Tnx

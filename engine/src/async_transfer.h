@@ -1,0 +1,45 @@
+// A fetch that the loop drives.
+#ifndef TNX_ENGINE_ASYNC_TRANSFER_H
+#define TNX_ENGINE_ASYNC_TRANSFER_H
+
+#include <atomic>
+#include <memory>
+
+#include "loop.h"
+#include "strand.h"
+#include "tnx_native/session.h"
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class AsyncTransfer final : public Transfer, public LoopTask
+{
+public:
+    AsyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
+                  ResponseCallback completion);
+
+    void Wake() override;
+    void RunOnLoop() override;
+
+private:
+    void Deliver(std::function<void()> callback) override;
+    void ExchangeDone(CURLcode code) override;
+    CURL *TakeHandle() override;
+    void StartExchange(CURL *easy) override;
+    void StopExchange(CURL *easy) override;
+    void Unpause(CURL *easy) override;
+    void GiveHandleBack(CURL *easy) override;
+    void Complete(std::shared_ptr<Response> response, uint32_t code) override;
+    void KeepLimit();
+
+    const ResponseCallback completion_;
+    std::shared_ptr<Response> outcome_;
+    Strand strand_;
+    std::unique_ptr<Loop::Timer> limit_;
+    std::atomic<bool> posted_ = false;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,338 @@
+// The options of a hop, and libcurl's callbacks.
+#include "exchange.h"
+
+#include <algorithm>
+#include <climits>
+#include <new>
+
+#include "tls_options.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr long BUFFER = 64L * 1024;
+constexpr long STREAM_BUFFER = 256L * 1024;
+
+void AppendTo(StringList &list, const std::string &line)
+{
+    curl_slist *const longer = curl_slist_append(list.get(), line.c_str());
+    if (longer == nullptr) {
+        throw std::bad_alloc();
+    }
+    list.release();
+    list.reset(longer);
+}
+
+uint64_t Hash(const std::vector<std::string> &addresses)
+{
+    uint64_t hash = 14695981039346656037U; // FNV-1a
+    const auto add = [&hash](char c) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+    };
+    for (const std::string &address : addresses) {
+        std::for_each(address.begin(), address.end(), add);
+        add(',');
+    }
+    return hash;
+}
+
+// Methods that may be repeated on a new connection when a kept one turns out to be dead (RFC 9110
+// section 9.2.2).
+bool IsIdempotent(const std::string &method)
+{
+    return method != "POST" && method != "PATCH" && method != "CONNECT";
+}
+
+} // namespace
+
+Exchange::Exchange(const Request &request, Receiver &receiver, Sender &sender, Recorder &recorder,
+                   Progress &progress)
+    : request_(request)
+    , receiver_(receiver)
+    , sender_(sender)
+    , recorder_(recorder)
+    , progress_(progress)
+{
+}
+
+Exchange::~Exchange()
+{
+    Release();
+}
+
+void Exchange::Release()
+{
+    if (easy_ != nullptr) {
+        curl_easy_reset(easy_);
+        easy_ = nullptr;
+    }
+}
+
+CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const TimeLeft &left,
+                           CURLSH *share)
+{
+    easy_ = easy;
+    error_.front() = '\0';
+    sentBefore_ = false;
+    SetBasics(easy, hop, share);
+    headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
+    if (!headers_.ownEncoding) {
+        curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
+    }
+    SetTimeouts(left);
+    SetRanges();
+    SetObservers();
+    for (const CURLcode code :
+         {SetBody(hop), SetMethod(hop), SetVersion(hop), SetRoute(hop, route), SetSecurity(hop)}) {
+        if (code != CURLE_OK) {
+            return code;
+        }
+    }
+    return CURLE_OK;
+}
+
+void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
+{
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
+    curl_easy_setopt(easy, CURLOPT_URL, hop.url.text.c_str());
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_SHARE, share);
+    const bool streams =
+        static_cast<bool>(request_.GetConfiguration().tracing.eventsHandler.onDataReceive);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, OnHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, OnBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+}
+
+CURLcode Exchange::SetBody(const Hop &hop)
+{
+    return hop.body ? sender_.Prepare(easy_, headers_.contentLength) : CURLE_OK;
+}
+
+CURLcode Exchange::SetMethod(const Hop &hop)
+{
+    if (hop.method == "HEAD") {
+        curl_easy_setopt(easy_, CURLOPT_NOBODY, 1L);
+        return CURLE_OK;
+    }
+    const bool expectsBody = hop.method == "POST" || hop.method == "PUT" || hop.method == "PATCH";
+    if (!hop.body && expectsBody) {
+        // Says that the body is empty (RFC 9110 section 8.6).
+        curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, "");
+        curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE, 0L);
+    }
+    if (hop.body && !IsIdempotent(hop.method)) {
+        curl_easy_setopt(easy_, CURLOPT_PREREQFUNCTION, BeforeRequest);
+        curl_easy_setopt(easy_, CURLOPT_PREREQDATA, this);
+    }
+    return curl_easy_setopt(easy_, CURLOPT_CUSTOMREQUEST, hop.method.c_str());
+}
+
+CURLcode Exchange::SetVersion(const Hop &hop)
+{
+    const Configuration &configuration = request_.GetConfiguration();
+    const auto set = [this](long version) {
+        return curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, version);
+    };
+    if (hop.url.Secure()) {
+        // Waiting for the first connection shows whether its streams can be shared.
+        curl_easy_setopt(easy_, CURLOPT_PIPEWAIT, 1L);
+    }
+    switch (configuration.transferPreference) {
+    case PREFER_HTTP1_0:
+        return set(CURL_HTTP_VERSION_1_0);
+    case PREFER_HTTP1_1:
+        return set(CURL_HTTP_VERSION_1_1);
+    case PREFER_HTTP2:
+        if (!hop.url.Secure()) {
+            // A kept connection of clear-text HTTP/2 cannot be used again with this libcurl.
+            curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
+            curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);
+        }
+        return set(configuration.transferHint ? CURL_HTTP_VERSION_2_PRIOR_KNOWLEDGE
+                                              : CURL_HTTP_VERSION_2_0);
+    case PREFER_HTTP3:
+        if (set(configuration.transferHint ? CURL_HTTP_VERSION_3ONLY : CURL_HTTP_VERSION_3) ==
+            CURLE_OK) {
+            return CURLE_OK;
+        }
+        if (configuration.transferHint) {
+            return CURLE_NOT_BUILT_IN;
+        }
+        recorder_.Note("HTTP/3 is not built in, going on with HTTP/2 or HTTP/1.1");
+        return set(CURL_HTTP_VERSION_2TLS);
+    default:
+        return set(CURL_HTTP_VERSION_2TLS);
+    }
+}
+
+CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
+{
+    connectTo_.reset();
+    resolve_.reset();
+    syntheticName_.clear();
+    curl_easy_setopt(easy_, CURLOPT_NOPROXY, "");
+    curl_easy_setopt(easy_, CURLOPT_PROXY, route.proxy.url.c_str());
+    if (!route.proxy.Direct()) {
+        const WebProxy &proxy = request_.GetConfiguration().proxy;
+        if (proxy.option == PROXY_TUNNEL) {
+            curl_easy_setopt(easy_, CURLOPT_HTTPPROXYTUNNEL, 1L);
+        }
+        for (const CURLcode code :
+             {SetProxyTls(easy_, proxy.security), SetProxyCredential(easy_, proxy.security)}) {
+            if (code != CURLE_OK) {
+                return code;
+            }
+        }
+        if (!route.proxyAddresses.empty()) {
+            AppendResolve(route.proxy.host, route.proxy.port, route.proxyAddresses);
+        }
+    }
+    if (!route.addresses.empty()) {
+        SetTargetAddresses(hop, route.addresses);
+    }
+    curl_easy_setopt(easy_, CURLOPT_RESOLVE, resolve_.get());
+    return curl_easy_setopt(easy_, CURLOPT_CONNECT_TO, connectTo_.get());
+}
+
+// The host's own name in libcurl's table of addresses would serve requests with other rules too,
+// and so would its connections. A name made of the addresses serves exactly those that go there;
+// the certificate is still checked against the host.
+void Exchange::SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses)
+{
+    syntheticName_ = std::to_string(Hash(addresses)) + ".invalid";
+    realName_ = hop.url.host;
+    AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url.port));
+    AppendResolve(syntheticName_, hop.url.port, addresses);
+}
+
+void Exchange::AppendResolve(const std::string &host, uint16_t port,
+                             const std::vector<std::string> &addresses)
+{
+    std::string line = "+" + host + ":" + std::to_string(port) + ":";
+    for (const std::string &address : addresses) {
+        line += &address == &addresses.front() ? "" : ",";
+        line += address.find(':') != std::string::npos ? "[" + address + "]" : address;
+    }
+    AppendTo(resolve_, line);
+}
+
+CURLcode Exchange::SetSecurity(const Hop &hop)
+{
+    const SecurityConfiguration &security = request_.GetConfiguration().security;
+    if (hop.url.Secure()) {
+        if (const CURLcode code = SetServerTls(easy_, security); code != CURLE_OK) {
+            return code;
+        }
+    }
+    return hop.sameOrigin ? SetServerCredential(easy_, security) : CURLE_OK;
+}
+
+void Exchange::SetTimeouts(const TimeLeft &left)
+{
+    // 0 means five minutes to libcurl's connect time-out, not none.
+    const long connect = left.connect.count() > 0 ? left.connect.count() : LONG_MAX / 2;
+    curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(std::min<long>(connect, INT_MAX)));
+    curl_easy_setopt(easy_, CURLOPT_TIMEOUT_MS,
+                     static_cast<long>(std::min<long>(left.transfer.count(), INT_MAX)));
+}
+
+void Exchange::SetRanges()
+{
+    std::string ranges;
+    for (const ByteRange &range : request_.GetTransferRange()) {
+        ranges += ranges.empty() ? "" : ",";
+        ranges += range.from ? std::to_string(*range.from) : "";
+        ranges += "-";
+        ranges += range.to ? std::to_string(*range.to) : "";
+    }
+    if (!ranges.empty()) {
+        curl_easy_setopt(easy_, CURLOPT_RANGE, ranges.c_str());
+    }
+}
+
+void Exchange::SetObservers()
+{
+    if (recorder_.Wanted()) {
+        curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(easy_, CURLOPT_DEBUGFUNCTION, OnDebug);
+        curl_easy_setopt(easy_, CURLOPT_DEBUGDATA, this);
+    }
+    if (progress_.Wanted()) {
+        curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
+        curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, OnProgress);
+        curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);
+    }
+}
+
+std::string Exchange::WithRealName(std::string text) const
+{
+    if (!syntheticName_.empty()) {
+        for (size_t at = text.find(syntheticName_); at != std::string::npos;
+             at = text.find(syntheticName_, at + realName_.size())) {
+            text.replace(at, syntheticName_.size(), realName_);
+        }
+    }
+    return text;
+}
+
+std::string Exchange::Error(CURLcode code) const
+{
+    return error_.front() != '\0' ? WithRealName(error_.data()) : curl_easy_strerror(code);
+}
+
+size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
+{
+    const size_t length = size * count;
+    return static_cast<Exchange *>(self)->receiver_.OnHeaderLine({line, length}) ? length : 0;
+}
+
+size_t Exchange::OnBody(char *piece, size_t size, size_t count, void *self)
+{
+    return static_cast<Exchange *>(self)->receiver_.OnBody({piece, size * count});
+}
+
+int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
+{
+    auto *const exchange = static_cast<Exchange *>(self);
+    if (type == CURLINFO_TEXT) {
+        exchange->recorder_.Record(type, exchange->WithRealName({data, size}));
+    } else {
+        exchange->recorder_.Record(type, {data, size});
+    }
+    return 0;
+}
+
+int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_off_t uploadTotal,
+                         curl_off_t uploaded)
+{
+    auto *const exchange = static_cast<Exchange *>(self);
+    exchange->progress_.Report({.downloadTotal = static_cast<uint64_t>(downloadTotal),
+                                .downloaded = exchange->receiver_.Received(),
+                                .uploadTotal = static_cast<uint64_t>(uploadTotal),
+                                .uploaded = static_cast<uint64_t>(uploaded)});
+    return 0;
+}
+
+// libcurl repeats a request by itself when a kept connection turns out to be dead.
+int Exchange::BeforeRequest(void *self, char *, char *, int, int)
+{
+    auto *const exchange = static_cast<Exchange *>(self);
+    curl_off_t sent = 0;
+    curl_easy_getinfo(exchange->easy_, CURLINFO_SIZE_UPLOAD_T, &sent);
+    if (std::exchange(exchange->sentBefore_, true) && sent > 0 &&
+        exchange->receiver_.Block().Status() == 0) {
+        exchange->refusedRetry_ = true;
+        return CURL_PREREQFUNC_ABORT;
+    }
+    return CURL_PREREQFUNC_OK;
+}
+
+} // namespace OHOS::Pelloria::Tnx

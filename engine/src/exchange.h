@@ -1,0 +1,101 @@
+// One HTTP exchange: a hop of a fetch on an easy handle of libcurl.
+#ifndef TNX_ENGINE_EXCHANGE_H
+#define TNX_ENGINE_EXCHANGE_H
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "curl_multi.h"
+#include "header_list.h"
+#include "hop.h"
+#include "progress.h"
+#include "proxy_route.h"
+#include "receiver.h"
+#include "recorder.h"
+#include "sender.h"
+#include "tnx_native/request.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// Where a hop goes: through which proxy, and to which addresses. No addresses: the host is one
+// itself, or is resolved elsewhere.
+struct Route {
+    Proxy proxy;
+    std::vector<std::string> addresses;
+    std::vector<std::string> proxyAddresses;
+};
+
+// What is left of the time-outs when a hop goes to libcurl; 0: no limit.
+struct TimeLeft {
+    std::chrono::milliseconds connect{0};
+    std::chrono::milliseconds transfer{0};
+};
+
+class Exchange
+{
+public:
+    Exchange(const Request &request, Receiver &receiver, Sender &sender, Recorder &recorder,
+             Progress &progress);
+    ~Exchange();
+    Exchange(const Exchange &) = delete;
+    Exchange &operator=(const Exchange &) = delete;
+
+    // Sets a handle up for a hop. Not OK: the hop cannot be sent, and Error tells why.
+    CURLcode Prepare(CURL *easy, const Hop &hop, const Route &route, const TimeLeft &left,
+                     CURLSH *share);
+
+    // The handle is done with; it no longer points here.
+    void Release();
+
+    // What libcurl has to say about the failure.
+    std::string Error(CURLcode code) const;
+
+    // libcurl was to send the body of a request that must not be repeated a second time.
+    bool RefusedRetry() const { return refusedRetry_; }
+
+private:
+    void SetBasics(CURL *easy, const Hop &hop, CURLSH *share);
+    CURLcode SetBody(const Hop &hop);
+    CURLcode SetMethod(const Hop &hop);
+    CURLcode SetVersion(const Hop &hop);
+    CURLcode SetRoute(const Hop &hop, const Route &route);
+    void SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses);
+    void AppendResolve(const std::string &host, uint16_t port,
+                       const std::vector<std::string> &addresses);
+    CURLcode SetSecurity(const Hop &hop);
+    void SetTimeouts(const TimeLeft &left);
+    void SetRanges();
+    void SetObservers();
+    std::string WithRealName(std::string text) const;
+
+    static size_t OnHeader(char *line, size_t size, size_t count, void *self);
+    static size_t OnBody(char *piece, size_t size, size_t count, void *self);
+    static int OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self);
+    static int OnProgress(void *self, curl_off_t downloadTotal, curl_off_t downloaded,
+                          curl_off_t uploadTotal, curl_off_t uploaded);
+    static int BeforeRequest(void *self, char *, char *, int, int);
+
+    const Request &request_;
+    Receiver &receiver_;
+    Sender &sender_;
+    Recorder &recorder_;
+    Progress &progress_;
+    CURL *easy_ = nullptr;
+    HeaderList headers_;
+    StringList connectTo_;
+    StringList resolve_;
+    std::string syntheticName_; // stands for the host's addresses
+    std::string realName_;
+    bool sentBefore_ = false;
+    bool refusedRetry_ = false;
+    std::array<char, CURL_ERROR_SIZE> error_{};
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

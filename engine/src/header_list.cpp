@@ -1,0 +1,229 @@
+// Builds the header fields of a hop.
+#include "header_list.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <map>
+#include <new>
+#include <string_view>
+
+#include "text.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr const char *USER_AGENT = "User-Agent: libtnx/1.0";
+
+// Names that may stand only once.
+constexpr std::array<std::string_view, 5> SINGLE = {"content-type", "host", "content-length",
+                                                    "user-agent", "authorization"};
+
+// The content types that a body's kind adds.
+constexpr std::array<std::string_view, 4> ADDED_TYPES = {
+    "text/plain", "application/x-www-form-urlencoded", "multipart/form-data",
+    "application/octet-stream"};
+
+constexpr bool IsTokenChar(char c)
+{
+    constexpr std::string_view PUNCTUATION = "!#$%&'*+-.^_`|~";
+    return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+           PUNCTUATION.find(c) != std::string_view::npos;
+}
+
+bool IsToken(std::string_view text)
+{
+    return !text.empty() && std::all_of(text.begin(), text.end(), IsTokenChar);
+}
+
+bool IsSafeValue(std::string_view value)
+{
+    return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+template <class Range> bool Contains(const Range &range, std::string_view text)
+{
+    return std::find(range.begin(), range.end(), text) != range.end();
+}
+
+// One name in all its spellings, with the values to send.
+struct Field {
+    std::string_view name;
+    const std::vector<std::string> *values;
+};
+
+class ListBuilder
+{
+public:
+    ListBuilder(const Request &request, const Hop &hop, const HopCookies &cookies)
+        : request_(request)
+        , hop_(hop)
+        , cookies_(cookies)
+    {
+    }
+
+    HeaderList Build()
+    {
+        CollectFields();
+        for (const auto &[lower, field] : fields_) {
+            AddField(lower, field);
+        }
+        AddCookies();
+        if (!userAgent_) {
+            Append(USER_AGENT);
+        }
+        if (!expect_) {
+            Append("Expect:");
+        }
+        list_.ownEncoding = list_.ownEncoding || !request_.GetTransferRange().empty();
+        return std::move(list_);
+    }
+
+private:
+    void CollectFields()
+    {
+        if (request_.GetHeaders() == nullptr) {
+            return;
+        }
+        for (const auto &[name, values] : *request_.GetHeaders()) {
+            const std::string lower = Lower(name);
+            const auto range = fields_.equal_range(lower);
+            if (range.first == range.second || !Contains(SINGLE, lower)) {
+                fields_.emplace(lower, Field{name, &values});
+            } else if (name != lower) {
+                range.first->second = {name, &values}; // wins over the spelling that was added
+            }
+        }
+    }
+
+    void AddField(const std::string &lower, const Field &field)
+    {
+        if (!hop_.sameOrigin && (lower == "authorization" || lower == "cookie")) {
+            return;
+        }
+        if (!hop_.body && IsAboutBody(lower, field)) {
+            return;
+        }
+        if (lower == "content-length") {
+            TakeLength(field.values->front());
+            return;
+        }
+        if (lower == "cookie") {
+            ownCookies_ = field.values->front();
+            return;
+        }
+        userAgent_ = userAgent_ || lower == "user-agent";
+        expect_ = expect_ || lower == "expect";
+        list_.ownEncoding = list_.ownEncoding || lower == "accept-encoding";
+        for (const std::string &value : *field.values) {
+            // A name with an empty value is written with a semicolon, else libcurl drops it.
+            Append(std::string(field.name) + (value.empty() ? ";" : ": ") + value);
+            if (Contains(SINGLE, lower)) {
+                break;
+            }
+        }
+    }
+
+    // Without a body the content type that its kind added is not sent, and after a redirect that
+    // dropped the body nothing is that described it.
+    bool IsAboutBody(const std::string &lower, const Field &field) const
+    {
+        if (hop_.redirects > 0) {
+            return lower.starts_with("content-") || lower == "transfer-encoding";
+        }
+        return (lower == "content-type" && field.name == lower &&
+                Contains(ADDED_TYPES, field.values->front())) ||
+               lower == "content-length";
+    }
+
+    void TakeLength(const std::string &text)
+    {
+        uint64_t length = 0;
+        const char *const end = text.data() + text.size();
+        if (std::from_chars(text.data(), end, length).ptr == end) {
+            list_.contentLength = length;
+        }
+    }
+
+    // One field with all cookies (RFC 6265 section 5.4).
+    void AddCookies()
+    {
+        std::string line = ownCookies_;
+        const auto add = [&line](const std::string &name, const std::string &value) {
+            line += line.empty() ? "" : "; ";
+            line += name + "=" + value;
+        };
+        const auto ofHops = cookies_.For(hop_.url);
+        if (hop_.sameOrigin) {
+            const RequestCookies &cookies = request_.GetRequestCookies();
+            for (const auto &[name, value] : std::map(cookies.begin(), cookies.end())) {
+                const bool replaced =
+                    std::any_of(ofHops.begin(), ofHops.end(), [&name = name](const auto &cookie) {
+                        return cookie.first == name;
+                    });
+                if (!replaced) {
+                    add(name, value);
+                }
+            }
+        }
+        for (const auto &[name, value] : ofHops) {
+            add(name, value);
+        }
+        if (!line.empty()) {
+            Append("Cookie: " + line);
+        }
+    }
+
+    void Append(const std::string &line)
+    {
+        curl_slist *const longer = curl_slist_append(list_.lines.get(), line.c_str());
+        if (longer == nullptr) {
+            throw std::bad_alloc();
+        }
+        list_.lines.release();
+        list_.lines.reset(longer);
+    }
+
+    const Request &request_;
+    const Hop &hop_;
+    const HopCookies &cookies_;
+    std::multimap<std::string, Field> fields_;
+    std::string ownCookies_;
+    bool userAgent_ = false;
+    bool expect_ = false;
+    HeaderList list_;
+};
+
+} // namespace
+
+std::string FindBadField(const Request &request)
+{
+    if (!IsToken(request.GetMethod())) {
+        return "the method is not a token";
+    }
+    if (request.GetHeaders() != nullptr) {
+        for (const auto &[name, values] : *request.GetHeaders()) {
+            if (!IsToken(name)) {
+                return "a header name is not a token";
+            }
+            if (!std::all_of(values.begin(), values.end(), IsSafeValue)) {
+                return "the value of the header " + name + " holds CR, LF or NUL";
+            }
+        }
+    }
+    for (const auto &[name, value] : request.GetRequestCookies()) {
+        if (!IsSafeValue(name) || !IsSafeValue(value)) {
+            return "a cookie holds CR, LF or NUL";
+        }
+    }
+    return {};
+}
+
+HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies)
+{
+    return ListBuilder(request, hop, cookies).Build();
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,32 @@
+// The header fields of one hop, as libcurl wants them.
+#ifndef TNX_ENGINE_HEADER_LIST_H
+#define TNX_ENGINE_HEADER_LIST_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "curl_multi.h"
+#include "hop.h"
+#include "hop_cookies.h"
+#include "tnx_native/request.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// What must not be put on the wire (RFC 9110 sections 5.1, 5.5 and 9.1): names and methods that
+// are no tokens, values with CR, LF or NUL. Returns what is wrong, or nothing.
+std::string FindBadField(const Request &request);
+
+// The fields to send, and what the options of libcurl take over.
+struct HeaderList {
+    StringList lines;
+    std::optional<uint64_t> contentLength; // the application's own
+    bool ownEncoding = false;              // it decodes, or wants the bytes as they come
+};
+
+HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies);
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

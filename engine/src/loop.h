@@ -1,0 +1,130 @@
+// The one I/O thread of the process: descriptors, timers and tasks posted by other threads. The
+// application's code never runs on it.
+#ifndef TNX_ENGINE_LOOP_H
+#define TNX_ENGINE_LOOP_H
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "common/mutex.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+using Clock = std::chrono::steady_clock;
+using TimePoint = Clock::time_point;
+
+// Work for the loop. Posted by any thread, run on the loop's.
+class LoopTask
+{
+public:
+    virtual ~LoopTask() = default;
+    virtual void RunOnLoop() = 0;
+};
+
+// Takes the events of the descriptors that it watches; on the loop's thread.
+class Watcher
+{
+public:
+    virtual void OnReady(int fd, uint32_t events) = 0;
+
+protected:
+    ~Watcher() = default;
+};
+
+class Loop
+{
+public:
+    // One deadline. Belongs to the loop's thread.
+    class Timer
+    {
+    public:
+        Timer(Loop &loop, std::function<void()> action)
+            : loop_(loop)
+            , action_(std::move(action))
+        {
+        }
+        ~Timer() { Stop(); }
+        Timer(const Timer &) = delete;
+        Timer &operator=(const Timer &) = delete;
+
+        void Start(TimePoint at);
+        void Stop();
+        bool Running() const { return running_; }
+
+    private:
+        friend class Loop;
+        Loop &loop_;
+        const std::function<void()> action_;
+        TimePoint at_;
+        bool running_ = false;
+    };
+
+    // `afterRound` runs on the loop's thread after each round of events.
+    explicit Loop(std::function<void()> afterRound);
+    ~Loop();
+    Loop(const Loop &) = delete;
+    Loop &operator=(const Loop &) = delete;
+
+    void Start();
+
+    // Waits for the round that runs. Nothing runs afterwards.
+    void Stop();
+
+    void Post(std::shared_ptr<LoopTask> task);
+    void Post(std::function<void()> action);
+
+    // Runs the action on the loop's thread and waits for it; false when the loop has stopped.
+    bool Run(const std::function<void()> &action);
+
+    bool OnThisThread() const { return std::this_thread::get_id() == thread_.get_id(); }
+
+    // The rest belongs to the loop's thread. `events` are those of epoll; 0 stops watching.
+    void Watch(int fd, uint32_t events, Watcher *watcher);
+
+    // Tells of a descriptor's birth and death. Between the two its registration is kept when it is
+    // no longer watched, because it will be again: libcurl asks for two changes a request.
+    void Opened(int fd);
+    void Closed(int fd);
+
+private:
+    struct Registration {
+        Watcher *watcher = nullptr;
+        uint32_t wanted = 0;
+        uint32_t registered = 0;
+        bool lazy = false;
+    };
+
+    void RunRounds();
+    void RunPosted();
+    void RunTimers();
+    void Dispatch(int fd, uint32_t events);
+    void Register(int fd, Registration &registration, uint32_t events);
+    Registration &At(int fd);
+    int MillisecondsToWait();
+
+    const std::function<void()> afterRound_;
+    const int epoll_;
+    const int wakeup_;
+    std::atomic<bool> asleep_ = false;
+    std::atomic<bool> stopped_ = false;
+    Mutex mutex_;
+    CondVar changed_;
+    std::vector<std::shared_ptr<LoopTask>> posted_ GUARDED_BY(mutex_);
+    bool ended_ GUARDED_BY(mutex_) = false;
+    std::vector<std::shared_ptr<LoopTask>> running_;
+    std::vector<Registration> registrations_;
+    std::set<std::pair<TimePoint, Timer *>> timers_;
+    std::thread thread_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

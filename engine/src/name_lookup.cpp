@@ -1,0 +1,182 @@
+// The order of sources for a name, and what each of them is asked.
+#include "name_lookup.h"
+
+#include "resolver.h"
+#include "text.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+// libcurl itself maps these to the loopback addresses (RFC 6761 section 6.3).
+bool IsLocalName(const std::string &host)
+{
+    return host == "localhost" || host.ends_with(".localhost");
+}
+
+} // namespace
+
+void NameLookup::Start(const std::string &host, uint16_t port, const Configuration *configuration,
+                       Waker wake)
+{
+    wake_ = std::move(wake);
+    configuration_ = configuration;
+    host_ = host;
+    port_ = port;
+    result_ = {};
+    answer_.reset();
+    source_ = host.empty() || IsAddress(host) ? Source::NONE : Source::RULE;
+}
+
+bool NameLookup::Ready()
+{
+    if (answer_ != nullptr) {
+        std::optional<LookupResult> result;
+        {
+            MutexLock lock(answer_->mutex);
+            result.swap(answer_->result);
+        }
+        if (!result) {
+            return false;
+        }
+        answer_.reset();
+        if (Settle(std::move(*result))) {
+            return true;
+        }
+    }
+    return Ask();
+}
+
+// Asks one source after the other, until one has answered or must be waited for.
+bool NameLookup::Ask()
+{
+    while (source_ != Source::NONE) {
+        bool answered = false;
+        switch (source_) {
+        case Source::RULE:
+            answered = AskRule();
+            break;
+        case Source::RESOLVER_URL:
+            answered = AskResolverUrl();
+            break;
+        default:
+            if (IsLocalName(host_)) {
+                source_ = Source::NONE;
+                return true;
+            }
+            answered = AskServers({});
+            break;
+        }
+        if (answered) {
+            return true;
+        }
+        if (answer_ != nullptr) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Takes an answer. True when it is the outcome, false when the next source is to be asked.
+bool NameLookup::Settle(LookupResult result)
+{
+    DropNames(result);
+    const bool noOpinion = result.addresses.empty() && result.error.empty();
+    const bool mayGoOn = source_ == Source::RESOLVER_URL && result.addresses.empty() &&
+                         !configuration_->dnsResolverOnly;
+    if (noOpinion || mayGoOn) {
+        if (!result.error.empty()) {
+            recorder_.Note("The resolver URL failed, asking the system: " + result.error);
+        }
+        source_ = source_ == Source::RULE ? Source::RESOLVER_URL : Source::SYSTEM;
+        return false;
+    }
+    result_ = std::move(result);
+    source_ = Source::NONE;
+    return true;
+}
+
+bool NameLookup::AskRule()
+{
+    if (configuration_ != nullptr && configuration_->dnsRule != nullptr) {
+        const DnsRule::Rule &rule = configuration_->dnsRule->Get();
+        if (const auto *servers = std::get_if<DnsServers>(&rule); servers && !servers->empty()) {
+            return AskServers(*servers);
+        }
+        if (const auto *items = std::get_if<std::vector<StaticDnsRuleItem>>(&rule)) {
+            return AskTable(*items);
+        }
+        if (const auto *function = std::get_if<DynamicDnsFunction>(&rule)) {
+            AskApplication(*function);
+            return answer_ == nullptr;
+        }
+    }
+    return Settle({});
+}
+
+bool NameLookup::AskTable(const std::vector<StaticDnsRuleItem> &items)
+{
+    for (const StaticDnsRuleItem &item : items) {
+        if (EqualsIgnoringCase(item.host, host_) && (item.port == 0 || item.port == port_)) {
+            return Settle({.addresses = item.addresses, .error = {}});
+        }
+    }
+    return Settle({});
+}
+
+void NameLookup::AskApplication(const DynamicDnsFunction &function)
+{
+    answer_ = std::make_shared<Answer>();
+    delivery_.Deliver([this, answer = answer_, &function] {
+        const std::vector<std::string> addresses = function(host_, port_);
+        {
+            MutexLock lock(answer->mutex);
+            answer->result = {.addresses = addresses, .error = {}};
+        }
+        wake_();
+    });
+}
+
+// Only literal addresses can be connected to.
+void NameLookup::DropNames(LookupResult &result)
+{
+    const bool given = !result.addresses.empty();
+    std::erase_if(result.addresses, [this](const std::string &address) {
+        if (IsAddress(address)) {
+            return false;
+        }
+        recorder_.Note("Ignoring what the DNS rule gives for " + host_ +
+                       ", it is not an address: " + address);
+        return true;
+    });
+    if (given && result.addresses.empty()) {
+        result.error = "the DNS rule gives no literal address";
+    }
+}
+
+bool NameLookup::AskServers(const DnsServers &servers)
+{
+    Resolver &resolver = runtime_.GetResolver();
+    if (std::optional<LookupResult> remembered = resolver.Remembered(servers, host_)) {
+        return Settle(std::move(*remembered));
+    }
+    answer_ = std::make_shared<Answer>();
+    const auto take = [answer = answer_, wake = wake_](const LookupResult &result) {
+        {
+            MutexLock lock(answer->mutex);
+            answer->result = result;
+        }
+        wake();
+    };
+    runtime_.GetLoop().Post(
+        [&resolver, servers, host = host_, take] { resolver.Lookup(servers, host, take); });
+    return false;
+}
+
+bool NameLookup::AskResolverUrl()
+{
+    return Settle({});
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,112 @@
+// Asks for one piece at a time, as libcurl gets hungry.
+#include "pull_body.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include <curl/curl.h>
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr size_t PIECE = 256 * 1024;
+
+} // namespace
+
+std::optional<size_t> PullBody::TryRead(char *buffer, size_t size)
+{
+    const bool complete = length_ && sent_ == *length_;
+    if (data_ != nullptr && offset_ < data_->size() && !complete) {
+        size_t count = std::min(size, data_->size() - offset_);
+        if (length_) {
+            count = std::min<uint64_t>(count, *length_ - sent_);
+        }
+        std::memcpy(buffer, data_->data() + offset_, count);
+        offset_ += count;
+        sent_ += count;
+        return count;
+    }
+    if (complete) {
+        return 0;
+    }
+    if (ended_ && length_) {
+        failure_ = Failure::ENDED_EARLY;
+    }
+    if (failure_ != Failure::NONE) {
+        return CURL_READFUNC_ABORT;
+    }
+    return ended_ ? std::optional<size_t>(0) : std::nullopt;
+}
+
+size_t PullBody::Read(char *buffer, size_t size)
+{
+    {
+        MutexLock lock(mutex_);
+        if (const std::optional<size_t> count = TryRead(buffer, size)) {
+            return *count;
+        }
+        paused_ = true;
+        if (std::exchange(pulling_, true)) {
+            return CURL_READFUNC_PAUSE;
+        }
+    }
+    delivery_.Deliver([this] { Pull(); });
+    MutexLock lock(mutex_);
+    const std::optional<size_t> count = TryRead(buffer, size);
+    paused_ = !count;
+    return count.value_or(CURL_READFUNC_PAUSE);
+}
+
+void PullBody::Pull()
+{
+    {
+        MutexLock lock(mutex_);
+        if (stopped_) {
+            return;
+        }
+    }
+    std::shared_ptr<std::string> piece = function_(PIECE);
+    {
+        MutexLock lock(mutex_);
+        pulling_ = false;
+        if (piece == nullptr) {
+            failure_ = Failure::CALLBACK;
+        }
+        ended_ = piece == nullptr || piece->empty();
+        data_ = std::move(piece);
+        offset_ = 0;
+        if (!paused_) {
+            return;
+        }
+    }
+    delivery_.Wake();
+}
+
+bool PullBody::Ready() const
+{
+    MutexLock lock(mutex_);
+    return paused_ && !pulling_;
+}
+
+PullBody::Failure PullBody::GetFailure() const
+{
+    MutexLock lock(mutex_);
+    return failure_;
+}
+
+uint64_t PullBody::Sent() const
+{
+    MutexLock lock(mutex_);
+    return sent_;
+}
+
+void PullBody::Stop()
+{
+    MutexLock lock(mutex_);
+    stopped_ = true;
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,80 @@
+// Takes what a response brings: header sections of all hops, and the body of the final one.
+#ifndef TNX_ENGINE_RECEIVER_H
+#define TNX_ENGINE_RECEIVER_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "body_pipe.h"
+#include "delivery.h"
+#include "header_block.h"
+#include "hop_cookies.h"
+#include "tnx_native/response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Receiver
+{
+public:
+    Receiver(Response &response, Delivery &delivery);
+
+    // A hop starts. `mayRepeat`: libcurl may answer a 401 or 407 by itself.
+    void StartHop(const Url &url, bool mayRepeat);
+
+    // One header line. False to stop.
+    bool OnHeaderLine(std::string_view line);
+
+    // A piece of a body, for libcurl: its size, CURL_WRITEFUNC_PAUSE, or less to stop.
+    size_t OnBody(std::string_view piece);
+
+    // The hop is over and is not followed by another: the rest of the events.
+    void EndOfBody();
+
+    // Where the hop redirects to something that is to be followed.
+    bool Redirected() const { return redirected_; }
+    const HeaderBlock &Block() const { return block_; }
+    const HopCookies &Cookies() const { return hopCookies_; }
+
+    // The pause of libcurl is over.
+    bool Resumable() const { return paused_ && pipe_->HasRoom(); }
+    void Resumed() { paused_ = false; }
+
+    // The application has had everything, or wants no more.
+    bool Drained() const { return !pipe_ || pipe_->Drained(); }
+    bool Refused() const { return pipe_ && pipe_->Refused(); }
+
+    // Bytes of body so far, and why the receiver itself stopped, if it did.
+    uint64_t Received() const { return received_; }
+    CURLcode Failure() const { return failure_; }
+
+    // The application is not called any more.
+    void Stop();
+
+private:
+    void EndOfBlock();
+    void KeepCookies();
+    void TellHeaders();
+    void ReserveBody();
+    size_t Keep(std::string_view piece);
+
+    Response &response_;
+    Delivery &delivery_;
+    const Configuration &configuration_;
+    std::optional<BodyPipe> pipe_;
+    HopCookies hopCookies_;
+    HeaderBlock block_;
+    const Url *url_ = nullptr;
+    bool mayRepeat_ = false;
+    bool redirected_ = false;
+    bool headersTold_ = false;
+    bool paused_ = false;
+    uint64_t received_ = 0;
+    CURLcode failure_ = CURLE_OK;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

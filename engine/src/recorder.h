@@ -1,0 +1,46 @@
+// Debug information of one fetch, and the cause of its failure in words.
+#ifndef TNX_ENGINE_RECORDER_H
+#define TNX_ENGINE_RECORDER_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <curl/curl.h>
+
+#include "tnx_native/response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Recorder
+{
+public:
+    explicit Recorder(const TracingConfiguration &tracing)
+        : tracing_(tracing)
+    {
+    }
+
+    // Whether libcurl is to report what happens.
+    bool Wanted() const { return tracing_.debug; }
+
+    // One report of libcurl.
+    void Record(curl_infotype type, std::string_view data);
+
+    // A text of the engine's own.
+    void Note(std::string text);
+
+    // Ends the list with the cause of a failure, whatever is switched on.
+    void Cause(std::string text) { entries_.push_back({DEBUG_TEXT, std::move(text)}); }
+
+    std::vector<DebugInfo> Take() { return std::move(entries_); }
+
+private:
+    const TracingConfiguration &tracing_;
+    std::vector<DebugInfo> entries_;
+    size_t dataBytes_ = 0;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,68 @@
+// Secrets that do not outlive their use.
+#include "tnx_native/security.h"
+
+#include <utility>
+
+#include "tnx_platform/bounded.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+// The whole buffer: a longer text may have stood in it before.
+void WipeText(std::string &text) noexcept
+{
+    text.resize(text.capacity());
+    memset_s(text.data(), text.size(), 0, text.size());
+    text.clear();
+}
+
+} // namespace
+
+SecretString::SecretString(SecretString &&other) noexcept
+{
+    *this = std::move(other);
+}
+
+SecretString &SecretString::operator=(const SecretString &other)
+{
+    if (this != &other) {
+        Wipe();
+        text_ = other.text_;
+    }
+    return *this;
+}
+
+SecretString &SecretString::operator=(SecretString &&other) noexcept
+{
+    if (this != &other) {
+        Wipe();
+        text_.swap(other.text_);
+        other.Wipe();
+    }
+    return *this;
+}
+
+void SecretString::Assign(const char *text)
+{
+    Wipe();
+    text_ = text;
+}
+
+void SecretString::Append(std::string_view text)
+{
+    std::string longer;
+    longer.reserve(text_.size() + text.size());
+    longer.append(text_).append(text);
+    Wipe();
+    text_.swap(longer);
+    WipeText(longer); // a short text leaves a copy behind
+}
+
+void SecretString::Wipe() noexcept
+{
+    WipeText(text_);
+}
+
+} // namespace OHOS::Pelloria::Tnx

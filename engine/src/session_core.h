@@ -1,0 +1,88 @@
+// What the fetches of one session share.
+#ifndef TNX_ENGINE_SESSION_CORE_H
+#define TNX_ENGINE_SESSION_CORE_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "activity.h"
+#include "admission.h"
+#include "common/mutex.h"
+#include "curl_multi.h"
+#include "runtime.h"
+#include "tls_session_share.h"
+#include "tnx_native/session.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Transfer;
+
+// A multi handle of its own for each synchronous fetch that runs, kept for the next one with its
+// connections: sharing connections across threads is not safe.
+struct SyncHandles {
+    CURLM *multi;
+    EasyHandle easy;
+
+    SyncHandles();
+    ~SyncHandles();
+    SyncHandles(const SyncHandles &) = delete;
+    SyncHandles &operator=(const SyncHandles &) = delete;
+};
+
+class SessionCore
+{
+public:
+    SessionCore(Runtime &runtime, std::shared_ptr<SessionConfiguration> configuration,
+                TaskRunner runner);
+    ~SessionCore();
+    SessionCore(const SessionCore &) = delete;
+    SessionCore &operator=(const SessionCore &) = delete;
+
+    Runtime &GetRuntime() { return runtime_; }
+    Activity &GetActivity() { return activity_; }
+    Admission &GetAdmission() { return admission_; }
+    CURLSH *Share() { return share_.Get(); }
+    const SessionConfiguration &Configuration() const { return *configuration_; }
+    const TaskRunner &Runner() const { return runner_; }
+
+    // Fetches on their way, by their request.
+    void Register(const std::shared_ptr<Transfer> &transfer);
+    void Deregister(const Transfer &transfer);
+    std::vector<std::shared_ptr<Transfer>> Find(const Request &request);
+    std::vector<std::shared_ptr<Transfer>> All();
+
+    // On the loop's thread, until ReleaseHandles.
+    CurlMulti &Multi() { return *multi_; }
+    EasyHandle TakeEasy();
+    void GiveEasy(EasyHandle easy);
+    void ReleaseHandles();
+
+    // From any thread.
+    std::unique_ptr<SyncHandles> TakeSync();
+    void GiveSync(std::unique_ptr<SyncHandles> handles);
+
+private:
+    long MaxIdle() const;
+
+    Runtime &runtime_;
+    const std::shared_ptr<SessionConfiguration> configuration_;
+    const TaskRunner runner_;
+    TlsSessionShare share_; // outlives every handle below
+    Activity activity_;
+    Admission admission_;
+    std::unique_ptr<CurlMulti> multi_;
+    std::vector<EasyHandle> easies_;
+
+    Mutex mutex_;
+    std::unordered_multimap<const Request *, std::shared_ptr<Transfer>>
+        transfers_ GUARDED_BY(mutex_);
+    std::vector<std::unique_ptr<SyncHandles>> syncs_ GUARDED_BY(mutex_);
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,43 @@
+// Runs the callbacks of one transfer.
+#include "strand.h"
+
+#include <utility>
+
+namespace OHOS::Pelloria::Tnx
+{
+
+bool Strand::Push(Callback callback)
+{
+    MutexLock lock(mutex_);
+    callbacks_.push_back(std::move(callback));
+    return !std::exchange(scheduled_, true);
+}
+
+void Strand::Clear()
+{
+    // Declared first, so released after the lock: a callback may own the last reference.
+    std::deque<Callback> dropped;
+    MutexLock lock(mutex_);
+    dropped.swap(callbacks_);
+}
+
+void Strand::RunOnPool()
+{
+    for (;;) {
+        Callback callback;
+        {
+            MutexLock lock(mutex_);
+            if (callbacks_.empty()) {
+                scheduled_ = false;
+                return;
+            }
+            callback = std::move(callbacks_.front());
+            callbacks_.pop_front();
+        }
+        if (const Activity::Scope running(activity_); running) {
+            callback();
+        }
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx

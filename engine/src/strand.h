@@ -1,0 +1,43 @@
+// The callbacks of one asynchronous transfer: in order, one at a time, on the callback pool.
+#ifndef TNX_ENGINE_STRAND_H
+#define TNX_ENGINE_STRAND_H
+
+#include <deque>
+#include <functional>
+#include <memory>
+
+#include "activity.h"
+#include "callback_pool.h"
+#include "common/mutex.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+using Callback = std::function<void()>;
+
+class Strand : public PoolTask
+{
+public:
+    explicit Strand(Activity &activity)
+        : activity_(activity)
+    {
+    }
+
+    // Adds a callback. True when the strand has to be handed to the pool.
+    bool Push(Callback callback);
+
+    // Forgets every callback that has not started.
+    void Clear();
+
+    void RunOnPool() override;
+
+private:
+    Activity &activity_;
+    Mutex mutex_;
+    std::deque<Callback> callbacks_ GUARDED_BY(mutex_);
+    bool scheduled_ GUARDED_BY(mutex_) = false;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

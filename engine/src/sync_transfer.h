@@ -1,0 +1,49 @@
+// A fetch that its caller drives, on the calling thread.
+#ifndef TNX_ENGINE_SYNC_TRANSFER_H
+#define TNX_ENGINE_SYNC_TRANSFER_H
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "session_core.h"
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class SyncTransfer final : public Transfer
+{
+public:
+    // A fetch from inside a callback of its session borrows the slot of that callback's request:
+    // it could wait for ever for one of its own.
+    SyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
+                 bool insideCallback);
+    ~SyncTransfer() override;
+
+    // Returns when the fetch is over.
+    std::shared_ptr<Response> Run(uint32_t &code);
+
+    void Wake() override;
+
+private:
+    void Deliver(std::function<void()> callback) override { callback(); }
+    CURL *TakeHandle() override { return handles_->easy.get(); }
+    void StartExchange(CURL *easy) override;
+    void StopExchange(CURL *easy) override;
+    void Unpause(CURL *easy) override;
+    void GiveHandleBack(CURL *) override {}
+    void Complete(std::shared_ptr<Response> response, uint32_t code) override;
+    void Perform();
+    void Wait();
+
+    const std::thread::id caller_ = std::this_thread::get_id();
+    std::unique_ptr<SyncHandles> handles_;
+    std::atomic<bool> woken_ = true;
+    std::shared_ptr<Response> outcome_;
+    uint32_t code_ = 0;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,47 @@
+// Small questions about ASCII text, independent of the locale.
+#ifndef TNX_ENGINE_TEXT_H
+#define TNX_ENGINE_TEXT_H
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace OHOS::Pelloria::Tnx
+{
+
+constexpr char ToLower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+constexpr bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+inline std::string Lower(std::string_view text)
+{
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), ToLower);
+    return lower;
+}
+
+inline bool EqualsIgnoringCase(std::string_view a, std::string_view b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return ToLower(x) == ToLower(y); });
+}
+
+// Without the spaces and tabs around it.
+constexpr std::string_view Trim(std::string_view text)
+{
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

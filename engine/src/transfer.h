@@ -1,0 +1,139 @@
+// One fetch on its way, from the queue over all hops to its completion. What drives it (the loop,
+// or a caller that waits) comes from the derived class.
+#ifndef TNX_ENGINE_TRANSFER_H
+#define TNX_ENGINE_TRANSFER_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "admission.h"
+#include "curl_multi.h"
+#include "delivery.h"
+#include "exchange.h"
+#include "hop.h"
+#include "name_lookup.h"
+#include "phases.h"
+#include "tnx_native/request.h"
+#include "tnx_native/response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class SessionCore;
+
+class Transfer : public Candidate,
+                 public Delivery,
+                 public ExchangeListener,
+                 public std::enable_shared_from_this<Transfer>
+{
+public:
+    virtual ~Transfer();
+    Transfer(const Transfer &) = delete;
+    Transfer &operator=(const Transfer &) = delete;
+
+    const std::shared_ptr<Request> &GetRequest() const { return request_; }
+
+protected:
+    // `exclusive`: shares its connection with nobody. `needsSlot`: counts for the limits.
+    Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request, bool exclusive,
+             bool needsSlot);
+
+    // Goes on as far as it can without waiting. On the driving thread, like all that follows.
+    void Advance();
+
+    // Until when it may wait for what it waits for now.
+    std::optional<TimePoint> WaitLimit() const;
+
+    bool UnderWay() const { return state_ == State::UNDER_WAY; }
+    bool Done() const { return state_ == State::DONE; }
+
+    void ExchangeDone(CURLcode code) override;
+    void Admitted() override;
+
+    virtual CURL *TakeHandle() = 0;
+    virtual void StartExchange(CURL *easy) = 0;
+    virtual void StopExchange(CURL *easy) = 0;
+    virtual void Unpause(CURL *easy) = 0;
+    virtual void GiveHandleBack(CURL *easy) = 0;
+
+    // The outcome; the last call.
+    virtual void Complete(std::shared_ptr<Response> response, uint32_t code) = 0;
+
+    SessionCore &Core() { return *core_; }
+
+private:
+    enum class State {
+        START,
+        ADMISSION,
+        ROUTE,
+        EXCLUSION,
+        TARGET_LOOKUP,
+        PROXY_LOOKUP,
+        SEND,
+        UNDER_WAY,
+        DRAIN,
+        DONE
+    };
+
+    // Where the transfer stands with the limits on connections.
+    enum class Place { NONE, WAITING, ADMITTED };
+
+    std::function<void()> Waker();
+    bool Step();
+    void Start();
+    void EnterQueue();
+    bool LeaveQueue();
+    void LeaveSlot();
+    void ChooseRoute();
+    bool TakeExclusion();
+    void TakeProxy(const std::string &text);
+    bool TakeTarget();
+    bool TakeProxyAddresses();
+    void Send();
+    bool GoOn();
+    void CollectOutcome(CURL *easy, CURLcode code);
+    void Redirect(const std::string &location);
+    bool Drain();
+
+    void Fail(CURLcode code, const std::string &what);
+    void FailExchange(CURL *easy, CURLcode code);
+    CURLcode CauseOf(CURLcode code, std::string &what) const;
+    void Finish(uint32_t code);
+    void Abandon(bool closed);
+    bool DropExchange();
+    TimeLeft GetTimeLeft() const;
+    std::optional<TimePoint> HopDeadline() const;
+
+    const std::shared_ptr<SessionCore> core_;
+    const std::shared_ptr<Request> request_;
+    const Configuration &configuration_;
+    const std::shared_ptr<Response> response_;
+    const bool exclusive_;
+
+    Recorder recorder_;
+    Phases phases_;
+    Receiver receiver_;
+    Sender sender_;
+    Progress progress_;
+    Exchange exchange_;
+    NameLookup lookup_;
+
+    State state_ = State::START;
+    Hop hop_;
+    std::string origin_; // of the request
+    Route route_;
+    CURL *easy_ = nullptr;
+    Admission::Slot slot_;
+    const bool needsSlot_;
+    std::atomic<Place> place_ = Place::NONE;
+    std::atomic<int> exclusion_ = UNKNOWN;
+
+    static constexpr int UNKNOWN = -1;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,177 @@
+// How a fetch ends: time-outs, failures with their cause, cancels and completions.
+#include <array>
+#include <cstdio>
+
+#include "session_core.h"
+#include "tnx_native/session.h"
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+std::string Milliseconds(Clock::duration duration)
+{
+    std::array<char, 32> text;
+    std::snprintf(text.data(), text.size(), "%.1f ms",
+                  std::chrono::duration<double, std::milli>(duration).count());
+    return text.data();
+}
+
+} // namespace
+
+TimeLeft Transfer::GetTimeLeft() const
+{
+    const TimePoint now = Clock::now();
+    const auto left = [now](uint64_t timeout, TimePoint since) {
+        if (timeout >= NO_TIMEOUT) {
+            return std::chrono::milliseconds(0);
+        }
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(
+            since + std::chrono::milliseconds(timeout) - now);
+        return std::max(rest, std::chrono::milliseconds(1));
+    };
+    return {.connect = left(configuration_.connectTimeout, phases_.HopStart()),
+            .transfer = left(configuration_.transferTimeout, phases_.Start())};
+}
+
+// The nearer of both time-outs, before libcurl keeps them.
+std::optional<TimePoint> Transfer::HopDeadline() const
+{
+    std::optional<TimePoint> deadline;
+    const auto take = [&deadline](uint64_t timeout, TimePoint since) {
+        if (timeout < NO_TIMEOUT) {
+            const TimePoint at = since + std::chrono::milliseconds(timeout);
+            deadline = deadline ? std::min(*deadline, at) : at;
+        }
+    };
+    take(configuration_.connectTimeout, phases_.HopStart());
+    take(configuration_.transferTimeout, phases_.Start());
+    return deadline;
+}
+
+std::optional<TimePoint> Transfer::WaitLimit() const
+{
+    const bool looksUp = state_ == State::EXCLUSION || state_ == State::TARGET_LOOKUP ||
+                         state_ == State::PROXY_LOOKUP;
+    return looksUp ? HopDeadline() : std::nullopt;
+}
+
+// The code that tells what really stopped the exchange.
+CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
+{
+    what = exchange_.Error(code);
+    if (receiver_.Failure() == CURLE_FILESIZE_EXCEEDED) {
+        what = "The body is larger than 2147483647 bytes, the most that is kept in memory";
+        return CURLE_FILESIZE_EXCEEDED;
+    }
+    if (receiver_.Failure() != CURLE_OK) {
+        what = "The header section is too large";
+        return receiver_.Failure();
+    }
+    if (receiver_.Refused()) {
+        what = "The data callback stopped the transfer";
+        return CURLE_WRITE_ERROR;
+    }
+    if (exchange_.RefusedRetry()) {
+        what = "The kept connection was closed after the request was sent, which is not repeated "
+               "because it may have been carried out";
+        return CURLE_GOT_NOTHING;
+    }
+    switch (sender_.GetFailure()) {
+    case PullBody::Failure::CALLBACK:
+        what = "The body callback reported failure";
+        return CURLE_ABORTED_BY_CALLBACK;
+    case PullBody::Failure::ENDED_EARLY:
+        what = "The body callback ended before the content-length was reached";
+        return CURLE_PARTIAL_FILE;
+    case PullBody::Failure::NONE:
+        break;
+    }
+    if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+        what = "The answer is not HTTP: " + what;
+        return CURLE_WEIRD_SERVER_REPLY;
+    }
+    if (code == CURLE_HTTP2 && exchange_.Error(code) == curl_easy_strerror(code)) {
+        what = "The server does not speak HTTP/2, which was said to be known";
+    }
+    return code;
+}
+
+void Transfer::FailExchange(CURL *easy, CURLcode code)
+{
+    std::string what;
+    const CURLcode cause = CauseOf(code, what);
+    char *address = nullptr;
+    long port = 0;
+    curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
+    curl_easy_getinfo(easy, CURLINFO_PRIMARY_PORT, &port);
+    what += " (" + std::string(phases_.HopPhase(hop_.url.Secure())) + ", host " + hop_.url.host;
+    if (address != nullptr && *address != '\0') {
+        what += ", address " + std::string(address) + " port " + std::to_string(port);
+    }
+    what += ")";
+    DropExchange();
+    Fail(cause, what);
+}
+
+void Transfer::Fail(CURLcode code, const std::string &what)
+{
+    const bool inQueue = state_ == State::START || state_ == State::ADMISSION;
+    recorder_.Cause(inQueue ? what
+                            : what + " after " + Milliseconds(Clock::now() - phases_.Start()));
+    Finish(ERR_TRANSFER_BASE + static_cast<uint32_t>(code));
+}
+
+// Gives the handle back. False when there was none.
+bool Transfer::DropExchange()
+{
+    if (easy_ == nullptr) {
+        return false;
+    }
+    exchange_.Release();
+    GiveHandleBack(easy_);
+    easy_ = nullptr;
+    return true;
+}
+
+void Transfer::Abandon(bool closed)
+{
+    receiver_.Stop();
+    sender_.Stop();
+    if (state_ == State::UNDER_WAY) {
+        StopExchange(easy_);
+    }
+    DropExchange();
+    if (closed) {
+        recorder_.Cause("The session was closed");
+        Finish(ERR_SESSION_CLOSED);
+    } else {
+        Finish(ERR_REQUEST_CANCELED);
+    }
+}
+
+void Transfer::Finish(uint32_t code)
+{
+    const std::shared_ptr<Transfer> self = shared_from_this();
+    state_ = State::DONE;
+    LeaveSlot();
+    core_->Deregister(*this);
+    if (code == ERR_REQUEST_CANCELED) {
+        Complete(nullptr, code);
+        return;
+    }
+    sender_.Stop();
+    progress_.Finish();
+    if (code == 0 && configuration_.tracing.eventsHandler.onDataEnd) {
+        Deliver(configuration_.tracing.eventsHandler.onDataEnd);
+    }
+    if (configuration_.tracing.collectTimeInfo) {
+        response_->SetTimeInfo(phases_.Result());
+    }
+    response_->MutableDebugInfo() = recorder_.Take();
+    Complete(response_, code);
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,31 @@
+// A URL taken apart, as far as the engine has to know it.
+#ifndef TNX_ENGINE_URL_H
+#define TNX_ENGINE_URL_H
+
+#include <cstdint>
+#include <string>
+
+#include <curl/curl.h>
+
+namespace OHOS::Pelloria::Tnx
+{
+
+struct Url {
+    std::string text;   // as given
+    std::string scheme; // in lower case
+    std::string host;   // in lower case and in ASCII, without brackets
+    std::string path;   // starts with a slash, without query
+    uint16_t port = 0;
+
+    bool Secure() const { return scheme == "https"; }
+
+    // Scheme, host and port: who may see credentials, and whose connections are counted together.
+    std::string Origin() const { return scheme + "://" + host + ":" + std::to_string(port); }
+};
+
+// Takes an absolute URL of http or https apart. Else the code tells what is wrong with it.
+CURLcode ParseUrl(const std::string &text, Url &url);
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif
