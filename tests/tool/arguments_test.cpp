@@ -1,0 +1,202 @@
+// How the tool reads a command line and the notations within it.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cli/config_file.h"
+#include "cli/options.h"
+#include "cli/parser.h"
+#include "cli/values.h"
+
+namespace
+{
+
+using namespace TnxTool;
+
+Settings Parse(std::vector<std::string> arguments)
+{
+    std::vector<char *> pointers;
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    Parser parser;
+    parser.Parse(pointers);
+    return parser.TakeSettings();
+}
+
+// A file that goes with the test.
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(const std::string &content)
+        : path_(std::filesystem::temp_directory_path() /
+                ("tnx-arguments-" + std::to_string(getpid())))
+    {
+        std::ofstream(path_, std::ios::binary) << content;
+    }
+    ~TemporaryFile() { std::filesystem::remove(path_); }
+    std::string Path() const { return path_.string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+TEST(Arguments, AreReadAsCurlDoes)
+{
+    Settings s = Parse({"-sSLofile", "-XPOST", "--head", "--no-head", "u1", "--", "-u2"});
+    EXPECT_TRUE(s.silent && s.showError && s.location);
+    EXPECT_FALSE(s.head);
+    ASSERT_EQ(s.outputs.size(), 1U);
+    EXPECT_EQ(s.outputs[0].file, "file");
+    EXPECT_EQ(s.method, "POST");
+    EXPECT_EQ(s.urls, (std::vector<std::string>{"u1", "-u2"}));
+
+    s = Parse({"-d", "a=1", "--data-urlencode", "b=x y&z", "--data-raw", "@c", "u"});
+    EXPECT_EQ(s.data, "a=1&b=x+y%26z&@c");
+    s = Parse({"--json", "{", "--json", "}", "u"});
+    EXPECT_EQ(s.data, "{}");
+    s = Parse({"-m", "0.0001", "--connect-timeout", "2.5", "--max-t", "1.5", "u"});
+    EXPECT_EQ(s.maxTime, 1500U);
+    EXPECT_EQ(s.connectTimeout, 2500U);
+    EXPECT_EQ(Parse({"-m", "0", "u"}).maxTime, TNX_NO_TIMEOUT);
+    EXPECT_EQ(Parse({"-m", "0.0001", "u"}).maxTime, 1U);
+    EXPECT_EQ(Parse({"-h"}).help, "");
+    EXPECT_EQ(Parse({"-h", "tls"}).help, "tls");
+    EXPECT_EQ(Parse({"--help"}).help, "");
+}
+
+TEST(Arguments, AreRefusedWithAReason)
+{
+    const struct {
+        std::vector<std::string> arguments;
+        std::string reason;
+    } cases[] = {
+        {{}, "no URL specified"},
+        {{"--frobnicate", "u"}, "option --frobnicate: is unknown"},
+        {{"--request=POST", "u"}, "option --request=POST: is unknown"},
+        {{"--re", "u"}, "option --re: is ambiguous"},
+        {{"-sQ", "u"}, "option -Q: is unknown"},
+        {{"-", "u"}, "option -: is unknown"},
+        {{"u", "-X"}, "option -X: requires parameter"},
+        {{"u", "--request"}, "option --request: requires parameter"},
+        {{"-m", "soon", "u"}, "option -m: expected a number of seconds, not 'soon'"},
+        {{"-m", "-1", "u"}, "option -m: expected a number of seconds, not '-1'"},
+        {{"--no-request", "u"}, "option --no-request: cannot be turned off"},
+        {{"--limit-rate", "1k", "u"},
+         "option --limit-rate: is not supported: the library has no setting for it"},
+        {{"-4", "u"}, "option -4: is not supported: the library races both address families"},
+        {{"-d", "a", "-F", "b=c", "u"}, "data (-d) and a form (-F) cannot be used together"},
+        {{"-I", "-d", "a", "u"}, "data (-d) and -I cannot be used together"},
+        {{"-XGET", "-d", "a", "u"}, "a GET request carries no body; -G puts data into the URL"},
+        {{"-F", "b", "u"}, "option -F: expected name=content, not 'b'"},
+        {{"--pinnedpubkey", "key.pem", "u"},
+         "option --pinnedpubkey: expected sha256//HASH[;sha256//HASH]...; files are not read"},
+        {{"-w", "%{remote_ip}", "u"},
+         "option -w: the variable %{remote_ip} of --write-out is not there"},
+        {{"-d", "@/nowhere/at/all", "u"}, "option -d: cannot read '/nowhere/at/all'"},
+    };
+    for (const auto &c : cases) {
+        try {
+            Parse(c.arguments);
+            FAIL() << c.reason;
+        } catch (const UsageError &error) {
+            EXPECT_EQ(error.what(), c.reason);
+        }
+    }
+}
+
+TEST(Arguments, HideSecretsFromTheProcessList)
+{
+    std::vector<std::string> arguments = {"-u", "me:word", "--pass", "phrase", "-Ecert:word", "u"};
+    std::vector<char *> pointers;
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    Parser parser;
+    parser.Parse(pointers);
+    EXPECT_EQ(arguments,
+              (std::vector<std::string>{"-u", "       ", "--pass", "      ", "-E         ", "u"}));
+    EXPECT_EQ(parser.TakeSettings().server.user, "me:word");
+}
+
+TEST(Arguments, ComeFromFilesToo)
+{
+    const TemporaryFile file("# a comment\n\n"
+                             "url = \"http://host/\\\"q\\\"\\t\"\n"
+                             "-X PUT\n"
+                             "--silent\n"
+                             "header: X: y\n"
+                             "fail\r\n");
+    const Settings s = Parse({"-K", file.Path()});
+    EXPECT_EQ(s.urls, (std::vector<std::string>{"http://host/\"q\"\t"}));
+    EXPECT_EQ(s.method, "PUT");
+    EXPECT_TRUE(s.silent && s.fail);
+    EXPECT_EQ(s.headers, (std::vector<std::string>{"X: y"}));
+}
+
+TEST(Arguments, OfFilesAreRefusedWithTheirLine)
+{
+    const TemporaryFile file("silent\nfrob\n");
+    try {
+        Parse({"-K", file.Path(), "u"});
+        FAIL();
+    } catch (const UsageError &error) {
+        EXPECT_EQ(error.what(), "option -K: " + file.Path() + ":2: option frob: is unknown");
+    }
+    const TemporaryFile endless("config " + file.Path() + "\n");
+    EXPECT_THROW(Parse({"-K", endless.Path(), "u"}), UsageError);
+}
+
+TEST(Arguments, StandInOneTableWithoutClashes)
+{
+    std::string letters;
+    for (const Option &option : Options()) {
+        EXPECT_TRUE(option.help != nullptr && option.man != nullptr) << option.name;
+        EXPECT_EQ(&FindName(option.name), &option);
+        if (option.letter != 0) {
+            EXPECT_EQ(letters.find(option.letter), std::string::npos) << option.name;
+            letters += option.letter;
+        }
+    }
+}
+
+TEST(Values, OfDataFilesLoseLineEndsUnlessBinary)
+{
+    const TemporaryFile file(std::string("a b\r\nc\n\0d", 9));
+    EXPECT_EQ(DataValue("@" + file.Path()), "a bcd");
+    EXPECT_EQ(DataBinaryValue("@" + file.Path()), std::string("a b\r\nc\n\0d", 9));
+    EXPECT_EQ(DataUrlencodeValue("n@" + file.Path()), "n=a+b%0D%0Ac%0A%00d");
+    EXPECT_EQ(DataUrlencodeValue("=a=b"), "a%3Db");
+    EXPECT_EQ(DataUrlencodeValue("a~b"), "a~b");
+}
+
+TEST(Values, OfFormsAreReadWithTheirAttributes)
+{
+    const struct {
+        std::string value;
+        FormPart part;
+    } cases[] = {
+        {"n=v", {FormPart::Kind::TEXT, "n", "v", {}, {}}},
+        {"n=", {FormPart::Kind::TEXT, "n", "", {}, {}}},
+        {"n=a b;type=text/x", {FormPart::Kind::TEXT, "n", "a b", "text/x", {}}},
+        {"n=\"a;b\"", {FormPart::Kind::TEXT, "n", "a;b", {}, {}}},
+        {"n=@p;type=t/u;filename=f", {FormPart::Kind::FILE, "n", "p", "t/u", "f"}},
+        {"n=@\"a;\\\"b\";filename=\"c d\"", {FormPart::Kind::FILE, "n", "a;\"b", {}, "c d"}},
+    };
+    for (const auto &c : cases) {
+        const FormPart part = ParseForm(c.value);
+        EXPECT_EQ(part.kind, c.part.kind) << c.value;
+        EXPECT_EQ(part.name, c.part.name) << c.value;
+        EXPECT_EQ(part.value, c.part.value) << c.value;
+        EXPECT_EQ(part.contentType, c.part.contentType) << c.value;
+        EXPECT_EQ(part.fileName, c.part.fileName) << c.value;
+    }
+    EXPECT_THROW(ParseForm("n=v;headers=X: y"), UsageError);
+    EXPECT_THROW(ParseForm("n=(;type=t"), UsageError);
+}
+
+} // namespace
