@@ -11,12 +11,12 @@ namespace OHOS::Pelloria::Platform
 namespace
 {
 
-// One conversion of a format, with `spec` as printf wants it.
+// One conversion of a format, with `format` as printf wants it.
 struct Conversion {
     bool isPublic = false;
     bool isLong = false;
     char kind = '\0';
-    char spec[24] = "%";
+    char format[24] = "%";
 };
 
 // Moves `at` over `word` if it stands there.
@@ -39,11 +39,11 @@ bool Parse(const char *&at, Conversion &conversion)
     const size_t flags = std::strspn(at, "-+ #0123456789.");
     const size_t lengths = std::strspn(at + flags, "lzj");
     const size_t whole = flags + lengths + 1;
-    if (lengths > 2 || whole + 2 > sizeof(conversion.spec) || at[whole - 1] == '\0') {
+    if (lengths > 2 || whole + 2 > sizeof(conversion.format) || at[whole - 1] == '\0') {
         return false;
     }
-    std::memcpy(conversion.spec + 1, at, whole);
-    conversion.spec[whole + 1] = '\0';
+    std::memcpy(conversion.format + 1, at, whole);
+    conversion.format[whole + 1] = '\0';
     conversion.isLong = lengths > 0;
     conversion.kind = at[whole - 1];
     at += whole;
@@ -53,7 +53,7 @@ bool Parse(const char *&at, Conversion &conversion)
 template <class T> void AppendArgument(LogText &text, const Conversion &conversion, T value)
 {
     if (conversion.isPublic) {
-        text.AppendFormat(conversion.spec, value);
+        text.AppendFormat(conversion.format, value);
     } else {
         text.Append("<private>");
     }
