@@ -2,8 +2,6 @@
 #include "curl_session.h"
 
 #include <atomic>
-#include <csignal>
-#include <ctime>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -28,36 +26,6 @@ std::string NextId()
     static std::atomic<uint64_t> next = 1;
     return "tnx-" + std::to_string(getpid()) + "-" + std::to_string(next++);
 }
-
-// A peer that is gone must not end the application, nor leave a signal behind that it would find
-// later.
-class SigPipeGuard
-{
-public:
-    SigPipeGuard()
-    {
-        sigset_t waiting;
-        sigemptyset(&pipe_);
-        sigaddset(&pipe_, SIGPIPE);
-        sigpending(&waiting);
-        waitedBefore_ = sigismember(&waiting, SIGPIPE) == 1;
-        pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
-    }
-    ~SigPipeGuard()
-    {
-        const timespec none{};
-        while (!waitedBefore_ && sigtimedwait(&pipe_, nullptr, &none) == SIGPIPE) {
-        }
-        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    }
-    SigPipeGuard(const SigPipeGuard &) = delete;
-    SigPipeGuard &operator=(const SigPipeGuard &) = delete;
-
-private:
-    sigset_t pipe_;
-    sigset_t before_;
-    bool waitedBefore_;
-};
 
 } // namespace
 
@@ -103,7 +71,6 @@ std::shared_ptr<Response> CurlSession::FetchSync(const std::shared_ptr<Request> 
         *errorCode = ERR_SESSION_CLOSED;
         return MakeAnswer(request, CLOSED);
     }
-    const SigPipeGuard guard;
     const auto transfer = std::make_shared<SyncTransfer>(core, request, insideCallback);
     core->Register(transfer);
     return transfer->Run(*errorCode);
