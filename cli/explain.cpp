@@ -36,9 +36,7 @@ std::string Line(const char *label, const std::string &text)
 std::vector<Phase> PhasesOf(const Outcome &outcome)
 {
     const Tnx_TimeInfo *times = outcome.response ? outcome.response->timeInfo : nullptr;
-    const bool secure = outcome.EffectiveUrl().starts_with("https:");
-    return times == nullptr ? std::vector<Phase>{}
-                            : ReadPhases(*times, secure, outcome.errorCode != TNX_OK);
+    return times == nullptr ? std::vector<Phase>{} : ReadPhases(*times, outcome.errorCode);
 }
 
 // How long a phase took, in brackets; nothing for one that did not happen.

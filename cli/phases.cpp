@@ -9,12 +9,53 @@ namespace TnxTool
 const char *PhaseName(Phase::Kind kind)
 {
     static constexpr const char *names[] = {"redirects", "lookup", "connect", "TLS",
-                                            "send",      "wait",   "receive"};
+                                            "send",      "wait",   "receive", "connect+TLS"};
     return names[kind];
 }
 
-std::vector<Phase> ReadPhases(const Tnx_TimeInfo &times, bool secure, bool failed)
+namespace
 {
+
+// Failures of the handshake or of the check of certificates. The library has no time for the
+// connection then: it tells of a connection with its handshake or not at all.
+bool IsTlsFailure(uint32_t errorCode)
+{
+    switch (errorCode) {
+    case TNX_ERR_TLS_CONNECT:
+    case TNX_ERR_CLIENT_CERTIFICATE:
+    case TNX_ERR_PEER_VERIFICATION:
+    case TNX_ERR_TRUST_STORE:
+    case TNX_ERR_PIN_MISMATCH:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The phase that would have ended next after the last one that did.
+Phase::Kind BrokenPhase(const Tnx_TimeInfo &times, uint32_t errorCode)
+{
+    if (times.firstReceive > 0) {
+        return Phase::RECEIVE;
+    }
+    if (times.firstSend > 0) {
+        return Phase::WAIT;
+    }
+    if (errorCode == TNX_ERR_RESOLVE_HOST || errorCode == TNX_ERR_RESOLVE_PROXY) {
+        return Phase::LOOKUP;
+    }
+    if (IsTlsFailure(errorCode)) {
+        return times.connect > 0 ? Phase::TLS : Phase::CONNECT_AND_TLS;
+    }
+    return times.connect > 0 ? Phase::SEND : Phase::CONNECT;
+}
+
+} // namespace
+
+std::vector<Phase> ReadPhases(const Tnx_TimeInfo &times, uint32_t errorCode)
+{
+    const bool failed = errorCode != TNX_OK;
+    const Phase::Kind broken = BrokenPhase(times, errorCode);
     struct Mark {
         Phase::Kind kind;
         double end; // 0: it did not happen, or did not end
@@ -30,25 +71,14 @@ std::vector<Phase> ReadPhases(const Tnx_TimeInfo &times, bool secure, bool faile
     };
     std::vector<Phase> phases;
     double begin = 0;
-    Phase::Kind last = Phase::REDIRECTS;
     for (const Mark &mark : marks) {
-        if (mark.kind == Phase::RECEIVE && failed && times.firstReceive == 0) {
-            break;
-        }
-        if (mark.end > 0) {
+        if (mark.end > 0 && (!failed || mark.kind < broken)) {
             phases.push_back({mark.kind, begin, std::max(begin, mark.end)});
             begin = phases.back().end;
-            last = mark.kind;
         }
     }
-    if (failed && last != Phase::RECEIVE) {
-        // It broke off in the phase that would have ended next.
-        auto next = static_cast<Phase::Kind>(last + 1);
-        next = next == Phase::TLS && !secure ? Phase::SEND : next;
-        phases.push_back({next, begin, std::max(begin, times.total)});
-    }
-    if (failed && !phases.empty()) {
-        phases.back().failed = true;
+    if (failed) {
+        phases.push_back({broken, begin, std::max(begin, times.total), true});
     }
     return phases;
 }

@@ -11,7 +11,7 @@ namespace TnxTool
 
 // Microseconds since the request left the queue.
 struct Phase {
-    enum Kind { REDIRECTS, LOOKUP, CONNECT, TLS, SEND, WAIT, RECEIVE };
+    enum Kind { REDIRECTS, LOOKUP, CONNECT, TLS, SEND, WAIT, RECEIVE, CONNECT_AND_TLS };
     Kind kind;
     double begin;
     double end;
@@ -21,7 +21,7 @@ struct Phase {
 const char *PhaseName(Phase::Kind kind);
 
 // The phases that happened, in order. Of a transfer that failed, the last one is where it did.
-std::vector<Phase> ReadPhases(const Tnx_TimeInfo &times, bool secure, bool failed);
+std::vector<Phase> ReadPhases(const Tnx_TimeInfo &times, uint32_t errorCode);
 
 } // namespace TnxTool
 

@@ -22,7 +22,7 @@ std::string Row(const char *name, const std::string &bar, double microseconds, c
 {
     char label[32];
     char duration[48];
-    std::snprintf(label, sizeof(label), "  %-10s ", name);
+    std::snprintf(label, sizeof(label), "  %-11s ", name);
     std::snprintf(duration, sizeof(duration), "%10.2f ms", microseconds / MILLISECOND);
     return label + bar + duration + note + "\n";
 }
@@ -49,8 +49,7 @@ std::string DrawTiming(const Outcome &outcome, unsigned int width)
     if (times->queue > 0) {
         text += Row("queue", std::string(columns, ' '), static_cast<double>(times->queue), "");
     }
-    const bool secure = outcome.EffectiveUrl().starts_with("https:");
-    for (const Phase &phase : ReadPhases(*times, secure, outcome.errorCode != TNX_OK)) {
+    for (const Phase &phase : ReadPhases(*times, outcome.errorCode)) {
         std::string bar(columns, ' ');
         const size_t first = column(phase.begin);
         const size_t last = std::max(first, column(phase.end));

@@ -31,7 +31,8 @@ class Request:
 class Server:
     """Answers one request after another on each connection, until it is stopped."""
 
-    def __init__(self):
+    def __init__(self, tls=None):
+        self.tls = tls
         self.requests = []
         self.tries = {}
         self.lock = threading.Lock()
@@ -59,19 +60,25 @@ class Server:
             threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
 
     def serve(self, connection):
-        with connection:
-            stream = connection.makefile("rb")
-            try:
-                while request := read_request(stream):
-                    with self.lock:
-                        self.requests.append(request)
-                        tried = self.tries[request.path] = self.tries.get(request.path, 0) + 1
-                    reply = self.reply(request, tried)
-                    if reply is None:
-                        return
-                    connection.sendall(reply)
-            except OSError:
-                pass
+        try:
+            if self.tls:
+                connection = self.tls.wrap_socket(connection, server_side=True)
+            with connection, connection.makefile("rb") as stream:
+                self.converse(connection, stream)
+        except (OSError, ValueError, IndexError):
+            pass  # a client that went away, or spoke another language
+
+    def converse(self, connection, stream):
+        while request := read_request(stream):
+            with self.lock:
+                self.requests.append(request)
+                tried = self.tries[request.path] = self.tries.get(request.path, 0) + 1
+            reply = self.reply(request, tried)
+            if reply is None:
+                return
+            connection.sendall(reply)
+            if b"Connection: close" in reply:
+                return
 
     def reply(self, request, tried):
         route = request.path.partition("?")[0].strip("/").split("/")
@@ -102,6 +109,8 @@ class Server:
         if name == "stall":
             threading.Event().wait(10)
             return None
+        if name == "digest" and request.field("authorization") is None:
+            return answer("401 Unauthorized", b"", 'WWW-Authenticate: Digest realm="r", nonce="n", qop="auth"')
         if name == "drop":
             return None
         return answer("200 OK", b"hello\n", "X-One: 1")

@@ -209,15 +209,17 @@ TEST(Phases, EndWhereTheTransferFailed)
     times.nameLookup = 10;
     times.connect = 30;
     times.total = 100;
-    const auto failed = ReadPhases(times, true, true);
+    const auto failed = ReadPhases(times, TNX_ERR_TLS_CONNECT);
     ASSERT_EQ(failed.size(), 3U);
     EXPECT_EQ(failed[2].kind, Phase::TLS);
     EXPECT_TRUE(failed[2].failed);
     EXPECT_EQ(failed[2].end - failed[2].begin, 70);
-    EXPECT_EQ(ReadPhases(times, false, true)[2].kind, Phase::SEND);
+    EXPECT_EQ(ReadPhases(times, TNX_ERR_SEND).back().kind, Phase::SEND);
+    EXPECT_EQ(ReadPhases({}, TNX_ERR_CONNECT).back().kind, Phase::CONNECT);
+    EXPECT_EQ(ReadPhases({}, TNX_ERR_PEER_VERIFICATION).back().kind, Phase::CONNECT_AND_TLS);
     times.firstSend = 40;
     times.firstReceive = 90;
-    const auto good = ReadPhases(times, false, false);
+    const auto good = ReadPhases(times, TNX_OK);
     ASSERT_EQ(good.size(), 5U); // no TLS
     EXPECT_EQ(good[4].kind, Phase::RECEIVE);
     EXPECT_EQ(good[4].end - good[4].begin, 10);
