@@ -44,11 +44,11 @@ int64_t Phases::SinceStart(TimePoint at) const
     return Microseconds(at - start_);
 }
 
-void Phases::HopStarted()
+void Phases::HopStarted(bool redirected)
 {
     hopStart_ = Clock::now();
     performStart_ = hopStart_;
-    times_.redirect = SinceStart(hopStart_);
+    times_.redirect = redirected ? SinceStart(hopStart_) : 0;
     times_.nameLookup = times_.connect = times_.tls = times_.firstSend = 0;
     times_.firstReceive = 0;
     resolved_ = false;
@@ -90,6 +90,16 @@ TimeInfo Phases::Result() const
     }
     result.total = static_cast<double>(SinceStart(Clock::now()));
     return result;
+}
+
+std::string Phases::HopText() const
+{
+    const auto text = [](int64_t microseconds) { return std::to_string(microseconds); };
+    return "hop over: begin " + text(times_.redirect) + ", lookup " + text(times_.nameLookup) +
+           ", connect " + text(times_.connect) + ", tls " + text(times_.tls) + ", send " +
+           text(times_.firstSend) + ", first byte " +
+           text(static_cast<int64_t>(times_.firstReceive)) + ", end " +
+           text(SinceStart(Clock::now())) + " (microseconds)";
 }
 
 const char *Phases::HopPhase(bool secure) const

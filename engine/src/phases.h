@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 #include <curl/curl.h>
 
@@ -21,13 +22,17 @@ public:
     void Queued();
     void LeftQueue();
 
-    void HopStarted(); // a hop leaves for its lookup
+    void HopStarted(bool redirected); // a hop leaves for its lookup
     void HopResolved();
     void HopEnded(CURL *easy); // takes libcurl's times
 
     TimePoint Start() const { return start_; }
     TimePoint HopStart() const { return hopStart_; }
     TimeInfo Result() const;
+
+    // The times of a hop that is followed by another, for those who ask for texts: the record has
+    // room for the last one's only.
+    std::string HopText() const;
 
     // What the hop was at when it ended, for the text of a failure.
     const char *HopPhase(bool secure) const;

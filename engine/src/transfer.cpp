@@ -148,7 +148,7 @@ bool Transfer::LeaveQueue()
 
 void Transfer::ChooseRoute()
 {
-    phases_.HopStarted();
+    phases_.HopStarted(hop_.redirects > 0);
     route_ = {};
     const std::string proxy = ChooseProxy(configuration_.proxy, hop_.url);
     const auto *excludes =
@@ -288,6 +288,9 @@ void Transfer::CollectOutcome(CURL *easy, CURLcode)
         char *url = nullptr;
         curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &url);
         const std::string location = url != nullptr ? url : "";
+        if (recorder_.Wanted()) {
+            recorder_.Note(phases_.HopText());
+        }
         DropExchange();
         Redirect(location);
         return;
