@@ -2,26 +2,16 @@
 #ifndef TNX_ENGINE_ARES_CHANNEL_H
 #define TNX_ENGINE_ARES_CHANNEL_H
 
-#include <functional>
 #include <string>
-#include <vector>
 
 #include <ares.h>
 
+#include "lookup_book.h"
 #include "loop.h"
 #include "tnx_native/dns_rule.h"
 
 namespace OHOS::Pelloria::Tnx
 {
-
-// The outcome of a lookup: addresses in the order to try them, or why there are none.
-struct LookupResult {
-    std::vector<std::string> addresses;
-    std::chrono::seconds timeToLive{0};
-    std::string error;
-};
-
-using LookupDone = std::function<void(const LookupResult &result)>;
 
 // Belongs to the loop's thread.
 class AresChannel final : private Watcher

@@ -1,21 +1,12 @@
 // The order of sources for a name, and what each of them is asked.
 #include "name_lookup.h"
 
+#include "doh_client.h"
 #include "resolver.h"
 #include "text.h"
 
 namespace OHOS::Pelloria::Tnx
 {
-namespace
-{
-
-// libcurl itself maps these to the loopback addresses (RFC 6761 section 6.3).
-bool IsLocalName(const std::string &host)
-{
-    return host == "localhost" || host.ends_with(".localhost");
-}
-
-} // namespace
 
 void NameLookup::Start(const std::string &host, uint16_t port, const Configuration *configuration,
                        Waker wake)
@@ -87,7 +78,7 @@ bool NameLookup::Settle(LookupResult result)
                          !configuration_->dnsResolverOnly;
     if (noOpinion || mayGoOn) {
         if (!result.error.empty()) {
-            recorder_.Note("The resolver URL failed, asking the system: " + result.error);
+            recorder_.Note("Asking the system instead: " + result.error);
         }
         source_ = source_ == Source::RULE ? Source::RESOLVER_URL : Source::SYSTEM;
         return false;
@@ -155,28 +146,44 @@ void NameLookup::DropNames(LookupResult &result)
     }
 }
 
-bool NameLookup::AskServers(const DnsServers &servers)
+// Where the loop's thread leaves the answer, whether or not the transfer still waits for it.
+LookupDone NameLookup::Await()
 {
-    Resolver &resolver = runtime_.GetResolver();
-    if (std::optional<LookupResult> remembered = resolver.Remembered(servers, host_)) {
-        return Settle(std::move(*remembered));
-    }
     answer_ = std::make_shared<Answer>();
-    const auto take = [answer = answer_, wake = wake_](const LookupResult &result) {
+    return [answer = answer_, wake = wake_](const LookupResult &result) {
         {
             MutexLock lock(answer->mutex);
             answer->result = result;
         }
         wake();
     };
-    runtime_.GetLoop().Post(
-        [&resolver, servers, host = host_, take] { resolver.Lookup(servers, host, take); });
+}
+
+bool NameLookup::AskServers(const DnsServers &servers)
+{
+    Resolver &resolver = runtime_.GetResolver();
+    if (std::optional<LookupResult> remembered = resolver.Remembered(servers, host_)) {
+        return Settle(std::move(*remembered));
+    }
+    runtime_.GetLoop().Post([&resolver, servers, host = host_, done = Await()] {
+        resolver.Lookup(servers, host, done);
+    });
     return false;
 }
 
 bool NameLookup::AskResolverUrl()
 {
-    return Settle({});
+    if (configuration_ == nullptr || configuration_->dnsResolverUrl.empty() || IsLocalName(host_)) {
+        return Settle({});
+    }
+    DohClient &client = runtime_.GetDohClient();
+    const DohResolver resolver(*configuration_);
+    if (std::optional<LookupResult> remembered = client.Remembered(resolver, host_)) {
+        return Settle(std::move(*remembered));
+    }
+    runtime_.GetLoop().Post(
+        [&client, resolver, host = host_, done = Await()] { client.Lookup(resolver, host, done); });
+    return false;
 }
 
 } // namespace OHOS::Pelloria::Tnx

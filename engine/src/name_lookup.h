@@ -57,6 +57,7 @@ private:
     bool AskRule();
     bool AskTable(const std::vector<StaticDnsRuleItem> &items);
     void AskApplication(const DynamicDnsFunction &function);
+    LookupDone Await();
     bool AskServers(const DnsServers &servers);
     bool AskResolverUrl();
     bool Settle(LookupResult result);

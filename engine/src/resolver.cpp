@@ -1,7 +1,6 @@
 // The process-wide memory of names, in front of the channels.
 #include "resolver.h"
 
-#include <algorithm>
 #include <utility>
 
 #include <arpa/inet.h>
@@ -12,10 +11,6 @@ namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
-
-constexpr size_t MAX_REMEMBERED = 4096;
-constexpr std::chrono::seconds LEAST_TIME_TO_LIVE(1);
-constexpr std::chrono::seconds MOST_TIME_TO_LIVE(3600);
 
 std::string ServersKey(const DnsServers &servers)
 {
@@ -40,25 +35,23 @@ bool IsAddress(const std::string &text)
            inet_pton(AF_INET6, text.c_str(), &buffer) == 1;
 }
 
+bool IsLocalName(const std::string &host)
+{
+    return host == "localhost" || host.ends_with(".localhost");
+}
+
 std::optional<LookupResult> Resolver::Remembered(const DnsServers &servers, const std::string &host)
 {
-    MutexLock lock(mutex_);
-    const auto found = memory_.find(QuestionKey(servers, host));
-    if (found == memory_.end() || found->second.until <= Clock::now()) {
-        return std::nullopt;
-    }
-    return found->second.result;
+    return book_.Remembered(QuestionKey(servers, host));
 }
 
 void Resolver::Lookup(const DnsServers &servers, const std::string &host, LookupDone done)
 {
     const std::string key = QuestionKey(servers, host);
-    std::vector<LookupDone> &waiting = pending_[key];
-    waiting.push_back(std::move(done));
-    if (waiting.size() == 1) {
+    if (book_.Join(key, std::move(done))) {
         Channel(servers).Lookup(host, [this, key](const LookupResult &result) {
             // Posted, because the answer may come from inside the question.
-            loop_.Post([this, key, result] { Finish(key, result); });
+            loop_.Post([this, key, result] { book_.Finish(key, result); });
         });
     }
 }
@@ -70,31 +63,6 @@ AresChannel &Resolver::Channel(const DnsServers &servers)
         channel = std::make_unique<AresChannel>(loop_, servers);
     }
     return *channel;
-}
-
-void Resolver::Finish(const std::string &key, const LookupResult &result)
-{
-    if (!result.addresses.empty()) {
-        Remember(key, result);
-    }
-    const auto node = pending_.extract(key);
-    for (const LookupDone &done : node.mapped()) {
-        done(result);
-    }
-}
-
-void Resolver::Remember(const std::string &key, const LookupResult &result)
-{
-    const TimePoint now = Clock::now();
-    MutexLock lock(mutex_);
-    if (memory_.size() >= MAX_REMEMBERED) {
-        std::erase_if(memory_, [now](const auto &entry) { return entry.second.until <= now; });
-        if (memory_.size() >= MAX_REMEMBERED) {
-            memory_.clear();
-        }
-    }
-    const auto life = std::clamp(result.timeToLive, LEAST_TIME_TO_LIVE, MOST_TIME_TO_LIVE);
-    memory_[key] = {result, now + life};
 }
 
 } // namespace OHOS::Pelloria::Tnx

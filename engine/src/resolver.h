@@ -6,10 +6,9 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "ares_channel.h"
-#include "common/mutex.h"
+#include "lookup_book.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -30,24 +29,18 @@ public:
     void Lookup(const DnsServers &servers, const std::string &host, LookupDone done);
 
 private:
-    struct Memory {
-        LookupResult result;
-        TimePoint until;
-    };
-
     AresChannel &Channel(const DnsServers &servers);
-    void Finish(const std::string &key, const LookupResult &result);
-    void Remember(const std::string &key, const LookupResult &result);
 
     Loop &loop_;
     std::unordered_map<std::string, std::unique_ptr<AresChannel>> channels_;
-    std::unordered_map<std::string, std::vector<LookupDone>> pending_;
-    Mutex mutex_;
-    std::unordered_map<std::string, Memory> memory_ GUARDED_BY(mutex_);
+    LookupBook book_;
 };
 
 // Whether the text is an address of IPv4 or IPv6, without brackets.
 bool IsAddress(const std::string &text);
+
+// Whether libcurl itself maps the name to the loopback addresses (RFC 6761 section 6.3).
+bool IsLocalName(const std::string &host);
 
 } // namespace OHOS::Pelloria::Tnx
 

@@ -2,7 +2,6 @@
 #include "runtime.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <mutex>
 #include <stdexcept>
@@ -10,14 +9,13 @@
 #include <curl/curl.h>
 #include <pthread.h>
 
+#include "doh_client.h"
 #include "resolver.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
-
-constexpr auto RESCUE_INTERVAL = std::chrono::milliseconds(2);
 
 std::atomic<Runtime *> g_runtime = nullptr;
 std::atomic<uint64_t> g_generation = 1;
@@ -57,10 +55,9 @@ Runtime::Runtime()
     if (!ready) {
         throw std::runtime_error("libcurl could not be initialised");
     }
-    loop_ = std::make_unique<Loop>([this] { AfterRound(); });
-    rescue_ = std::make_unique<Loop::Timer>(*loop_, [this] { Rescue(); });
-    resolver_ = std::make_unique<Resolver>(*loop_);
-    loop_->Start();
+    resolver_ = std::make_unique<Resolver>(loop_);
+    dohClient_ = std::make_unique<DohClient>(loop_, *resolver_);
+    workers_.Start();
 }
 
 void Runtime::PrepareFork()
@@ -83,26 +80,7 @@ void Runtime::AfterForkInChild()
 void Runtime::StopAtExit()
 {
     if (Runtime *runtime = g_runtime.load(); runtime != nullptr) {
-        runtime->pool_.Stop();
-        runtime->loop_->Stop();
-    }
-}
-
-void Runtime::AfterRound()
-{
-    if (batch_.empty()) {
-        return;
-    }
-    pool_.Post(batch_);
-    if (!rescue_->Running()) {
-        rescue_->Start(Clock::now() + RESCUE_INTERVAL);
-    }
-}
-
-void Runtime::Rescue()
-{
-    if (pool_.Rescue()) {
-        rescue_->Start(Clock::now() + RESCUE_INTERVAL);
+        runtime->workers_.Stop();
     }
 }
 

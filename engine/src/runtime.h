@@ -1,16 +1,17 @@
-// What all sessions of the process share: the loop, the callback threads and the resolver.
+// What all sessions of the process share: the loop, the threads and the resolvers.
 #ifndef TNX_ENGINE_RUNTIME_H
 #define TNX_ENGINE_RUNTIME_H
 
 #include <cstdint>
 #include <memory>
 
-#include "callback_pool.h"
 #include "loop.h"
+#include "workers.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
+class DohClient;
 class Resolver;
 
 class Runtime
@@ -23,11 +24,11 @@ public:
     // Changes with each fork: what was made under another generation belongs to the parent.
     static uint64_t Generation();
 
-    Loop &GetLoop() { return *loop_; }
+    Loop &GetLoop() { return loop_; }
     Resolver &GetResolver() { return *resolver_; }
+    DohClient &GetDohClient() { return *dohClient_; }
 
-    // Hands a task to the callback threads when the loop's round is over. On the loop's thread.
-    void RunOnPool(std::shared_ptr<PoolTask> task) { batch_.push_back(std::move(task)); }
+    Workers &GetWorkers() { return workers_; }
 
 private:
     Runtime();
@@ -38,14 +39,10 @@ private:
     static void AfterForkInChild();
     static void StopAtExit();
 
-    void AfterRound();
-    void Rescue();
-
-    CallbackPool pool_;
-    CallbackPool::Batch batch_;
-    std::unique_ptr<Loop> loop_;
-    std::unique_ptr<Loop::Timer> rescue_;
+    Loop loop_;
+    Workers workers_{loop_};
     std::unique_ptr<Resolver> resolver_;
+    std::unique_ptr<DohClient> dohClient_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

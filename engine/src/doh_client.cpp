@@ -1,0 +1,161 @@
+// Asks for both kinds of address at once, over one connection where the resolver speaks HTTP/2.
+#include "doh_client.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <ares.h>
+#include <arpa/inet.h>
+#include <arpa/nameser.h>
+
+#include "text.h"
+#include "url.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr long MAX_IDLE_CONNECTIONS = 8;
+constexpr int MAX_ADDRESSES = 32;
+
+std::string Key(const DohResolver &resolver, const std::string &host)
+{
+    const SecurityConfiguration &trust = resolver.trust;
+    return resolver.url + " " + (trust.skipValidation ? "unchecked" : "checked") + " " +
+           trust.trustedCas + " " + trust.trustedCaDirectory + " " + Lower(host);
+}
+
+template <class Record, class Parse>
+void TakeRecords(std::string_view answer, int family, Parse parse, LookupResult &result)
+{
+    std::array<Record, MAX_ADDRESSES> records{};
+    int count = MAX_ADDRESSES;
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(answer.data());
+    if (parse(bytes, static_cast<int>(answer.size()), nullptr, records.data(), &count) !=
+        ARES_SUCCESS) {
+        return;
+    }
+    for (int i = 0; i < count; ++i) {
+        const Record &record = records[static_cast<size_t>(i)];
+        std::array<char, INET6_ADDRSTRLEN> text{};
+        inet_ntop(family, &record, text.data(), text.size()); // the address comes first in it
+        const std::chrono::seconds life(std::max(record.ttl, 0));
+        result.timeToLive = result.addresses.empty() ? life : std::min(result.timeToLive, life);
+        result.addresses.emplace_back(text.data());
+    }
+}
+
+} // namespace
+
+// One name, asked of one resolver.
+class DohLookup
+{
+public:
+    DohLookup(CurlMulti &multi, DohResolver resolver, std::string host, LookupDone done)
+        : resolver_(std::move(resolver))
+        , host_(std::move(host))
+        , done_(std::move(done))
+        , v6_(multi, [this] { Collect(); })
+        , v4_(multi, [this] { Collect(); })
+    {
+    }
+
+    // Asks the system for the resolver's own address first, where that is not told by its URL.
+    void Start(Resolver &system)
+    {
+        Url url;
+        if (ParseUrl(resolver_.url, url) != CURLE_OK || !url.Secure()) {
+            done_({.addresses = {}, .error = "the resolver URL is none of https"});
+            return;
+        }
+        if (IsAddress(url.host) || IsLocalName(url.host)) {
+            Ask("");
+            return;
+        }
+        // This object lives until it has told its outcome, which is not before the answer.
+        system.Lookup({}, url.host, [this, url](const LookupResult &result) {
+            if (result.addresses.empty()) {
+                done_({.addresses = {},
+                       .error = "the resolver " + url.host + " has no address: " + result.error});
+                return;
+            }
+            std::string line = "+" + url.host + ":" + std::to_string(url.port) + ":";
+            for (const std::string &address : result.addresses) {
+                line += &address == &result.addresses.front() ? "" : ",";
+                line += address.find(':') != std::string::npos ? "[" + address + "]" : address;
+            }
+            Ask(line);
+        });
+    }
+
+private:
+    void Ask(const std::string &resolve)
+    {
+        v6_.Start(resolver_, resolve, host_, ns_t_aaaa);
+        v4_.Start(resolver_, resolve, host_, ns_t_a);
+    }
+
+    void Collect()
+    {
+        if (!v6_.Done() || !v4_.Done()) {
+            return;
+        }
+        LookupResult result;
+        if (v6_.Error().empty()) {
+            TakeRecords<ares_addr6ttl>(v6_.Answer(), AF_INET6, ares_parse_aaaa_reply, result);
+        }
+        if (v4_.Error().empty()) {
+            TakeRecords<ares_addrttl>(v4_.Answer(), AF_INET, ares_parse_a_reply, result);
+        }
+        if (result.addresses.empty()) {
+            result.error = !v4_.Error().empty() ? v4_.Error() : v6_.Error();
+            result.error =
+                result.error.empty() ? "the resolver has no address for the name" : result.error;
+        }
+        done_(result);
+    }
+
+    const DohResolver resolver_;
+    const std::string host_;
+    const LookupDone done_;
+    DohQuery v6_;
+    DohQuery v4_;
+};
+
+DohClient::DohClient(Loop &loop, Resolver &system)
+    : loop_(loop)
+    , system_(system)
+    , multi_(loop)
+{
+    multi_.SetMaxIdleConnections(MAX_IDLE_CONNECTIONS);
+}
+
+DohClient::~DohClient() = default;
+
+std::optional<LookupResult> DohClient::Remembered(const DohResolver &resolver,
+                                                  const std::string &host)
+{
+    return book_.Remembered(Key(resolver, host));
+}
+
+void DohClient::Lookup(const DohResolver &resolver, const std::string &host, LookupDone done)
+{
+    const std::string key = Key(resolver, host);
+    if (!book_.Join(key, std::move(done))) {
+        return;
+    }
+    const auto finish = [this, key](const LookupResult &result) {
+        // Posted, because the lookup itself is on the stack.
+        loop_.Post([this, key, result] {
+            lookups_.erase(key);
+            book_.Finish(key, result);
+        });
+    };
+    std::unique_ptr<DohLookup> &lookup = lookups_[key];
+    lookup = std::make_unique<DohLookup>(multi_, resolver, host, finish);
+    lookup->Start(system_);
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,41 @@
+// Looks names up over HTTPS (RFC 8484), and remembers them for their time to live, per resolver.
+#ifndef TNX_ENGINE_DOH_CLIENT_H
+#define TNX_ENGINE_DOH_CLIENT_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "doh_query.h"
+#include "lookup_book.h"
+#include "resolver.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class DohLookup;
+
+class DohClient
+{
+public:
+    DohClient(Loop &loop, Resolver &system);
+    ~DohClient();
+
+    // From memory alone; from any thread.
+    std::optional<LookupResult> Remembered(const DohResolver &resolver, const std::string &host);
+
+    // Asks. On the loop's thread, where `done` runs too: never before this returns, and always.
+    void Lookup(const DohResolver &resolver, const std::string &host, LookupDone done);
+
+private:
+    Loop &loop_;
+    Resolver &system_; // finds the resolvers themselves
+    CurlMulti multi_;
+    LookupBook book_;
+    std::unordered_map<std::string, std::unique_ptr<DohLookup>> lookups_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

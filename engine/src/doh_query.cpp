@@ -1,0 +1,156 @@
+// The DNS message goes out by POST and comes back as the body (RFC 8484 section 4.1).
+#include "doh_query.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+#include <ares.h>
+#include <arpa/nameser.h>
+
+#include "text.h"
+#include "tls_options.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr long TIMEOUT_MS = 5000;
+constexpr size_t MAX_ANSWER = 65535; // the largest DNS message
+constexpr const char *MEDIA_TYPE = "application/dns-message";
+
+StringList MakeList(const std::string &line)
+{
+    StringList list(curl_slist_append(nullptr, line.c_str()));
+    if (list == nullptr) {
+        throw std::bad_alloc();
+    }
+    return list;
+}
+
+const char *AnswerError(std::string_view answer)
+{
+    constexpr size_t CODE_AT = 3;
+    if (answer.size() < HFIXEDSZ) {
+        return "the resolver answers with no DNS message";
+    }
+    switch (answer[CODE_AT] & 0x0F) {
+    case ns_r_noerror:
+        return nullptr;
+    case ns_r_nxdomain:
+        return "the resolver knows no such name";
+    default:
+        return "the resolver could not find out";
+    }
+}
+
+} // namespace
+
+DohResolver::DohResolver(const Configuration &configuration)
+    : url(configuration.dnsResolverUrl)
+{
+    trust.skipValidation = configuration.security.skipValidation;
+    trust.trustedCas = configuration.security.trustedCas;
+    trust.trustedCaDirectory = configuration.security.trustedCaDirectory;
+}
+
+DohQuery::DohQuery(CurlMulti &multi, std::function<void()> done)
+    : multi_(multi)
+    , easy_(curl_easy_init())
+    , done_(std::move(done))
+{
+    if (easy_ == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+DohQuery::~DohQuery()
+{
+    multi_.Remove(easy_.get());
+}
+
+void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
+                     const std::string &host, int type)
+{
+    unsigned char *message = nullptr;
+    int length = 0;
+    // The identifier 0 lets caches between here and there answer (RFC 8484 section 4.1).
+    const int status = ares_create_query(host.c_str(), ns_c_in, type, 0, 1, &message, &length, 0);
+    const std::unique_ptr<unsigned char, decltype(&ares_free_string)> owned(
+        message, [](void *text) { ares_free_string(text); });
+    if (status != ARES_SUCCESS) {
+        End(ares_strerror(status));
+        return;
+    }
+    curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
+    curl_easy_setopt(easy_.get(), CURLOPT_COPYPOSTFIELDS, message);
+    const CURLcode code = SetOptions(resolver, resolve);
+    if (code != CURLE_OK) {
+        End(curl_easy_strerror(code));
+        return;
+    }
+    multi_.Prepare(easy_.get());
+    multi_.Add(easy_.get(), *this);
+}
+
+CURLcode DohQuery::SetOptions(const DohResolver &resolver, const std::string &resolve)
+{
+    CURL *const easy = easy_.get();
+    headers_ = MakeList(std::string("Content-Type: ") + MEDIA_TYPE);
+    curl_slist_append(headers_.get(), (std::string("Accept: ") + MEDIA_TYPE).c_str());
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+    if (!resolve.empty()) {
+        resolve_ = MakeList(resolve);
+        curl_easy_setopt(easy, CURLOPT_RESOLVE, resolve_.get());
+    }
+    curl_easy_setopt(easy, CURLOPT_URL, resolver.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
+    curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_PROXY, "");
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, TIMEOUT_MS);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, text_.data());
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, OnBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    return SetServerTls(easy, resolver.trust);
+}
+
+void DohQuery::ExchangeDone(CURLcode code)
+{
+    long status = 0;
+    const char *type = nullptr;
+    curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+    curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_TYPE, &type);
+    if (code != CURLE_OK) {
+        End(std::string("no answer of the resolver: ") +
+            (text_.front() != '\0' ? text_.data() : curl_easy_strerror(code)));
+    } else if (status != 200) {
+        End("the resolver answers with status " + std::to_string(status));
+    } else if (type == nullptr || !Lower(type).starts_with(MEDIA_TYPE)) {
+        End("the resolver answers with no DNS message");
+    } else {
+        const char *const error = AnswerError(answer_);
+        End(error != nullptr ? error : "");
+    }
+}
+
+void DohQuery::End(std::string error)
+{
+    error_ = std::move(error);
+    ended_ = true;
+    done_();
+}
+
+size_t DohQuery::OnBody(char *piece, size_t size, size_t count, void *self)
+{
+    std::string &answer = static_cast<DohQuery *>(self)->answer_;
+    const size_t length = size * count;
+    if (answer.size() + length > MAX_ANSWER) {
+        return 0;
+    }
+    answer.append(piece, length);
+    return length;
+}
+
+} // namespace OHOS::Pelloria::Tnx
