@@ -21,6 +21,9 @@ constexpr const char *USER_AGENT = "User-Agent: libtnx/1.0";
 constexpr std::array<std::string_view, 5> SINGLE = {"content-type", "host", "content-length",
                                                     "user-agent", "authorization"};
 
+// Names that are meant for the request's own origin and are dropped where a redirect leaves it.
+constexpr std::array<std::string_view, 3> OF_ORIGIN = {"authorization", "cookie", "host"};
+
 // The content types that a body's kind adds.
 constexpr std::array<std::string_view, 4> ADDED_TYPES = {
     "text/plain", "application/x-www-form-urlencoded", "multipart/form-data",
@@ -88,6 +91,9 @@ private:
             return;
         }
         for (const auto &[name, values] : *request_.GetHeaders()) {
+            if (values.empty()) {
+                continue;
+            }
             const std::string lower = Lower(name);
             const auto range = fields_.equal_range(lower);
             if (range.first == range.second || !Contains(SINGLE, lower)) {
@@ -100,7 +106,7 @@ private:
 
     void AddField(const std::string &lower, const Field &field)
     {
-        if (!hop_.sameOrigin && (lower == "authorization" || lower == "cookie")) {
+        if (!hop_.sameOrigin && Contains(OF_ORIGIN, lower)) {
             return;
         }
         if (!hop_.body && IsAboutBody(lower, field)) {
@@ -111,7 +117,9 @@ private:
             return;
         }
         if (lower == "cookie") {
-            ownCookies_ = field.values->front();
+            for (const std::string &value : *field.values) {
+                ownCookies_ += (ownCookies_.empty() ? "" : "; ") + value;
+            }
             return;
         }
         userAgent_ = userAgent_ || lower == "user-agent";

@@ -34,8 +34,10 @@ bool PathMatches(const std::string &path, const std::string &cookiePath)
 
 void HopCookies::Store(const ResponseCookie &cookie, const Url &url)
 {
-    const bool hostOnly = cookie.domain.empty();
-    if (!hostOnly && !DomainMatches(url.host, cookie.domain)) {
+    const bool topLevel = cookie.domain.find('.') == std::string::npos;
+    const bool hostOnly = cookie.domain.empty() || (topLevel && cookie.domain == url.host);
+    // A cookie for a whole top-level domain would go to strangers.
+    if (!hostOnly && (topLevel || !DomainMatches(url.host, cookie.domain))) {
         return;
     }
     Stored stored{.name = cookie.name,
