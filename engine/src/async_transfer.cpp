@@ -1,4 +1,4 @@
-// Asynchronous fetches: the loop on one side, the callback threads on the other.
+// Asynchronous fetches: the loop on one side, the application's callbacks on the other.
 #include "async_transfer.h"
 
 #include <utility>
@@ -61,7 +61,7 @@ void AsyncTransfer::Deliver(std::function<void()> callback)
     if (Core().Runner()) {
         Core().Runner()([task] { task->RunOnPool(); });
     } else {
-        Core().GetRuntime().RunOnPool(std::move(task));
+        Core().GetRuntime().GetWorkers().RunLater(std::move(task));
     }
 }
 

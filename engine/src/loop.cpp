@@ -1,4 +1,4 @@
-// The I/O thread over epoll.
+// The I/O loop over epoll.
 #include "loop.h"
 
 #include <algorithm>
@@ -10,8 +10,6 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-#include "quiet_thread.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -57,9 +55,8 @@ void Loop::Timer::Stop()
     }
 }
 
-Loop::Loop(std::function<void()> afterRound)
-    : afterRound_(std::move(afterRound))
-    , epoll_(Checked(epoll_create1(EPOLL_CLOEXEC)))
+Loop::Loop()
+    : epoll_(Checked(epoll_create1(EPOLL_CLOEXEC)))
     , wakeup_(Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)))
 {
     epoll_event event{.events = EPOLLIN, .data = {.fd = wakeup_}};
@@ -68,23 +65,8 @@ Loop::Loop(std::function<void()> afterRound)
 
 Loop::~Loop()
 {
-    Stop();
     close(wakeup_);
     close(epoll_);
-}
-
-void Loop::Start()
-{
-    thread_ = StartQuietThread("tnx-io", [this] { RunRounds(); });
-}
-
-void Loop::Stop()
-{
-    if (thread_.joinable()) {
-        stopped_ = true;
-        Post([] {});
-        thread_.join();
-    }
 }
 
 void Loop::Post(std::shared_ptr<LoopTask> task)
@@ -218,26 +200,27 @@ void Loop::RunTimers()
     }
 }
 
-void Loop::RunRounds()
+void Loop::RunRound()
 {
     std::array<epoll_event, 128> events;
-    while (!stopped_) {
-        const int count = epoll_wait(epoll_, events.data(), static_cast<int>(events.size()),
-                                     MillisecondsToWait());
-        asleep_ = false;
-        for (int i = 0; i < count; ++i) {
-            const int fd = events[static_cast<size_t>(i)].data.fd;
-            if (fd == wakeup_) {
-                uint64_t posts = 0;
-                [[maybe_unused]] const ssize_t got = read(wakeup_, &posts, sizeof posts);
-            } else {
-                Dispatch(fd, events[static_cast<size_t>(i)].events);
-            }
+    const int count =
+        epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), MillisecondsToWait());
+    asleep_ = false;
+    for (int i = 0; i < count; ++i) {
+        const int fd = events[static_cast<size_t>(i)].data.fd;
+        if (fd == wakeup_) {
+            uint64_t posts = 0;
+            [[maybe_unused]] const ssize_t got = read(wakeup_, &posts, sizeof posts);
+        } else {
+            Dispatch(fd, events[static_cast<size_t>(i)].events);
         }
-        RunPosted();
-        RunTimers();
-        afterRound_();
     }
+    RunPosted();
+    RunTimers();
+}
+
+void Loop::End()
+{
     MutexLock lock(mutex_);
     ended_ = true;
     changed_.NotifyAll();

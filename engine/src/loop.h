@@ -1,5 +1,6 @@
-// The one I/O thread of the process: descriptors, timers and tasks posted by other threads. The
-// application's code never runs on it.
+// The one I/O loop of the process: descriptors, timers and tasks posted by other threads. One
+// thread at a time runs it, which is "the loop's thread" meanwhile. The application's code never
+// runs inside a round.
 #ifndef TNX_ENGINE_LOOP_H
 #define TNX_ENGINE_LOOP_H
 
@@ -9,7 +10,6 @@
 #include <functional>
 #include <memory>
 #include <set>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -67,24 +67,22 @@ public:
         bool running_ = false;
     };
 
-    // `afterRound` runs on the loop's thread after each round of events.
-    explicit Loop(std::function<void()> afterRound);
+    Loop();
     ~Loop();
     Loop(const Loop &) = delete;
     Loop &operator=(const Loop &) = delete;
 
-    void Start();
+    // Waits for something to happen and does what it asks for.
+    void RunRound();
 
-    // Waits for the round that runs. Nothing runs afterwards.
-    void Stop();
+    // No round will run any more.
+    void End();
 
     void Post(std::shared_ptr<LoopTask> task);
     void Post(std::function<void()> action);
 
-    // Runs the action on the loop's thread and waits for it; false when the loop has stopped.
+    // Runs the action on the loop's thread and waits for it; false when the loop has ended.
     bool Run(const std::function<void()> &action);
-
-    bool OnThisThread() const { return std::this_thread::get_id() == thread_.get_id(); }
 
     // The rest belongs to the loop's thread. `events` are those of epoll; 0 stops watching.
     void Watch(int fd, uint32_t events, Watcher *watcher);
@@ -102,7 +100,6 @@ private:
         bool lazy = false;
     };
 
-    void RunRounds();
     void RunPosted();
     void RunTimers();
     void Dispatch(int fd, uint32_t events);
@@ -110,11 +107,9 @@ private:
     Registration &At(int fd);
     int MillisecondsToWait();
 
-    const std::function<void()> afterRound_;
     const int epoll_;
     const int wakeup_;
     std::atomic<bool> asleep_ = false;
-    std::atomic<bool> stopped_ = false;
     Mutex mutex_;
     CondVar changed_;
     std::vector<std::shared_ptr<LoopTask>> posted_ GUARDED_BY(mutex_);
@@ -122,7 +117,6 @@ private:
     std::vector<std::shared_ptr<LoopTask>> running_;
     std::vector<Registration> registrations_;
     std::set<std::pair<TimePoint, Timer *>> timers_;
-    std::thread thread_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

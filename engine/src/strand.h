@@ -1,4 +1,4 @@
-// The callbacks of one asynchronous transfer: in order, one at a time, on the callback pool.
+// The callbacks of one asynchronous transfer: in order, one at a time, on the workers.
 #ifndef TNX_ENGINE_STRAND_H
 #define TNX_ENGINE_STRAND_H
 
@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "activity.h"
-#include "callback_pool.h"
 #include "common/mutex.h"
+#include "workers.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -23,7 +23,7 @@ public:
     {
     }
 
-    // Adds a callback. True when the strand has to be handed to the pool.
+    // Adds a callback. True when the strand has to be handed to the workers.
     bool Push(Callback callback);
 
     // Forgets every callback that has not started.

@@ -1,0 +1,134 @@
+// Who runs the loop, who runs callbacks, who looks out.
+#include "workers.h"
+
+#include <chrono>
+#include <system_error>
+
+#include "quiet_thread.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+// More callbacks than this blocking at once hold up the rest until one returns.
+constexpr size_t MAX_THREADS = 1024;
+constexpr auto LOOKOUT_INTERVAL = std::chrono::milliseconds(1);
+constexpr size_t QUIET_LOOKS = 4; // after so many without a callback the lookout goes to sleep
+constexpr auto IDLE_LIFE = std::chrono::seconds(5);
+
+} // namespace
+
+void Workers::Start()
+{
+    MutexLock lock(mutex_);
+    if (!StartThread()) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
+}
+
+bool Workers::StartThread()
+{
+    try {
+        StartQuietThread("tnx-worker", [this] { Work(); }).detach();
+        ++threads_;
+        return true;
+    } catch (const std::system_error &) {
+        return false; // those that there are will get there, later
+    }
+}
+
+void Workers::Stop()
+{
+    MutexLock lock(mutex_);
+    stopped_ = true;
+    tasks_.clear();
+    loop_.Post([] {});
+    work_.NotifyAll();
+    while (looping_) {
+        roundOver_.Wait(mutex_);
+    }
+    loop_.End();
+}
+
+void Workers::Work()
+{
+    mutex_.lock();
+    waking_ = false;
+    bool needed = true;
+    while (needed && !stopped_) {
+        if (!tasks_.empty()) {
+            RunTask();
+        } else if (!looping_) {
+            RunRound();
+        } else {
+            needed = LookOut();
+        }
+    }
+    --threads_;
+    mutex_.unlock();
+}
+
+void Workers::RunRound()
+{
+    looping_ = true;
+    mutex_.unlock();
+    loop_.RunRound();
+    mutex_.lock();
+    looping_ = false;
+    if (stopped_) {
+        roundOver_.NotifyAll();
+        return;
+    }
+    for (std::shared_ptr<PoolTask> &task : batch_) {
+        tasks_.push_back(std::move(task));
+    }
+    batch_.clear();
+}
+
+void Workers::RunTask()
+{
+    std::shared_ptr<PoolTask> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    EnsureLookout();
+    mutex_.unlock();
+    task->RunOnPool();
+    task.reset();
+    mutex_.lock();
+}
+
+// Somebody has to notice when the callback that is about to run blocks.
+void Workers::EnsureLookout()
+{
+    quietLooks_ = 0;
+    if (lookout_ || waking_) {
+        return;
+    }
+    if (idle_ > 0) {
+        waking_ = true;
+        work_.NotifyOne();
+    } else if (threads_ < MAX_THREADS) {
+        waking_ = StartThread();
+    }
+}
+
+// Waits for something to do. False when the thread is not needed any more.
+bool Workers::LookOut()
+{
+    const auto now = std::chrono::steady_clock::now();
+    ++idle_;
+    bool woken = true;
+    if (!lookout_ && quietLooks_ < QUIET_LOOKS) {
+        lookout_ = true;
+        ++quietLooks_;
+        work_.WaitUntil(mutex_, now + LOOKOUT_INTERVAL);
+        lookout_ = false;
+    } else {
+        woken = work_.WaitUntil(mutex_, now + IDLE_LIFE) || waking_;
+        waking_ = false;
+    }
+    --idle_;
+    return woken || idle_ == 0;
+}
+
+} // namespace OHOS::Pelloria::Tnx

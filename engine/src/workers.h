@@ -1,0 +1,72 @@
+// The engine's threads. Each of them can run the loop and the application's callbacks, though never
+// both at once.
+#ifndef TNX_ENGINE_WORKERS_H
+#define TNX_ENGINE_WORKERS_H
+
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "common/mutex.h"
+#include "loop.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class PoolTask
+{
+public:
+    virtual ~PoolTask() = default;
+    virtual void RunOnPool() = 0;
+};
+
+// Handing a callback to another thread costs more than most requests do. So the thread that ran a
+// round of the loop lets go of the loop, runs the callbacks of that round itself, and takes the
+// loop up again. Meanwhile another thread looks every millisecond whether it has to step in: that
+// is how long a callback that blocks can hold up the rest, once.
+class Workers
+{
+public:
+    explicit Workers(Loop &loop)
+        : loop_(loop)
+    {
+    }
+    Workers(const Workers &) = delete;
+    Workers &operator=(const Workers &) = delete;
+
+    void Start();
+
+    // Runs a task when the round is over. On the loop's thread.
+    void RunLater(std::shared_ptr<PoolTask> task) { batch_.push_back(std::move(task)); }
+
+    // Waits for the round that runs, lets no other begin, and takes no task any more.
+    void Stop();
+
+private:
+    bool StartThread() REQUIRES(mutex_);
+    void Work();
+    void RunRound() REQUIRES(mutex_);
+    void RunTask() REQUIRES(mutex_);
+    void EnsureLookout() REQUIRES(mutex_);
+    bool LookOut() REQUIRES(mutex_);
+
+    Loop &loop_;
+    std::vector<std::shared_ptr<PoolTask>> batch_; // of the round that runs
+
+    Mutex mutex_;
+    CondVar work_;
+    CondVar roundOver_; // for Stop
+    std::deque<std::shared_ptr<PoolTask>> tasks_ GUARDED_BY(mutex_);
+    size_t threads_ GUARDED_BY(mutex_) = 0;
+    size_t idle_ GUARDED_BY(mutex_) = 0;      // with nothing to do
+    bool lookout_ GUARDED_BY(mutex_) = false; // one of the idle ones looks every millisecond
+    bool waking_ GUARDED_BY(mutex_) = false;  // a thread is on its way to do so
+    size_t quietLooks_ GUARDED_BY(mutex_) = 0;
+    bool looping_ GUARDED_BY(mutex_) = false;
+    bool stopped_ GUARDED_BY(mutex_) = false;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif
