@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <arpa/inet.h>
+
 #include "terminal.h"
 #include "values.h"
 
@@ -32,9 +34,17 @@ template <size_t Size> void Copy(char (&array)[Size], const std::string &text)
     std::memcpy(array, text.c_str(), text.size() + 1);
 }
 
-std::string StripBrackets(const std::string &text)
+// A literal address, without the brackets that IPv6 may stand in.
+std::string ParseAddress(const std::string &text)
 {
-    return text.starts_with('[') && text.ends_with(']') ? text.substr(1, text.size() - 2) : text;
+    const bool bracketed = text.starts_with('[') && text.ends_with(']');
+    const std::string address = bracketed ? text.substr(1, text.size() - 2) : text;
+    in6_addr bytes;
+    if (inet_pton(AF_INET, address.c_str(), &bytes) != 1 &&
+        inet_pton(AF_INET6, address.c_str(), &bytes) != 1) {
+        throw UsageError("'" + text + "' is no address");
+    }
+    return address;
 }
 
 uint16_t ParsePort(const std::string &text)
@@ -215,7 +225,7 @@ void RunConfiguration::FillStaticRules(const std::vector<std::string> &rules)
         Tnx_IpAddress *last = nullptr;
         for (const std::string &address : Split(std::string_view(text).substr(portEnd + 1), ',')) {
             Tnx_IpAddress &node = addresses_.emplace_back();
-            Copy(node.ip, StripBrackets(address));
+            Copy(node.ip, ParseAddress(address));
             (last == nullptr ? rule.ipAddresses : last->next) = &node;
             last = &node;
         }
@@ -238,7 +248,7 @@ void RunConfiguration::FillDnsServers(const std::string &list)
             server.port = ParsePort(address.substr(colon + 1));
             address.resize(colon);
         }
-        Copy(server.ip, StripBrackets(address));
+        Copy(server.ip, ParseAddress(address));
     }
     dnsRule_.kind = TNX_DNS_SERVERS;
     dnsRule_.rule.servers = &servers_.front();

@@ -8,46 +8,41 @@ import sys
 import tempfile
 import unittest
 
-from server import Server
+from tool_case import TIMEOUT, ToolCase
 
-TOOL = os.path.abspath(sys.argv.pop(1))
 MAKE_CERTIFICATES = os.path.abspath(sys.argv.pop(1))
-TIMEOUT = 30
 
 
-class RoadTest(unittest.TestCase):
+class RoadTest(ToolCase):
     @classmethod
     def setUpClass(cls):
+        super().setUpClass()
         folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(folder.cleanup)
-        cls.folder = pathlib.Path(folder.name)
-        subprocess.run(["bash", MAKE_CERTIFICATES, cls.folder], check=True, timeout=TIMEOUT)
-        cls.servers = {name: cls.start(cls.tls(name))
-                       for name in ("good", "expired", "wrong-name", "self-signed")}
+        cls.certificates = pathlib.Path(folder.name)
+        subprocess.run(["bash", MAKE_CERTIFICATES, cls.certificates], check=True, timeout=TIMEOUT)
+        cls.servers = {
+            name: cls.start(cls.tls(name))
+            for name in ("good", "expired", "wrong-name", "self-signed")
+        }
         asking = cls.tls("good")
         asking.verify_mode = ssl.CERT_REQUIRED
-        asking.load_verify_locations(cls.folder / "ca.pem")
+        asking.load_verify_locations(cls.certificates / "ca.pem")
         asking.maximum_version = ssl.TLSVersion.TLSv1_2  # refuses within the handshake
         cls.servers["asking"] = cls.start(asking)
-        cls.plain = cls.start()
 
-    @classmethod
-    def start(cls, tls=None):
-        server = Server(tls)
-        cls.addClassCleanup(server.stop)
-        return server
+    def setUp(self):
+        super().setUp()
+        self.folder = self.certificates
+
+    def run_tool(self, *arguments, **options):
+        return super().run_tool("-sS", *arguments, **options)
 
     @classmethod
     def tls(cls, name):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(cls.folder / f"{name}.pem", cls.folder / f"{name}.key")
+        context.load_cert_chain(cls.certificates / f"{name}.pem", cls.certificates / f"{name}.key")
         return context
-
-    def run_tool(self, *arguments, environment=()):
-        variables = {k: v for k, v in os.environ.items() if not k.lower().endswith("_proxy")}
-        variables.update(environment)
-        return subprocess.run([TOOL, "-sS", *arguments], capture_output=True, timeout=TIMEOUT,
-                              cwd=self.folder, env=variables, stdin=subprocess.DEVNULL)
 
     def check(self, cases):
         """Each case: arguments, exit status, a piece of standard error or the answer."""
@@ -62,33 +57,62 @@ class RoadTest(unittest.TestCase):
         pin = (self.folder / "good.pin").read_text().strip()
         other = (self.folder / "self-signed.pin").read_text().strip()
         ca = ["--cacert", "ca.pem"]
-        self.check([
-            ([url["good"]], 60, b"tnx: (60) "),
-            ([*ca, url["good"]], 0, b"hello\n"),
-            (["--capath", "ca-dir", url["good"]], 0, b"hello\n"),
-            (["-k", url["self-signed"]], 0, b"hello\n"),
-            ([*ca, url["expired"]], 60, b"expired"),
-            ([*ca, url["wrong-name"]], 60, b"localhost"),
-            ([*ca, url["self-signed"]], 60, b"self-signed"),
-            (["--cacert", "self-signed.pem", url["self-signed"]], 0, b"hello\n"),
-            ([*ca, "--pinnedpubkey", pin, url["good"]], 0, b"hello\n"),
-            ([*ca, "--pinnedpubkey", f"{other};{pin}", url["good"]], 0, b"hello\n"),
-            ([*ca, "--pinnedpubkey", other, url["good"]], 90, b"tnx: (90) "),
-            (["--cacert", "nowhere.pem", url["good"]], 77, b"tnx: (77) "),
-        ])
+        self.check(
+            [
+                ([url["good"]], 60, b"tnx: (60) "),
+                ([*ca, url["good"]], 0, b"hello\n"),
+                (["--capath", "ca-dir", url["good"]], 0, b"hello\n"),
+                (["-k", url["self-signed"]], 0, b"hello\n"),
+                ([*ca, url["expired"]], 60, b"expired"),
+                ([*ca, url["wrong-name"]], 60, b"localhost"),
+                ([*ca, url["self-signed"]], 60, b"self-signed"),
+                (["--cacert", "self-signed.pem", url["self-signed"]], 0, b"hello\n"),
+                ([*ca, "--pinnedpubkey", pin, url["good"]], 0, b"hello\n"),
+                ([*ca, "--pinnedpubkey", f"{other};{pin}", url["good"]], 0, b"hello\n"),
+                ([*ca, "--pinnedpubkey", other, url["good"]], 90, b"tnx: (90) "),
+                (["--cacert", "nowhere.pem", url["good"]], 77, b"tnx: (77) "),
+            ]
+        )
 
     def test_client_certificates(self):
         url = f"https://localhost:{self.servers['asking'].port}/"
         ca = ["--cacert", "ca.pem"]
-        self.check([
-            ([*ca, "-E", "client.pem", "--key", "client.key", url], 0, b"hello\n"),
-            ([*ca, "-E", "client.pem:secret", "--key", "client-locked.key", url], 0, b"hello\n"),
-            ([*ca, "-E", "client.pem", "--key", "client-locked.key", "--pass", "secret", url], 0, b"hello\n"),
-            ([*ca, "-E", "client.p12:secret", "--cert-type", "P12", url], 0, b"hello\n"),
-            ([*ca, "-E", "client.der", "--key", "client-key.der", "--cert-type", "der", url], 0, b"hello\n"),
-            ([*ca, "-E", "client.pem:wrong", "--key", "client-locked.key", url], 58, b"tnx: (58) "),
-            (["--key", "client.key", url], 2, b"need a client certificate"),
-        ])
+        self.check(
+            [
+                ([*ca, "-E", "client.pem", "--key", "client.key", url], 0, b"hello\n"),
+                (
+                    [*ca, "-E", "client.pem:secret", "--key", "client-locked.key", url],
+                    0,
+                    b"hello\n",
+                ),
+                (
+                    [
+                        *ca,
+                        "-E",
+                        "client.pem",
+                        "--key",
+                        "client-locked.key",
+                        "--pass",
+                        "secret",
+                        url,
+                    ],
+                    0,
+                    b"hello\n",
+                ),
+                ([*ca, "-E", "client.p12:secret", "--cert-type", "P12", url], 0, b"hello\n"),
+                (
+                    [*ca, "-E", "client.der", "--key", "client-key.der", "--cert-type", "der", url],
+                    0,
+                    b"hello\n",
+                ),
+                (
+                    [*ca, "-E", "client.pem:wrong", "--key", "client-locked.key", url],
+                    58,
+                    b"tnx: (58) ",
+                ),
+                (["--key", "client.key", url], 2, b"need a client certificate"),
+            ]
+        )
         refused = self.run_tool(*ca, url)
         self.assertIn(refused.returncode, (35, 56), refused.stderr)
 
@@ -96,8 +120,13 @@ class RoadTest(unittest.TestCase):
         port = self.servers["expired"].port
         result = self.run_tool("--explain", "--cacert", "ca.pem", f"https://localhost:{port}/")
         text = result.stderr.decode()
-        for piece in [f"127.0.0.1 port {port}: connected", "0 CN = expired", "issued by CN = Tests CA",
-                      "refused here: certificate has expired", "code 1007900060 in connect+TLS"]:
+        for piece in [
+            f"127.0.0.1 port {port}: connected",
+            "0 CN = expired",
+            "issued by CN = Tests CA",
+            "refused here: certificate has expired",
+            "code 1007900060 in connect+TLS",
+        ]:
             self.assertIn(piece, text)
         pin = (self.folder / "good.pin").read_text().strip()
         good = f"https://localhost:{self.servers['good'].port}/"
@@ -105,63 +134,106 @@ class RoadTest(unittest.TestCase):
         self.assertIn(f"--pinnedpubkey '{pin}'", shown)
 
     def test_proxies(self):
-        self.plain.take()
-        port = self.plain.port
+        port = self.server.port
         proxy = f"127.0.0.1:{port}"
         # arguments, request line at the proxy, a field
         cases = [
             (["-x", proxy], "GET http://far.invalid/ HTTP/1.1", "Host: far.invalid"),
-            (["-x", f"http://me:a%3Ab@{proxy}"], "GET http://far.invalid/ HTTP/1.1",
-             "Proxy-Authorization: Basic bWU6YTpi"),
-            (["-x", proxy, "-U", "me:word"], "GET http://far.invalid/ HTTP/1.1",
-             "Proxy-Authorization: Basic bWU6d29yZA=="),
+            (
+                ["-x", f"http://me:a%3Ab@{proxy}"],
+                "GET http://far.invalid/ HTTP/1.1",
+                "Proxy-Authorization: Basic bWU6YTpi",
+            ),
+            (
+                ["-x", proxy, "-U", "me:word"],
+                "GET http://far.invalid/ HTTP/1.1",
+                "Proxy-Authorization: Basic bWU6d29yZA==",
+            ),
             (["-px", proxy], "CONNECT far.invalid:80 HTTP/1.1", "Host: far.invalid:80"),
-            (["-x", proxy, "--noproxy", "near.invalid, else"], "GET http://far.invalid/ HTTP/1.1",
-             "Host: far.invalid"),
+            (
+                ["-x", proxy, "--noproxy", "near.invalid, else"],
+                "GET http://far.invalid/ HTTP/1.1",
+                "Host: far.invalid",
+            ),
         ]
         for arguments, line, field in cases:
             with self.subTest(arguments):
                 self.run_tool(*arguments, "http://far.invalid/")
-                request = self.plain.take()[0]
+                request = self.server.take()[0]
                 self.assertEqual(request.line, line)
                 self.assertIn(field, request.fields)
         everywhere = {"http_proxy": f"http://{proxy}", "no_proxy": "other"}
         self.run_tool("http://far.invalid/", environment=everywhere)
-        self.assertEqual(len(self.plain.take()), 1)
+        self.assertEqual(len(self.server.take()), 1)
         for arguments in (["--noproxy", "far.invalid"], ["--noproxy", "*"], ["-x", ""]):
             with self.subTest(arguments):
                 result = self.run_tool(*arguments, "http://far.invalid/", environment=everywhere)
-                self.assertEqual((result.returncode, self.plain.take()), (6, []))
+                self.assertEqual((result.returncode, self.server.take()), (6, []))
         self.assertEqual(self.run_tool("-p", "http://far.invalid/").returncode, 2)
 
     def test_names(self):
-        port = self.plain.port
-        self.check([
-            (["--resolve", f"far.invalid:{port}:127.0.0.1", f"http://far.invalid:{port}/"], 0, b"hello\n"),
-            (["--resolve", f"FAR.invalid:{port}:[::1],127.0.0.1", f"http://far.invalid:{port}/"], 0, b"hello\n"),
-            (["--resolve", f"other:{port}:127.0.0.1", f"http://far.invalid:{port}/"], 6, b"far.invalid"),
-            (["--resolve", "far.invalid:80", f"http://far.invalid:{port}/"], 2, b"option --resolve: expected host:port"),
-            (["--dns-servers", "127.0.0.1:1", "--connect-timeout", "5", f"http://far.invalid:{port}/"], 6, b"far.invalid"),
-            (["--dns-servers", "name", f"http://127.0.0.1:{port}/"], 0, b"hello\n"),
-            (["--resolve", "a:1:127.0.0.1", "--dns-servers", "::1", "http://a/"], 2, b"cannot be used together"),
-        ])
+        port = self.server.port
+        self.check(
+            [
+                (
+                    ["--resolve", f"far.invalid:{port}:127.0.0.1", f"http://far.invalid:{port}/"],
+                    0,
+                    b"hello\n",
+                ),
+                (
+                    [
+                        "--resolve",
+                        f"FAR.invalid:{port}:[::1],127.0.0.1",
+                        f"http://far.invalid:{port}/",
+                    ],
+                    0,
+                    b"hello\n",
+                ),
+                (
+                    ["--resolve", f"other:{port}:127.0.0.1", f"http://far.invalid:{port}/"],
+                    6,
+                    b"far.invalid",
+                ),
+                (
+                    ["--resolve", "far.invalid:80", f"http://far.invalid:{port}/"],
+                    2,
+                    b"option --resolve: expected host:port",
+                ),
+                (
+                    [
+                        "--dns-servers",
+                        "127.0.0.1:1",
+                        "--connect-timeout",
+                        "1",
+                        f"http://far.invalid:{port}/",
+                    ],
+                    28,
+                    b"tnx: (28)",
+                ),
+                (["--dns-servers", "name", self.url("/")], 2, b"'name' is no address"),
+                (["--resolve", "a:1:b", self.url("/")], 2, b"'b' is no address"),
+                (
+                    ["--resolve", "a:1:127.0.0.1", "--dns-servers", "::1", "http://a/"],
+                    2,
+                    b"cannot be used together",
+                ),
+            ]
+        )
 
     def test_versions(self):
-        self.plain.take()
-        url = f"http://127.0.0.1:{self.plain.port}/"
+        url = self.url("/")
         for argument, version in [("-0", "HTTP/1.0"), ("--http1.1", "HTTP/1.1")]:
             self.assertEqual(self.run_tool(argument, url).stdout, b"hello\n")
-            self.assertEqual(self.plain.take()[0].line, f"GET / {version}")
+            self.assertEqual(self.server.take()[0].line, f"GET / {version}")
         self.assertEqual(self.run_tool("--http2", url).stdout, b"hello\n")
-        self.assertEqual(self.plain.take()[0].field("upgrade"), "h2c")
+        self.assertEqual(self.server.take()[0].field("upgrade"), "h2c")
         self.assertNotEqual(self.run_tool("--http2-prior-knowledge", url).returncode, 0)
 
     def test_digest(self):
-        url = f"http://127.0.0.1:{self.plain.port}/digest"
-        self.plain.take()
+        url = self.url("/digest")
         result = self.run_tool("--digest", "-u", "me:word", url)
         self.assertEqual(result.stdout, b"hello\n")
-        first, second = self.plain.take()
+        first, second = self.server.take()
         self.assertIsNone(first.field("authorization"))
         self.assertRegex(second.field("authorization"), 'Digest username="me", ?realm="r"')
 

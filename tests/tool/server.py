@@ -1,4 +1,4 @@
-"""A server on loopback that records what it is sent, byte for byte, and answers as its routes say."""
+"""A server on loopback that records what it is sent and answers as its routes say."""
 
 import socket
 import threading
@@ -86,14 +86,20 @@ class Server:
         if name == "echo":
             return answer("200 OK", request.body)
         if name == "status":
-            return answer(f"{route[1]} Reason", b"status body\n", *(["Retry-After: 0"] * (len(route) > 2)))
+            return answer(
+                f"{route[1]} Reason", b"status body\n", *(["Retry-After: 0"] * (len(route) > 2))
+            )
         if name == "flaky":
             return answer("200 OK", b"at last\n") if tried > 1 else answer("503 Busy", b"busy\n")
         if name == "to":
             return answer("302 Found", b"moved\n", "Location: /" + "/".join(route[1:]))
         if name == "cookies":
-            return answer("200 OK", b"", "Set-Cookie: a=1; Path=/; Max-Age=60; HttpOnly; Fancy",
-                          "Set-Cookie: b=\"x y\"; SameSite=Lax; Secure; Domain=127.0.0.1")
+            return answer(
+                "200 OK",
+                b"",
+                "Set-Cookie: a=1; Path=/; Max-Age=60; HttpOnly; Fancy",
+                'Set-Cookie: b="x y"; SameSite=Lax; Secure; Domain=127.0.0.1',
+            )
         if name == "range":
             return ranged(request.field("range"), b"0123456789")
         if name == "big":
@@ -103,14 +109,17 @@ class Server:
             packed = packer.compress(b"unpacked\n") + packer.flush()
             return answer("200 OK", packed, "Content-Encoding: gzip")
         if name == "chunked":
-            return b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"
+            head = b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+            return head + b"3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"
         if name == "cut":
             return b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\nConnection: close\r\n\r\nshort"
         if name == "stall":
             threading.Event().wait(10)
             return None
         if name == "digest" and request.field("authorization") is None:
-            return answer("401 Unauthorized", b"", 'WWW-Authenticate: Digest realm="r", nonce="n", qop="auth"')
+            return answer(
+                "401 Unauthorized", b"", 'WWW-Authenticate: Digest realm="r", nonce="n", qop="auth"'
+            )
         if name == "drop":
             return None
         return answer("200 OK", b"hello\n", "X-One: 1")
@@ -123,8 +132,9 @@ def ranged(field, content):
     size = len(content)
     if start >= size:
         return answer("416 Range Not Satisfiable", b"no more\n", f"Content-Range: bytes */{size}")
-    return answer("206 Partial Content", content[start:],
-                  f"Content-Range: bytes {start}-{size - 1}/{size}")
+    return answer(
+        "206 Partial Content", content[start:], f"Content-Range: bytes {start}-{size - 1}/{size}"
+    )
 
 
 def read_request(stream):
