@@ -11,6 +11,7 @@
 
 #include "doh_client.h"
 #include "resolver.h"
+#include "wiping_allocator.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -46,7 +47,7 @@ Runtime::Runtime()
 {
     // Once a process, not once a runtime: a forked child inherits what these set up.
     static const bool ready = [] {
-        const bool initialised = curl_global_init(CURL_GLOBAL_ALL) == CURLE_OK;
+        const bool initialised = InitialiseCurl() == CURLE_OK;
         pthread_atfork(PrepareFork, AfterForkInParent, AfterForkInChild);
         // After the TLS library has registered its own clean-up, so that the loop stops before it.
         std::atexit(StopAtExit);
