@@ -171,6 +171,8 @@ std::string Explain(const Outcome &outcome, const Tnx_Configuration &configurati
     text += ExplainTls(outcome, phases);
     if (const auto server = TlsServer(outcome, attempts)) {
         text += ExplainCertificates(*server, configuration.security);
+    } else if (UrlScheme(outcome.EffectiveUrl()) == "https") {
+        text += Line("chain", "not looked at: no connection led straight to the server");
     }
     return text + ExplainEnd(outcome, phases);
 }

@@ -33,18 +33,24 @@ Answer FetchHere(Tnx_Session *session, Tnx_Request *request)
     return answer;
 }
 
-// Waits for an asynchronous fetch; the library completes each exactly once.
+// Waits for an asynchronous fetch; the library completes each exactly once. The promise belongs to
+// the callback, which may still be in it when the waiting is over.
 Answer FetchThere(Tnx_Session *session, Tnx_Request *request)
 {
-    std::promise<Answer> promise;
+    using Promise = std::promise<Answer>;
+    auto promise = std::make_unique<Promise>();
+    std::future<Answer> future = promise->get_future();
     const Tnx_ResponseCallbackObject callback = {
         [](void *context, Tnx_Response *response, uint32_t errorCode) {
-            static_cast<std::promise<Answer> *>(context)->set_value(
-                {ResponseHandle(response), errorCode});
+            const std::unique_ptr<Promise> owned(static_cast<Promise *>(context));
+            owned->set_value({ResponseHandle(response), errorCode});
         },
-        &promise};
-    const uint32_t refused = OVX_Tnx_Fetch(session, request, &callback);
-    return refused == TNX_OK ? promise.get_future().get() : Answer{nullptr, refused};
+        promise.get()};
+    if (const uint32_t refused = OVX_Tnx_Fetch(session, request, &callback); refused != TNX_OK) {
+        return {nullptr, refused};
+    }
+    static_cast<void>(promise.release());
+    return future.get();
 }
 
 std::string ErrorText(const Conversation &conversation, uint32_t errorCode)
