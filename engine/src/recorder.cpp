@@ -25,6 +25,8 @@ void Recorder::Record(curl_infotype type, std::string_view data)
         while (data.ends_with('\n')) {
             data.remove_suffix(1);
         }
+        // libcurl tells the name that it logs in with, which is a secret.
+        data = data.substr(0, data.find(" with user '"));
     } else if (kind >= DEBUG_DATA_IN) {
         const size_t left = MAX_DATA - dataBytes_;
         if (left == 0) {
