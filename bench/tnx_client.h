@@ -30,8 +30,8 @@ public:
     TnxClient(const TnxClient &) = delete;
     TnxClient &operator=(const TnxClient &) = delete;
 
+    void Close() { OVX_Tnx_CloseSession(&session_); }
     Tnx_Session *Session() const { return session_; }
-    Tnx_Configuration &Configuration() { return configuration_; }
     Tnx_Request *MakeRequest();
 
 private:
