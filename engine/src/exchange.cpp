@@ -288,37 +288,61 @@ std::string Exchange::Error(CURLcode code) const
     return error_.front() != '\0' ? WithRealName(error_.data()) : curl_easy_strerror(code);
 }
 
+template <class Function>
+auto Exchange::Guarded(Function function, decltype(function()) failure) noexcept
+{
+    try {
+        return function();
+    } catch (const std::bad_alloc &) {
+        outOfMemory_ = true;
+        return failure;
+    }
+}
+
 size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
 {
+    auto *const exchange = static_cast<Exchange *>(self);
     const size_t length = size * count;
-    return static_cast<Exchange *>(self)->receiver_.OnHeaderLine({line, length}) ? length : 0;
+    return exchange->Guarded(
+        [&] {
+            return exchange->receiver_.OnHeaderLine({line, length}) ? length : 0;
+        },
+        0);
 }
 
 size_t Exchange::OnBody(char *piece, size_t size, size_t count, void *self)
 {
-    return static_cast<Exchange *>(self)->receiver_.OnBody({piece, size * count});
+    auto *const exchange = static_cast<Exchange *>(self);
+    return exchange->Guarded([&] { return exchange->receiver_.OnBody({piece, size * count}); }, 0);
 }
 
 int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
 {
     auto *const exchange = static_cast<Exchange *>(self);
-    if (type == CURLINFO_TEXT) {
-        exchange->recorder_.Record(type, exchange->WithRealName({data, size}));
-    } else {
-        exchange->recorder_.Record(type, {data, size});
-    }
-    return 0;
+    return exchange->Guarded(
+        [&] {
+            const bool isText = type == CURLINFO_TEXT;
+            exchange->recorder_.Record(type, isText ? exchange->WithRealName({data, size})
+                                                    : std::string_view(data, size));
+            return 0;
+        },
+        0);
 }
 
 int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_off_t uploadTotal,
                          curl_off_t uploaded)
 {
     auto *const exchange = static_cast<Exchange *>(self);
-    exchange->progress_.Report({.downloadTotal = static_cast<uint64_t>(downloadTotal),
+    const Progress::State state{.downloadTotal = static_cast<uint64_t>(downloadTotal),
                                 .downloaded = exchange->receiver_.Received(),
                                 .uploadTotal = static_cast<uint64_t>(uploadTotal),
-                                .uploaded = static_cast<uint64_t>(uploaded)});
-    return 0;
+                                .uploaded = static_cast<uint64_t>(uploaded)};
+    return exchange->Guarded(
+        [&] {
+            exchange->progress_.Report(state);
+            return 0;
+        },
+        1);
 }
 
 // libcurl repeats a request by itself when a kept connection turns out to be dead.

@@ -58,6 +58,9 @@ public:
     // libcurl was to send the body of a request that must not be repeated a second time.
     bool RefusedRetry() const { return refusedRetry_; }
 
+    // A callback of libcurl ran out of memory.
+    bool OutOfMemory() const { return outOfMemory_; }
+
 private:
     void SetBasics(CURL *easy, const Hop &hop, CURLSH *share);
     CURLcode SetBody(const Hop &hop);
@@ -72,6 +75,10 @@ private:
     void SetRanges();
     void SetObservers();
     std::string WithRealName(std::string text) const;
+
+    // Runs what may throw for libcurl, which knows no exceptions.
+    template <class Function>
+    auto Guarded(Function function, decltype(function()) failure) noexcept;
 
     static size_t OnHeader(char *line, size_t size, size_t count, void *self);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
@@ -93,6 +100,7 @@ private:
     std::string realName_;
     bool sentBefore_ = false;
     bool refusedRetry_ = false;
+    bool outOfMemory_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};
 };
 

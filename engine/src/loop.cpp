@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <new>
 #include <system_error>
 
 #include <sys/epoll.h>
@@ -181,7 +182,11 @@ void Loop::RunPosted()
         running_.swap(posted_);
     }
     for (std::shared_ptr<LoopTask> &task : running_) {
-        task->RunOnLoop();
+        try {
+            task->RunOnLoop();
+        } catch (const std::bad_alloc &) {
+            // What waits for the task has a time-out.
+        }
         task.reset();
     }
     running_.clear();

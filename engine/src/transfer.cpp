@@ -2,6 +2,7 @@
 #include "transfer.h"
 
 #include <algorithm>
+#include <new>
 
 #include "session_core.h"
 
@@ -39,6 +40,15 @@ std::function<void()> Transfer::Waker()
 }
 
 void Transfer::Advance()
+{
+    try {
+        Steps();
+    } catch (const std::bad_alloc &) {
+        FailWithoutMemory();
+    }
+}
+
+void Transfer::Steps()
 {
     while (!Done()) {
         if (request_->IsCanceled() || core_->GetActivity().Closed()) {
@@ -80,6 +90,7 @@ bool Transfer::Step()
         return GoOn();
     case State::DRAIN:
         return Drain();
+    case State::ENDED:
     case State::DONE:
         break;
     }
@@ -260,17 +271,21 @@ bool Transfer::GoOn()
 
 void Transfer::ExchangeDone(CURLcode code)
 {
-    CURL *const easy = easy_;
-    phases_.HopEnded(easy);
-    if (code != CURLE_OK || receiver_.Refused()) {
-        FailExchange(easy, code);
-        return;
+    state_ = State::ENDED;
+    try {
+        phases_.HopEnded(easy_);
+        if (code != CURLE_OK || receiver_.Refused()) {
+            FailExchange(easy_, code);
+        } else {
+            CollectOutcome(easy_);
+        }
+    } catch (const std::bad_alloc &) {
+        FailWithoutMemory();
     }
-    CollectOutcome(easy, code);
     Advance();
 }
 
-void Transfer::CollectOutcome(CURL *easy, CURLcode)
+void Transfer::CollectOutcome(CURL *easy)
 {
     long version = 0;
     curl_easy_getinfo(easy, CURLINFO_HTTP_VERSION, &version);

@@ -74,6 +74,7 @@ private:
         PROXY_LOOKUP,
         SEND,
         UNDER_WAY,
+        ENDED, // libcurl is done with the hop, whose outcome is being looked at
         DRAIN,
         DONE
     };
@@ -82,6 +83,7 @@ private:
     enum class Place { NONE, WAITING, ADMITTED };
 
     std::function<void()> Waker();
+    void Steps();
     bool Step();
     void Start();
     void EnterQueue();
@@ -94,13 +96,14 @@ private:
     bool TakeProxyAddresses();
     void Send();
     bool GoOn();
-    void CollectOutcome(CURL *easy, CURLcode code);
+    void CollectOutcome(CURL *easy);
     void Redirect(const std::string &location);
     bool Drain();
 
-    void Fail(CURLcode code, const std::string &what);
+    void Fail(CURLcode code, const std::string &what, const std::string &where = {});
     void FailExchange(CURL *easy, CURLcode code);
     CURLcode CauseOf(CURLcode code, std::string &what) const;
+    void FailWithoutMemory();
     void Finish(uint32_t code);
     void Abandon(bool closed);
     bool DropExchange();

@@ -66,6 +66,10 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The body is larger than 2147483647 bytes, the most that is kept in memory";
         return CURLE_FILESIZE_EXCEEDED;
     }
+    if (exchange_.OutOfMemory()) {
+        what = "Memory ran out";
+        return CURLE_OUT_OF_MEMORY;
+    }
     if (receiver_.Failure() != CURLE_OK) {
         what = "The header section is too large";
         return receiver_.Failure();
@@ -107,21 +111,35 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
     long port = 0;
     curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
     curl_easy_getinfo(easy, CURLINFO_PRIMARY_PORT, &port);
-    what += " (" + std::string(phases_.HopPhase(hop_.url.Secure())) + ", host " + hop_.url.host;
+    std::string where = phases_.HopPhase(hop_.url.Secure());
+    where += ", host " + hop_.url.host;
     if (address != nullptr && *address != '\0') {
-        what += ", address " + std::string(address) + " port " + std::to_string(port);
+        where += ", address " + std::string(address) + " port " + std::to_string(port);
     }
-    what += ")";
     DropExchange();
-    Fail(cause, what);
+    Fail(cause, what, where + ", ");
 }
 
-void Transfer::Fail(CURLcode code, const std::string &what)
+void Transfer::Fail(CURLcode code, const std::string &what, const std::string &where)
 {
     const bool inQueue = state_ == State::START || state_ == State::ADMISSION;
-    recorder_.Cause(inQueue ? what
-                            : what + " after " + Milliseconds(Clock::now() - phases_.Start()));
+    const std::string when = Milliseconds(Clock::now() - phases_.Start());
+    recorder_.Cause(inQueue ? what : what + " (" + where + when + ")");
     Finish(ERR_TRANSFER_BASE + static_cast<uint32_t>(code));
+}
+
+// What is needed to say so was there before: the response, and the callback's place in the queue
+// is the first thing that the freed handle leaves room for.
+void Transfer::FailWithoutMemory()
+{
+    if (Done()) {
+        return;
+    }
+    if (state_ == State::UNDER_WAY) {
+        StopExchange(easy_);
+    }
+    DropExchange();
+    Finish(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY);
 }
 
 // Gives the handle back. False when there was none.
