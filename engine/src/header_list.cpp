@@ -80,6 +80,9 @@ public:
         if (!expect_) {
             Append("Expect:");
         }
+        if (!hop_.body && !contentType_) {
+            Append("Content-Type:"); // else libcurl calls an empty body a form
+        }
         list_.ownEncoding = list_.ownEncoding || !request_.GetTransferRange().empty();
         return std::move(list_);
     }
@@ -124,6 +127,7 @@ private:
         }
         userAgent_ = userAgent_ || lower == "user-agent";
         expect_ = expect_ || lower == "expect";
+        contentType_ = contentType_ || lower == "content-type";
         list_.ownEncoding = list_.ownEncoding || lower == "accept-encoding";
         for (const std::string &value : *field.values) {
             // A name with an empty value is written with a semicolon, else libcurl drops it.
@@ -201,6 +205,7 @@ private:
     std::string ownCookies_;
     bool userAgent_ = false;
     bool expect_ = false;
+    bool contentType_ = false;
     HeaderList list_;
 };
 

@@ -46,9 +46,9 @@ bool InBlock(const std::string &pattern, size_t slash, const std::string &host)
     const std::optional<Address> address = ReadAddress(host);
     size_t bits = 0;
     const char *const end = pattern.data() + pattern.size();
-    if (!block || !address || block->length != address->length ||
-        std::from_chars(pattern.data() + slash + 1, end, bits).ptr != end ||
-        bits > 8 * block->length) {
+    const auto [stop, error] = std::from_chars(pattern.data() + slash + 1, end, bits);
+    if (!block || !address || block->length != address->length || error != std::errc() ||
+        stop != end || bits > 8 * block->length) {
         return false;
     }
     const size_t whole = bits / 8;

@@ -32,7 +32,7 @@ std::optional<size_t> PullBody::TryRead(char *buffer, size_t size)
     if (complete) {
         return 0;
     }
-    if (ended_ && length_) {
+    if (ended_ && length_ && failure_ == Failure::NONE) {
         failure_ = Failure::ENDED_EARLY;
     }
     if (failure_ != Failure::NONE) {
