@@ -133,8 +133,9 @@ std::optional<Server> TlsServer(const Outcome &outcome, const std::vector<Attemp
     const std::string url = outcome.EffectiveUrl();
     const std::string host(UrlHost(url));
     for (const Attempt &attempt : attempts) {
-        if (attempt.result == Attempt::CONNECTED && attempt.host == host &&
-            UrlScheme(url) == "https") {
+        // Where addresses were given to it, libcurl tells no name for the server.
+        const bool direct = attempt.host == host || attempt.host == "(nil)";
+        if (attempt.result == Attempt::CONNECTED && direct && UrlScheme(url) == "https") {
             return Server{host, attempt.address, attempt.port};
         }
     }

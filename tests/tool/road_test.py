@@ -129,9 +129,17 @@ class RoadTest(ToolCase):
         ]:
             self.assertIn(piece, text)
         pin = (self.folder / "good.pin").read_text().strip()
-        good = f"https://localhost:{self.servers['good'].port}/"
-        shown = self.run_tool("--explain", "--cacert", "ca.pem", good).stderr.decode()
-        self.assertIn(f"--pinnedpubkey '{pin}'", shown)
+        port = self.servers["good"].port
+        for host in ("localhost", "tnx.test"):
+            shown = self.run_tool(
+                "--explain",
+                "--cacert",
+                "ca.pem",
+                "--resolve",
+                f"tnx.test:{port}:127.0.0.1",
+                f"https://{host}:{port}/",
+            ).stderr.decode()
+            self.assertIn(f"--pinnedpubkey '{pin}'", shown)
 
     def test_proxies(self):
         port = self.server.port

@@ -57,6 +57,7 @@ class Server:
             except OSError:
                 return
             connection.settimeout(20)
+            connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
 
     def serve(self, connection):
