@@ -107,7 +107,7 @@ void PrintTable(const Workload &workload, const std::vector<Contestant> &contest
         }
         std::printf("\n");
     }
-    if (contestants.size() < 2) {
+    if (workload.aim == 0) {
         return;
     }
     std::vector<double> ratios;
@@ -115,11 +115,7 @@ void PrintTable(const Workload &workload, const std::vector<Contestant> &contest
         const auto member = workload.memory ? &Sample::grownKib : &Sample::cpuSeconds;
         ratios.push_back(samples.back()[round].*member / samples.front()[round].*member);
     }
-    std::printf("  ratio %.2f", Median(std::move(ratios)));
-    if (workload.aim > 0) {
-        std::printf(" (aim %.2f)", workload.aim);
-    }
-    std::printf("\n");
+    std::printf("  ratio %.2f (aim %.2f)\n", Median(std::move(ratios)), workload.aim);
 }
 
 // A figure of /proc/self/status, in KiB.

@@ -25,7 +25,7 @@ struct Workload {
     uint64_t warmUp = 0; // requests before the clock starts
     int rounds = 5;
     bool memory = false; // compare memory a request instead of CPU
-    double aim = 0;      // of the ratio, last contestant to first
+    double aim = 0;      // of the ratio, last contestant to first; 0: they are not compared
 };
 
 // Runs and prints a table.
