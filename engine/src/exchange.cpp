@@ -76,6 +76,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     easy_ = easy;
     error_.front() = '\0';
     sentBefore_ = false;
+    bodySent_ = 0;
     SetBasics(easy, hop, share);
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
@@ -130,6 +131,7 @@ CURLcode Exchange::SetMethod(const Hop &hop)
     if (hop.body && !IsIdempotent(hop.method)) {
         curl_easy_setopt(easy_, CURLOPT_PREREQFUNCTION, BeforeRequest);
         curl_easy_setopt(easy_, CURLOPT_PREREQDATA, this);
+        WatchProgress();
     }
     return curl_easy_setopt(easy_, CURLOPT_CUSTOMREQUEST, hop.method.c_str());
 }
@@ -266,10 +268,15 @@ void Exchange::SetObservers()
         curl_easy_setopt(easy_, CURLOPT_DEBUGDATA, this);
     }
     if (progress_.Wanted()) {
-        curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
-        curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, OnProgress);
-        curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);
+        WatchProgress();
     }
+}
+
+void Exchange::WatchProgress()
+{
+    curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, OnProgress);
+    curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);
 }
 
 std::string Exchange::WithRealName(std::string text) const
@@ -333,6 +340,10 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
                          curl_off_t uploaded)
 {
     auto *const exchange = static_cast<Exchange *>(self);
+    exchange->bodySent_ = std::max(exchange->bodySent_, uploaded);
+    if (!exchange->progress_.Wanted()) {
+        return 0;
+    }
     const Progress::State state{.downloadTotal = static_cast<uint64_t>(downloadTotal),
                                 .downloaded = exchange->receiver_.Received(),
                                 .uploadTotal = static_cast<uint64_t>(uploadTotal),
@@ -345,13 +356,12 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
         1);
 }
 
-// libcurl repeats a request by itself when a kept connection turns out to be dead.
+// libcurl repeats a request by itself when a kept connection turns out to be dead, and has then
+// forgotten how much of the body it has sent.
 int Exchange::BeforeRequest(void *self, char *, char *, int, int)
 {
     auto *const exchange = static_cast<Exchange *>(self);
-    curl_off_t sent = 0;
-    curl_easy_getinfo(exchange->easy_, CURLINFO_SIZE_UPLOAD_T, &sent);
-    if (std::exchange(exchange->sentBefore_, true) && sent > 0 &&
+    if (std::exchange(exchange->sentBefore_, true) && exchange->bodySent_ > 0 &&
         exchange->receiver_.Block().Status() == 0) {
         exchange->refusedRetry_ = true;
         return CURL_PREREQFUNC_ABORT;

@@ -74,6 +74,7 @@ private:
     void SetTimeouts(const TimeLeft &left);
     void SetRanges();
     void SetObservers();
+    void WatchProgress();
     std::string WithRealName(std::string text) const;
 
     // Runs what may throw for libcurl, which knows no exceptions.
@@ -99,6 +100,7 @@ private:
     std::string syntheticName_; // stands for the host's addresses
     std::string realName_;
     bool sentBefore_ = false;
+    curl_off_t bodySent_ = 0;
     bool refusedRetry_ = false;
     bool outOfMemory_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};

@@ -49,6 +49,7 @@ size_t PullBody::Read(char *buffer, size_t size)
             return *count;
         }
         paused_ = true;
+        asked_ = true;
         if (std::exchange(pulling_, true)) {
             return CURL_READFUNC_PAUSE;
         }
@@ -101,6 +102,12 @@ uint64_t PullBody::Sent() const
 {
     MutexLock lock(mutex_);
     return sent_;
+}
+
+bool PullBody::Untouched() const
+{
+    MutexLock lock(mutex_);
+    return !asked_;
 }
 
 void PullBody::Stop()

@@ -38,6 +38,9 @@ public:
     Failure GetFailure() const;
     uint64_t Sent() const;
 
+    // The function has not been asked: nothing of the body is gone.
+    bool Untouched() const;
+
     // The function is not called again.
     void Stop();
 
@@ -53,6 +56,7 @@ private:
     std::shared_ptr<std::string> data_ GUARDED_BY(mutex_);
     size_t offset_ GUARDED_BY(mutex_) = 0;
     uint64_t sent_ GUARDED_BY(mutex_) = 0;
+    bool asked_ GUARDED_BY(mutex_) = false;
     bool ended_ GUARDED_BY(mutex_) = false;
     bool pulling_ GUARDED_BY(mutex_) = false;
     bool paused_ GUARDED_BY(mutex_) = false;

@@ -114,12 +114,12 @@ size_t Receiver::OnBody(std::string_view piece)
 size_t Receiver::Keep(std::string_view piece)
 {
     std::string &body = response_.MutableBody();
-    if (body.size() + piece.size() > MAX_BODY) {
-        failure_ = CURLE_FILESIZE_EXCEEDED;
-        return 0;
-    }
     if (body.empty()) {
         ReserveBody();
+    }
+    if (announced_ > MAX_BODY || body.size() + piece.size() > MAX_BODY) {
+        failure_ = CURLE_FILESIZE_EXCEEDED;
+        return 0;
     }
     body.append(piece);
     received_ += piece.size();
@@ -129,12 +129,12 @@ size_t Receiver::Keep(std::string_view piece)
 void Receiver::ReserveBody()
 {
     const auto field = block_.Fields()->find("content-length");
-    uint64_t length = 0;
+    announced_ = 0;
     if (field != block_.Fields()->end()) {
         const std::string &text = field->second.front();
-        std::from_chars(text.data(), text.data() + text.size(), length);
+        std::from_chars(text.data(), text.data() + text.size(), announced_);
     }
-    response_.MutableBody().reserve(std::min(length, MAX_RESERVED));
+    response_.MutableBody().reserve(std::min(announced_, MAX_RESERVED));
 }
 
 void Receiver::EndOfBody()

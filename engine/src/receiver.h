@@ -71,6 +71,7 @@ private:
     bool redirected_ = false;
     bool headersTold_ = false;
     bool paused_ = false;
+    uint64_t announced_ = 0; // by the content-length
     uint64_t received_ = 0;
     CURLcode failure_ = CURLE_OK;
 };

@@ -167,7 +167,7 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
 bool Sender::CanReplay() const
 {
     return std::all_of(pulls_.begin(), pulls_.end(),
-                       [](const auto &pull) { return pull->Sent() == 0; });
+                       [](const auto &pull) { return pull->Untouched(); });
 }
 
 bool Sender::Resumable() const
