@@ -24,11 +24,12 @@ std::string LengthLine(uint64_t length)
 
 void Reply(const Visit &visit, Script &script, unsigned code, const std::string &body, Lines lines)
 {
-    if (code != 204 && code != 304) {
+    const bool bodiless = code == 204 || code == 304;
+    if (!bodiless) {
         lines.push_back(LengthLine(body.size()));
     }
     script.Send(ReplyHead(visit, code, lines));
-    if (visit.request.Method() != "HEAD") {
+    if (!bodiless && visit.request.Method() != "HEAD") {
         script.Send(body);
     }
 }
