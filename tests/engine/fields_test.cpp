@@ -1,0 +1,260 @@
+// Header fields as they are sent and as they are received, and forms as text.
+#include "form_encoding.h"
+#include "header_block.h"
+#include "header_list.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace OHOS::Pelloria::Tnx;
+using Lines = std::vector<std::string>;
+
+struct Sent {
+    Headers headers;
+    bool body = true;
+    uint64_t redirects = 0;
+    bool sameOrigin = true;
+    RequestCookies cookies = {};
+    const char *hopCookie = nullptr;
+};
+
+Lines Build(const Sent &sent)
+{
+    Request request("1", "http://a.org/");
+    request.SetHeaders(std::make_shared<Headers>(sent.headers));
+    request.SetRequestCookies(sent.cookies);
+    Hop hop;
+    hop.method = "POST";
+    hop.body = sent.body;
+    hop.sameOrigin = sent.sameOrigin;
+    hop.redirects = sent.redirects;
+    EXPECT_EQ(ParseUrl("http://a.org/", hop.url), CURLE_OK);
+    HopCookies cookies;
+    if (sent.hopCookie != nullptr) {
+        ResponseCookie cookie;
+        cookie.name = sent.hopCookie;
+        cookie.value = "hop";
+        cookies.Store(cookie, hop.url);
+    }
+    const HeaderList list = BuildHeaderList(request, hop, cookies);
+    Lines lines;
+    for (const curl_slist *line = list.lines.get(); line != nullptr; line = line->next) {
+        lines.emplace_back(line->data);
+    }
+    return lines;
+}
+
+TEST(HeaderListTest, SendsEachFieldByItsRules)
+{
+    const std::string agent = "User-Agent: libtnx/1.0";
+    const struct {
+        const char *what;
+        Sent sent;
+        Lines lines;
+    } cases[] = {
+        {"nothing given", {}, {agent, "Expect:"}},
+        {"spelling and values stay",
+         {.headers = {{"X-Two", {"b", "a"}}, {"x-one", {" v "}}}},
+         {"x-one:  v ", "X-Two: b", "X-Two: a", agent, "Expect:"}},
+        {"an empty value is sent", {.headers = {{"X-None", {""}}}}, {"X-None;", agent, "Expect:"}},
+        {"a name without values is not",
+         {.headers = {{"X", {}}, {"Cookie", {}}, {"content-type", {}}}},
+         {agent, "Expect:"}},
+        {"own agent and expectation",
+         {.headers = {{"user-agent", {"mine"}}, {"Expect", {"100-continue"}}}},
+         {"Expect: 100-continue", "user-agent: mine"}},
+        {"the application's content type wins over the added one",
+         {.headers = {{"content-type", {"text/plain"}}, {"Content-Type", {"a/b"}}}},
+         {"Content-Type: a/b", agent, "Expect:"}},
+        {"no added content type without a body",
+         {.headers = {{"content-type", {"text/plain"}}}, .body = false},
+         {agent, "Expect:", "Content-Type:"}},
+        {"but the application's own",
+         {.headers = {{"Content-Type", {"a/b"}}}, .body = false},
+         {"Content-Type: a/b", agent, "Expect:"}},
+        {"nothing about a body that a redirect dropped",
+         {.headers = {{"Content-Type", {"a/b"}},
+                      {"Content-Encoding", {"gzip"}},
+                      {"Transfer-Encoding", {"chunked"}}},
+          .body = false,
+          .redirects = 1},
+         {agent, "Expect:", "Content-Type:"}},
+        {"single fields once",
+         {.headers = {{"Host", {"one", "two"}}, {"Authorization", {"x", "y"}}}},
+         {"Authorization: x", "Host: one", agent, "Expect:"}},
+        {"no secrets and no own host for another origin",
+         {.headers =
+              {{"Authorization", {"x"}}, {"Cookie", {"c=d"}}, {"Host", {"one"}}, {"X", {"y"}}},
+          .redirects = 1,
+          .sameOrigin = false,
+          .cookies = {{"a", "b"}},
+          .hopCookie = "h"},
+         {"X: y", "Cookie: h=hop", agent, "Expect:"}},
+        {"cookies in one field",
+         {.headers = {{"Cookie", {"own=1", "more=2"}}},
+          .cookies = {{"b", "2"}, {"a", "1"}, {"h", "old"}},
+          .hopCookie = "h"},
+         {"Cookie: own=1; more=2; a=1; b=2; h=hop", agent, "Expect:"}},
+    };
+    for (const auto &[what, sent, lines] : cases) {
+        EXPECT_EQ(Build(sent), lines) << what;
+    }
+}
+
+TEST(HeaderListTest, FindsWhatMustNotBeSent)
+{
+    const struct {
+        const char *method;
+        const char *name;
+        std::string value;
+        bool good;
+    } cases[] = {
+        {"GET", "X-Token!#$%&'*+-.^_`|~09", "any \t text \xc3\xa9", true},
+        {"PURGE", "x", "", true},
+        {"", "x", "y", false},
+        {"GET /", "x", "y", false},
+        {"GE\r\nT", "x", "y", false},
+        {"GET", "", "y", false},
+        {"GET", "x y", "y", false},
+        {"GET", "x:", "y", false},
+        {"GET", "x\r\nz", "y", false},
+        {"GET", "caf\xc3\xa9", "y", false},
+        {"GET", "x", "y\r\nz: w", false},
+        {"GET", "x", "y\n", false},
+        {"GET", "x", "\r", false},
+        {"GET", "x", std::string("y\0z", 3), false},
+    };
+    for (const auto &[method, name, value, good] : cases) {
+        Request request("1", "http://a.org/");
+        request.SetMethod(method);
+        request.SetHeaders(std::make_shared<Headers>(Headers{{name, {value}}}));
+        EXPECT_EQ(FindBadField(request).empty(), good) << method << " " << name << ": " << value;
+        Request cookie("1", "http://a.org/");
+        cookie.SetRequestCookies({{"a", value}});
+        EXPECT_EQ(FindBadField(cookie).empty(),
+                  value.find_first_of(std::string("\r\n\0", 3)) == std::string::npos);
+    }
+}
+
+std::string Show(const HeaderBlock &block)
+{
+    std::string text = std::to_string(block.Status()) + (block.Complete() ? "" : "...");
+    for (const auto &[name, values] : std::map(block.Fields()->begin(), block.Fields()->end())) {
+        for (const std::string &value : values) {
+            text += "|" + name + "=" + value;
+        }
+    }
+    return text;
+}
+
+TEST(HeaderBlockTest, PutsLinesTogether)
+{
+    const struct {
+        Lines lines;
+        const char *block;
+    } cases[] = {
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "\r\n"}, "200|a=b"},
+        {{"HTTP/2 204 \r\n", "\r\n"}, "204"},
+        {{"HTTP/1.1 200\n", "A:b\n", "\n"}, "200|a=b"},
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n"}, "200...|a=b"},
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "a:\t c \t\r\n", "B:\r\n", "\r\n"}, "200|a=b|a=c|b="},
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "  c\r\n", "\td\r\n", "\r\n"}, "200|a=b c d"},
+        {{"HTTP/1.1 200 OK\r\n", " folded onto nothing\r\n", "no colon\r\n", "\r\n"}, "200"},
+        {{"HTTP/1.1 100 Continue\r\n", "A: b\r\n", "\r\n", "HTTP/1.1 200 OK\r\n", "\r\n"}, "200"},
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "\r\n", "A: trailer\r\n", "\r\n"}, "200|a=b"},
+        {{"HTTP/1.1 200 OK\r\n", "HTTP/x: y\r\n", "\r\n"}, "200|http/x=y"},
+        {{"HTTP/1.1 abc\r\n", "\r\n"}, "0"},
+    };
+    for (const auto &[lines, shown] : cases) {
+        HeaderBlock block;
+        for (const std::string &line : lines) {
+            EXPECT_TRUE(block.Add(line));
+        }
+        EXPECT_EQ(Show(block), shown) << lines.front() << lines[1];
+    }
+}
+
+TEST(HeaderBlockTest, KeepsCookieLinesApartAndHasABound)
+{
+    HeaderBlock block;
+    for (const char *line : {"HTTP/1.1 200 OK\r\n", "Set-Cookie: a=b, c=d\r\n",
+                             "set-cookie: e=f;\r\n", "  Secure\r\n"}) {
+        block.Add(line);
+    }
+    EXPECT_EQ(block.SetCookies(), (Lines{"a=b, c=d", "e=f; Secure"}));
+    const std::string line = "X: " + std::string(1000, 'x') + "\r\n";
+    size_t size = 0;
+    while (size < 4 * 1024 * 1024 && block.Add(line)) {
+        size += line.size();
+    }
+    EXPECT_GT(size, 100U * 1024);
+    EXPECT_LT(size, 1024U * 1024);
+}
+
+FormFieldValue Text(const std::string &text)
+{
+    FormFieldValue value;
+    value.SetString(text);
+    return value;
+}
+
+FormFieldValue Number(double number)
+{
+    FormFieldValue value;
+    value.SetDouble(number);
+    return value;
+}
+
+TEST(FormEncodingTest, WritesValuesWithoutALocale)
+{
+    FormFieldValue int32;
+    int32.SetInt32(-2147483647 - 1);
+    FormFieldValue int64;
+    int64.SetInt64(9223372036854775807);
+    FormFieldValue yes;
+    yes.SetBool(true);
+    FormFieldValue no;
+    no.SetBool(false);
+    const std::pair<FormFieldValue, const char *> cases[] = {
+        {int32, "-2147483648"},
+        {int64, "9223372036854775807"},
+        {yes, "true"},
+        {no, "false"},
+        {Number(0.1), "0.1"},
+        {Number(-1234567.875), "-1234567.875"},
+        {Number(1e300), "1e+300"},
+        {Number(5), "5"},
+        {Number(1.0 / 3), "0.3333333333333333"},
+        {Text(""), ""},
+        {FormFieldValue(), ""},
+    };
+    for (const auto &[value, text] : cases) {
+        EXPECT_EQ(FormValueText(value), text);
+    }
+}
+
+TEST(FormEncodingTest, EncodesByTheRulesOfTheWeb)
+{
+    const std::pair<Form, const char *> cases[] = {
+        {{}, ""},
+        {{{"b", {Text("1")}}, {"a", {Text("2"), Text("1")}}, {"B", {Text("3")}}},
+         "B=3&a=2&a=1&b=1"},
+        {{{"none", {}}}, "none="},
+        {{{"", {Text("")}}}, "="},
+        {{{"n", {Text("*-._azAZ09")}}}, "n=*-._azAZ09"},
+        {{{"a b", {Text("c+d & e=f")}}}, "a+b=c%2Bd+%26+e%3Df"},
+        {{{"n", {Text("~!'()/?%\r\n")}}}, "n=%7E%21%27%28%29%2F%3F%25%0D%0A"},
+        {{{"caf\xc3\xa9", {Text(std::string("\0\xff", 2))}}}, "caf%C3%A9=%00%FF"},
+    };
+    for (const auto &[form, text] : cases) {
+        EXPECT_EQ(EncodeForm(form), text);
+    }
+}
+
+} // namespace

@@ -1,0 +1,151 @@
+// URLs taken apart, and what bypasses the proxy.
+#include "hop.h"
+#include "proxy_route.h"
+#include "url.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+using namespace OHOS::Pelloria::Tnx;
+
+TEST(UrlTest, TakesUrlsApart)
+{
+    const struct {
+        std::string text;
+        CURLcode code;
+        const char *origin;
+        const char *path;
+    } cases[] = {
+        {"http://a.org", CURLE_OK, "http://a.org:80", "/"},
+        {"HTTPS://User:pw@A.ORG:0443/x/y?q#f", CURLE_OK, "https://a.org:443", "/x/y"},
+        {"http://a.org?q=/x", CURLE_OK, "http://a.org:80", "/"},
+        {"http://[::1]:8080/", CURLE_OK, "http://::1:8080", "/"},
+        {"http://127.0.0.1:1/", CURLE_OK, "http://127.0.0.1:1", "/"},
+        {"http://a.org:65535/", CURLE_OK, "http://a.org:65535", "/"},
+        {"http://a.org:65536/", CURLE_URL_MALFORMAT, "", ""},
+        {"http://a.org:x/", CURLE_URL_MALFORMAT, "", ""},
+        {"http://", CURLE_URL_MALFORMAT, "", ""},
+        {"http:///x/y", CURLE_OK, "http://x:80", "/y"}, // as browsers read it
+        {"http://a b.org/", CURLE_URL_MALFORMAT, "", ""},
+        {"http://a.org/x y", CURLE_URL_MALFORMAT, "", ""},
+        {"http://a.org/\r\nX: y", CURLE_URL_MALFORMAT, "", ""},
+        {std::string("http://a.org/\0x", 15), CURLE_URL_MALFORMAT, "", ""},
+        {"http://[::1/", CURLE_URL_MALFORMAT, "", ""},
+        {"a.org/x", CURLE_URL_MALFORMAT, "", ""},
+        {"", CURLE_URL_MALFORMAT, "", ""},
+        {"ftp://a.org/", CURLE_UNSUPPORTED_PROTOCOL, "", ""},
+        {"file:///etc/hosts", CURLE_UNSUPPORTED_PROTOCOL, "", ""},
+        {"data:text/plain,x", CURLE_URL_MALFORMAT, "", ""},
+    };
+    for (const auto &[text, code, origin, path] : cases) {
+        Url url;
+        EXPECT_EQ(ParseUrl(text, url), code) << text;
+        if (code == CURLE_OK) {
+            EXPECT_EQ(url.Origin(), origin);
+            EXPECT_EQ(url.path, path) << text;
+        }
+    }
+}
+
+TEST(HopTest, ChangesMethodsAsTheStatusSays)
+{
+    const struct {
+        int32_t status;
+        const char *before;
+        const char *after;
+    } cases[] = {
+        {301, "GET", "GET"},   {301, "POST", "GET"},  {301, "PUT", "PUT"},
+        {302, "POST", "GET"},  {302, "HEAD", "HEAD"}, {302, "DELETE", "DELETE"},
+        {303, "POST", "GET"},  {303, "PUT", "GET"},   {303, "HEAD", "HEAD"},
+        {307, "POST", "POST"}, {308, "POST", "POST"}, {308, "PATCH", "PATCH"},
+    };
+    for (const auto &[status, before, after] : cases) {
+        EXPECT_EQ(MethodAfterRedirect(status, before), after) << status << " " << before;
+    }
+}
+
+TEST(ProxyRouteTest, ExcludesByPattern)
+{
+    const struct {
+        const char *pattern;
+        const char *url;
+        bool excluded;
+    } cases[] = {
+        {"*", "http://a.org/", true},
+        {"", "http://a.org/", false},
+        {"a.org", "http://A.ORG/", true},
+        {" A.org ", "http://a.org/", true},
+        {"a.org", "http://www.a.org/", true},
+        {"a.org", "http://ba.org/", false},
+        {"a.org", "http://a.org.net/", false},
+        {".a.org", "http://www.a.org/", true},
+        {"*.a.org", "http://www.a.org/", true},
+        {"*.a.org", "http://ba.org/", false},
+        {"a.org:8080", "http://a.org:8080/", true},
+        {"a.org:8080", "http://a.org/", false},
+        {"a.org:443", "https://a.org/", true},
+        {"10.0.0.1", "http://10.0.0.1/", true},
+        {"0.0.1", "http://10.0.0.1/", false},
+        {"10.0.0.0/8", "http://10.255.0.1/", true},
+        {"10.0.0.0/8", "http://11.0.0.1/", false},
+        {"10.0.0.128/25", "http://10.0.0.200/", true},
+        {"10.0.0.128/25", "http://10.0.0.100/", false},
+        {"0.0.0.0/0", "http://1.2.3.4/", true},
+        {"10.0.0.0/33", "http://10.0.0.0/", false},
+        {"10.0.0.0/x", "http://10.0.0.0/", false},
+        {"10.0.0.0/", "http://10.0.0.0/", false},
+        {"10.0.0.0/8", "http://a.org/", false},
+        {"::1", "http://[::1]/", true},
+        {"[::1]", "http://[::1]/", true},
+        {"[::1]:81", "http://[::1]:81/", true},
+        {"[::1]:81", "http://[::1]:82/", false},
+        {"fe80::/10", "http://[febf::1]/", true},
+        {"fe80::/10", "http://[fec0::1]/", false},
+        {"http://a.org/x", "http://a.org/x/y", true},
+        {"http://a.org/x", "https://a.org/x", false},
+        {"http://a.org/x", "http://a.org/", false},
+        {":", "http://a.org/", false},
+        {"]:80", "http://a.org/", false},
+    };
+    for (const auto &[pattern, text, excluded] : cases) {
+        Url url;
+        ASSERT_EQ(ParseUrl(text, url), CURLE_OK);
+        EXPECT_EQ(ExclusionMatches(pattern, url), excluded) << pattern << " for " << text;
+    }
+}
+
+TEST(ProxyRouteTest, ReadsProxyAddresses)
+{
+    const struct {
+        const char *text;
+        bool good;
+        const char *scheme;
+        const char *host;
+        uint16_t port;
+    } cases[] = {
+        {"proxy", true, "http", "proxy", 1080},
+        {"proxy:80", true, "http", "proxy", 80},
+        {"HTTP://Proxy:3128/", true, "http", "proxy", 3128},
+        {"https://proxy", true, "https", "proxy", 443},
+        {"socks5h://u:p@proxy:9", true, "socks5h", "proxy", 9},
+        {"socks4://[::1]", true, "socks4", "::1", 1080},
+        {"ftp://proxy", false, "", "", 0},
+        {"http://", false, "", "", 0},
+        {"http://a b", false, "", "", 0},
+    };
+    for (const auto &[text, good, scheme, host, port] : cases) {
+        Proxy proxy;
+        EXPECT_EQ(ParseProxy(text, proxy), good) << text;
+        if (good) {
+            EXPECT_EQ(proxy.scheme, scheme);
+            EXPECT_EQ(proxy.host, host);
+            EXPECT_EQ(proxy.port, port) << text;
+        }
+    }
+}
+
+} // namespace
