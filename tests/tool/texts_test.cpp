@@ -146,7 +146,7 @@ TEST(Url, IsCompletedAndTakenApart)
 {
     Settings settings;
     EXPECT_EQ(CompleteUrl(settings, "host:8080/a", {}), "http://host:8080/a");
-    EXPECT_EQ(CompleteUrl(settings, "https://host", "/tmp/a b"), "https://host/a%20b");
+    EXPECT_EQ(CompleteUrl(settings, "https://host", "dir/a b"), "https://host/a%20b");
     EXPECT_EQ(CompleteUrl(settings, "h/d/?q", "f"), "http://h/d/f?q");
     EXPECT_EQ(CompleteUrl(settings, "h/d", "f"), "http://h/d");
     settings.get = true;
