@@ -68,9 +68,11 @@ class RunsTest(ToolCase):
                 self.assertEqual(
                     (result.returncode, self.read("f")), (status, after), result.stderr
                 )
-        self.write("f", b"0123")
-        result = self.run_tool("-C", "-", "-o", "f", self.url("/"))  # a server without ranges
-        self.assertEqual((result.returncode, self.read("f")), (33, b"0123"), result.stderr)
+        for path in ("/", "/wrong-range"):  # no ranges, and not the one that was asked for
+            with self.subTest(path):
+                self.write("f", b"0123")
+                result = self.run_tool("-C", "-", "-o", "f", self.url(path))
+                self.assertEqual((result.returncode, self.read("f")), (33, b"0123"))
 
     def test_verbose(self):
         result = self.run_tool("-v", self.url("/"))

@@ -127,6 +127,16 @@ class SentTest(ToolCase):
         self.assertEqual(request.body, content)
         self.assertEqual(self.read("back"), content)
 
+    def test_redirects_get_small_files_again(self):
+        self.write("small", b"again")
+        self.write("big", b"x" * (2 << 20))
+        result = self.run_tool("-sL", "-T", "small", self.url("/again"))
+        self.assertEqual((result.returncode, result.stdout), (0, b"again"))
+        self.assertEqual([request.body for request in self.server.take()], [b"again"] * 2)
+        result = self.run_tool("-L", "-T", "big", self.url("/again"))
+        self.assertEqual(result.returncode, 65, result.stderr)
+        self.assertEqual(len(self.server.take()), 1)
+
 
 if __name__ == "__main__":
     unittest.main()

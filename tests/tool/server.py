@@ -94,6 +94,10 @@ class Server:
             return answer("200 OK", b"at last\n") if tried > 1 else answer("503 Busy", b"busy\n")
         if name == "to":
             return answer("302 Found", b"moved\n", "Location: /" + "/".join(route[1:]))
+        if name == "again":
+            return answer("307 Again", b"", "Location: /echo")
+        if name == "wrong-range":
+            return answer("206 Partial Content", b"23456789", "Content-Range: bytes 2-9/10")
         if name == "cookies":
             return answer(
                 "200 OK",
