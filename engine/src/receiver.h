@@ -38,7 +38,8 @@ public:
     const HeaderBlock &Block() const { return block_; }
     const HopCookies &Cookies() const { return hopCookies_; }
 
-    // The pause of libcurl is over.
+    // libcurl waits for the application to take what it has, and can go on.
+    bool Paused() const { return paused_; }
     bool Resumable() const { return paused_ && pipe_->HasRoom(); }
     void Resumed() { paused_ = false; }
 

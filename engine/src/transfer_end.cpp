@@ -78,6 +78,11 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The data callback stopped the transfer";
         return CURLE_WRITE_ERROR;
     }
+    if (code == CURLE_OUT_OF_MEMORY && receiver_.Paused()) {
+        // libcurl keeps what it decodes during a pause, up to its own limit.
+        what = "The decoded body outran the data callback by more than 64 MiB";
+        return CURLE_WRITE_ERROR;
+    }
     if (exchange_.RefusedRetry()) {
         what = "The kept connection was closed after the request was sent, which is not repeated "
                "because it may have been carried out";
