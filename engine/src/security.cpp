@@ -60,7 +60,7 @@ void SecretString::Append(std::string_view text)
     WipeText(longer); // a short text leaves a copy behind
 }
 
-void SecretString::Wipe() noexcept
+void SecretString::WipeBuffer() noexcept
 {
     WipeText(text_);
 }

@@ -151,6 +151,7 @@ Event::Event(std::string domain, std::string name, EventType type)
     , name_(std::move(name))
     , type_(type)
 {
+    params_.reserve(8);
 }
 
 int64_t AppEventProcessorMgr::AddProcessor(const ReportConfig &config)

@@ -30,7 +30,10 @@ public:
     void SetRequestCookies(const RequestCookies &cookies) { cookies_ = cookies; }
     void SetContent(const std::shared_ptr<RequestContent> &content) { content_ = content; }
     void SetTransferRange(const TransferRange &range) { range_ = range; }
-    void SetConfiguration(const Configuration &configuration) { configuration_ = configuration; }
+    void SetConfiguration(Configuration configuration)
+    {
+        *configuration_ = std::move(configuration);
+    }
     void SetCanceled(bool canceled) { canceled_.store(canceled, std::memory_order_release); }
 
     const std::string &GetId() const { return id_; }
@@ -40,7 +43,7 @@ public:
     const RequestCookies &GetRequestCookies() const { return cookies_; }
     const std::shared_ptr<RequestContent> &GetContent() const { return content_; }
     const TransferRange &GetTransferRange() const { return range_; }
-    const Configuration &GetConfiguration() const { return configuration_; }
+    const Configuration &GetConfiguration() const { return *configuration_; }
     bool IsCanceled() const { return canceled_.load(std::memory_order_acquire); }
 
 private:
@@ -51,7 +54,8 @@ private:
     RequestCookies cookies_;
     std::shared_ptr<RequestContent> content_;
     TransferRange range_;
-    Configuration configuration_;
+    // A block of its own: together they would be too large for malloc's fast paths.
+    const std::unique_ptr<Configuration> configuration_ = std::make_unique<Configuration>();
     std::atomic<bool> canceled_ = false;
 };
 

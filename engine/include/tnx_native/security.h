@@ -29,7 +29,12 @@ class TNX_NATIVE_API SecretString
 {
 public:
     SecretString() = default;
-    SecretString(const SecretString &other) { Append(other.text_); }
+    SecretString(const SecretString &other)
+    {
+        if (!other.Empty()) {
+            Append(other.text_);
+        }
+    }
     SecretString(SecretString &&other) noexcept;
     SecretString &operator=(const SecretString &other);
     SecretString &operator=(SecretString &&other) noexcept;
@@ -41,7 +46,14 @@ public:
     const std::string &Get() const { return text_; }
 
 private:
-    void Wipe() noexcept;
+    // What is empty has been wiped, or never held anything.
+    void Wipe() noexcept
+    {
+        if (!text_.empty()) {
+            WipeBuffer();
+        }
+    }
+    void WipeBuffer() noexcept;
 
     std::string text_;
 };
