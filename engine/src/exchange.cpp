@@ -282,6 +282,10 @@ void Exchange::WatchProgress()
 std::string Exchange::WithRealName(std::string text) const
 {
     if (!syntheticName_.empty()) {
+        constexpr std::string_view NAMELESS = "Connected to (nil) ("; // as libcurl has it then
+        if (text.starts_with(NAMELESS)) {
+            text.replace(0, NAMELESS.size(), "Connected to " + realName_ + " (");
+        }
         for (size_t at = text.find(syntheticName_); at != std::string::npos;
              at = text.find(syntheticName_, at + realName_.size())) {
             text.replace(at, syntheticName_.size(), realName_);

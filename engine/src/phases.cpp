@@ -102,7 +102,7 @@ std::string Phases::HopText() const
            text(SinceStart(Clock::now())) + " (microseconds)";
 }
 
-const char *Phases::HopPhase(bool secure) const
+const char *Phases::HopPhase(bool secure, bool reached) const
 {
     if (times_.firstReceive > 0) {
         return "receiving";
@@ -110,10 +110,7 @@ const char *Phases::HopPhase(bool secure) const
     if (times_.firstSend > 0) {
         return "sending and waiting for the answer";
     }
-    if (times_.connect == 0) {
-        return "connecting";
-    }
-    return secure ? "TLS handshake" : "connecting";
+    return secure && reached ? "TLS handshake" : "connecting";
 }
 
 } // namespace OHOS::Pelloria::Tnx

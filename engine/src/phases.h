@@ -34,8 +34,9 @@ public:
     // room for the last one's only.
     std::string HopText() const;
 
-    // What the hop was at when it ended, for the text of a failure.
-    const char *HopPhase(bool secure) const;
+    // What the hop was at when it ended, for the text of a failure. `reached`: a connection stood,
+    // which libcurl tells with its address rather than a time when the TLS handshake fails.
+    const char *HopPhase(bool secure, bool reached) const;
 
 private:
     int64_t SinceStart(TimePoint at) const;

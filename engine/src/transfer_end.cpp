@@ -116,9 +116,10 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
     long port = 0;
     curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
     curl_easy_getinfo(easy, CURLINFO_PRIMARY_PORT, &port);
-    std::string where = phases_.HopPhase(hop_.url.Secure());
+    const bool reached = address != nullptr && *address != '\0';
+    std::string where = phases_.HopPhase(hop_.url.Secure(), reached);
     where += ", host " + hop_.url.host;
-    if (address != nullptr && *address != '\0') {
+    if (reached) {
         where += ", address " + std::string(address) + " port " + std::to_string(port);
     }
     DropExchange();
