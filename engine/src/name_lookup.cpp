@@ -74,7 +74,8 @@ bool NameLookup::Settle(LookupResult result)
 {
     DropNames(result);
     const bool noOpinion = result.addresses.empty() && result.error.empty();
-    const bool mayGoOn = source_ == Source::RESOLVER_URL && result.addresses.empty() &&
+    // An error of the resolver URL means that there is a configuration, which named it.
+    const bool mayGoOn = source_ == Source::RESOLVER_URL && !result.error.empty() &&
                          !configuration_->dnsResolverOnly;
     if (noOpinion || mayGoOn) {
         if (!result.error.empty()) {
