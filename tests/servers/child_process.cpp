@@ -20,7 +20,7 @@ namespace
 {
 
 constexpr int PATIENCE_MS = 2000;
-constexpr int STEP_MS = 5;
+constexpr int STEP_MS = 20;
 
 std::string FindProgram(const std::string &name)
 {
@@ -114,8 +114,10 @@ void ChildProcess::Stop()
     if (!Running()) {
         return;
     }
-    kill(id_, SIGTERM);
     for (int waited = 0; waited < PATIENCE_MS && Running(); waited += STEP_MS) {
+        // Again and again: nginx as one process sleeps through a signal that comes between its
+        // look at the flag and its wait for events.
+        kill(id_, SIGTERM);
         usleep(STEP_MS * 1000);
     }
     if (Running()) {
