@@ -10,6 +10,28 @@ namespace
 
 constexpr size_t MAX_DATA = 1024 * 1024;
 
+// libcurl tells in its texts the name that it logs in with, the URL with the credential in it, and
+// the fields of HTTP/2. Whoever wants to see fields asks for them by their own kind.
+std::string WithoutSecrets(std::string_view text)
+{
+    for (const std::string_view before : {" with user '", "authorization: ", "cookie: "}) {
+        if (const size_t at = text.find(before); at != std::string_view::npos) {
+            return std::string(text.substr(0, at + before.size())) + "...";
+        }
+    }
+    std::string shown(text);
+    const size_t scheme = shown.find("://");
+    if (scheme != std::string::npos) {
+        const size_t begin = scheme + 3;
+        const size_t end = shown.find_first_of("/?# '", begin);
+        const size_t at = shown.rfind('@', end);
+        if (at != std::string::npos && at > begin) {
+            shown.erase(begin, at + 1 - begin);
+        }
+    }
+    return shown;
+}
+
 static_assert(CURLINFO_TEXT == static_cast<int>(DEBUG_TEXT) &&
               CURLINFO_SSL_DATA_OUT == static_cast<int>(DEBUG_TLS_DATA_OUT));
 
@@ -25,9 +47,10 @@ void Recorder::Record(curl_infotype type, std::string_view data)
         while (data.ends_with('\n')) {
             data.remove_suffix(1);
         }
-        // libcurl tells the name that it logs in with, which is a secret.
-        data = data.substr(0, data.find(" with user '"));
-    } else if (kind >= DEBUG_DATA_IN) {
+        entries_.push_back({kind, WithoutSecrets(data)});
+        return;
+    }
+    if (kind >= DEBUG_DATA_IN) {
         const size_t left = MAX_DATA - dataBytes_;
         if (left == 0) {
             return;
@@ -43,11 +66,16 @@ void Recorder::Record(curl_infotype type, std::string_view data)
     entries_.push_back({kind, std::string(data)});
 }
 
-void Recorder::Note(std::string text)
+void Recorder::Note(std::string_view text)
 {
     if (tracing_.debugKinds[DEBUG_TEXT]) {
-        entries_.push_back({DEBUG_TEXT, std::move(text)});
+        entries_.push_back({DEBUG_TEXT, WithoutSecrets(text)});
     }
+}
+
+void Recorder::Cause(std::string_view text)
+{
+    entries_.push_back({DEBUG_TEXT, WithoutSecrets(text)});
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -28,10 +28,10 @@ public:
     void Record(curl_infotype type, std::string_view data);
 
     // A text of the engine's own.
-    void Note(std::string text);
+    void Note(std::string_view text);
 
     // Ends the list with the cause of a failure, whatever is switched on.
-    void Cause(std::string text) { entries_.push_back({DEBUG_TEXT, std::move(text)}); }
+    void Cause(std::string_view text);
 
     std::vector<DebugInfo> Take() { return std::move(entries_); }
 

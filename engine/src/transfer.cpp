@@ -300,12 +300,12 @@ void Transfer::CollectOutcome(CURL *easy)
         return;
     }
     if (receiver_.Redirected()) {
-        char *url = nullptr;
-        curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &url);
-        const std::string location = url != nullptr ? url : "";
         if (recorder_.Wanted()) {
             recorder_.Note(phases_.HopText());
         }
+        // CURLINFO_REDIRECT_URL would put the credential into it.
+        const std::string &reference = receiver_.Block().Fields()->at("location").front();
+        const std::string location = ResolveUrl(hop_.url.text, reference);
         DropExchange();
         Redirect(location);
         return;

@@ -57,4 +57,16 @@ CURLcode ParseUrl(const std::string &text, Url &url)
     return CURLE_OK;
 }
 
+std::string ResolveUrl(const std::string &base, const std::string &reference)
+{
+    const UrlHandle handle(curl_url());
+    if (handle == nullptr ||
+        curl_url_set(handle.get(), CURLUPART_URL, base.c_str(), 0) != CURLUE_OK ||
+        curl_url_set(handle.get(), CURLUPART_URL, reference.c_str(),
+                     CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE) != CURLUE_OK) {
+        return reference;
+    }
+    return GetPart(handle.get(), CURLUPART_URL);
+}
+
 } // namespace OHOS::Pelloria::Tnx

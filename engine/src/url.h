@@ -26,6 +26,10 @@ struct Url {
 // Takes an absolute URL of http or https apart. Else the code tells what is wrong with it.
 CURLcode ParseUrl(const std::string &text, Url &url);
 
+// Resolves a reference against an absolute URL (RFC 3986 section 5.2). Gives the reference as it is
+// where that does not work.
+std::string ResolveUrl(const std::string &base, const std::string &reference);
+
 } // namespace OHOS::Pelloria::Tnx
 
 #endif
