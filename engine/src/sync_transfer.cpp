@@ -1,7 +1,6 @@
 // Synchronous fetches: handing them to the loop and waiting would cost half as much again.
 #include "sync_transfer.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace OHOS::Pelloria::Tnx
@@ -16,14 +15,10 @@ constexpr std::chrono::milliseconds MAX_WAIT(60000);
 SyncTransfer::SyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
                            bool insideCallback)
     : Transfer(std::move(core), std::move(request), true, !insideCallback)
-    , handles_(Core().TakeSync())
 {
 }
 
-SyncTransfer::~SyncTransfer()
-{
-    Core().GiveSync(std::move(handles_));
-}
+SyncTransfer::~SyncTransfer() = default;
 
 std::shared_ptr<Response> SyncTransfer::Run(uint32_t &code)
 {
@@ -44,7 +39,11 @@ void SyncTransfer::Wake()
 {
     woken_ = true;
     if (std::this_thread::get_id() != caller_) {
-        curl_multi_wakeup(handles_->multi);
+        MutexLock lock(mutex_);
+        if (polled_ != nullptr) {
+            curl_multi_wakeup(polled_);
+        }
+        changed_.NotifyOne();
     }
 }
 
@@ -64,13 +63,35 @@ void SyncTransfer::Perform()
 
 void SyncTransfer::Wait()
 {
-    std::chrono::milliseconds wait = MAX_WAIT;
-    if (const std::optional<TimePoint> limit = WaitLimit()) {
-        wait = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(*limit - Clock::now()),
-                          std::chrono::milliseconds(0), MAX_WAIT);
+    if (UnderWay()) {
+        curl_multi_poll(handles_->multi, nullptr, 0, static_cast<int>(MAX_WAIT.count()), nullptr);
+        return;
     }
-    curl_multi_poll(handles_->multi, nullptr, 0, static_cast<int>(wait.count()), nullptr);
-    woken_ = woken_ || !UnderWay();
+    const TimePoint until = WaitLimit().value_or(Clock::now() + MAX_WAIT);
+    MutexLock lock(mutex_);
+    while (!woken_ && Clock::now() < until) {
+        changed_.WaitUntil(mutex_, until);
+    }
+    woken_ = true;
+}
+
+// Taken as late as this, so that no more of them, and of their connections, come to be than the
+// limits let through.
+CURL *SyncTransfer::TakeHandle()
+{
+    handles_ = Core().TakeSync();
+    MutexLock lock(mutex_);
+    polled_ = handles_->multi;
+    return handles_->easy.get();
+}
+
+void SyncTransfer::GiveHandleBack(CURL *)
+{
+    {
+        MutexLock lock(mutex_);
+        polled_ = nullptr;
+    }
+    Core().GiveSync(std::move(handles_));
 }
 
 void SyncTransfer::StartExchange(CURL *easy)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "common/mutex.h"
 #include "session_core.h"
 #include "transfer.h"
 
@@ -28,18 +29,21 @@ public:
 
 private:
     void Deliver(std::function<void()> callback) override { callback(); }
-    CURL *TakeHandle() override { return handles_->easy.get(); }
+    CURL *TakeHandle() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
     void Unpause(CURL *easy) override;
-    void GiveHandleBack(CURL *) override {}
+    void GiveHandleBack(CURL *easy) override;
     void Complete(std::shared_ptr<Response> response, uint32_t code) override;
     void Perform();
     void Wait();
 
     const std::thread::id caller_ = std::this_thread::get_id();
-    std::unique_ptr<SyncHandles> handles_;
+    std::unique_ptr<SyncHandles> handles_; // while an exchange is under way
     std::atomic<bool> woken_ = true;
+    Mutex mutex_;
+    CondVar changed_;
+    CURLM *polled_ GUARDED_BY(mutex_) = nullptr;
     std::shared_ptr<Response> outcome_;
     uint32_t code_ = 0;
 };
