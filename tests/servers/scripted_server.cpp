@@ -9,6 +9,8 @@
 #include <thread>
 #include <unordered_map>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
@@ -173,6 +175,8 @@ void ScriptedServer::Loop::Accept()
         if (fd < 0) {
             return;
         }
+        const int on = 1; // else the peer's delayed acknowledgements slow down each answer
+        setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         uint32_t number = 0;
         {
             const std::lock_guard lock(mutex);
@@ -218,6 +222,8 @@ void ScriptedServer::Loop::Serve(int fd, bool hungUp)
 
 void ScriptedServer::Loop::Drop(int fd)
 {
+    // A child that was just forked may keep the socket open, and with it its events.
+    Listen(fd, 0, EPOLL_CTL_DEL);
     connections_.erase(fd);
     const std::lock_guard lock(mutex);
     --open;
