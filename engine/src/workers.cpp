@@ -65,6 +65,11 @@ void Workers::Work()
             needed = LookOut();
         }
     }
+    // At the exit of the process the TLS library cleans up: a thread that ended now would do so
+    // too.
+    while (stopped_) {
+        work_.Wait(mutex_);
+    }
     --threads_;
     mutex_.unlock();
 }

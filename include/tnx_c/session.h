@@ -138,9 +138,9 @@ TNX_API Tnx_Response *OVX_Tnx_FetchSync(Tnx_Session *session, Tnx_Request *reque
 
 /**
  * Sends a request and returns at once; the callback takes the response. The callback never runs
- * before this returns. Copies `callback`; borrows `request` until the callback is called. The
- * same request must not be fetched again while it is in flight: the first callback would then
- * never run.
+ * inside this call, though another thread may run it while this returns. Copies `callback`; borrows
+ * `request` until the callback is called. The same request must not be fetched again while it is in
+ * flight: the first callback would then never run.
  * @return TNX_OK when the fetch was accepted: the callback will be called. Else it will not be.
  */
 TNX_API uint32_t OVX_Tnx_Fetch(Tnx_Session *session, Tnx_Request *request,

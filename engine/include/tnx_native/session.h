@@ -32,8 +32,8 @@ public:
 
     virtual const std::string &GetId() const = 0;
 
-    // Starts a request. Never calls the completion before it returns; calls it exactly once unless
-    // the session is closed first.
+    // Starts a request. Never calls the completion itself, but leaves it to another thread; calls
+    // it exactly once unless the session is closed first.
     virtual void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) = 0;
 
     // Performs a request on the calling thread.
