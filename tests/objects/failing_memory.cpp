@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstddef>
 
+// Visible, because under AddressSanitizer the linker finds references to them in shared libraries.
+#pragma GCC visibility push(default)
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
@@ -13,6 +15,7 @@ void *__wrap_calloc(size_t count, size_t size);
 char *__wrap_strdup(const char *text);
 void __wrap_free(void *block);
 }
+#pragma GCC visibility pop
 
 namespace FailingMemory
 {
