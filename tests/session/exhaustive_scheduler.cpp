@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <sched.h>
 #include <semaphore>
 #include <thread>
 #include <utility>
@@ -60,6 +61,11 @@ Scheduler &Get()
 
 Scheduler::Scheduler()
 {
+    // Only one runs at a time, and on one processor handing over is cheapest.
+    cpu_set_t processor;
+    CPU_ZERO(&processor);
+    CPU_SET(static_cast<size_t>(sched_getcpu()), &processor);
+    sched_setaffinity(0, sizeof(processor), &processor);
     path.reserve(10000); // so that a schedule allocates nothing that stays
     for (int i = 0; i < static_cast<int>(MAX_THREADS); ++i) {
         Worker &worker = workers[static_cast<size_t>(i)];

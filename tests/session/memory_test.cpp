@@ -32,23 +32,25 @@ struct KeepingSession : Tnx::Session {
         *errorCode = 0;
         return std::make_shared<Tnx::Response>(fetched);
     }
-    void CancelRequest(const std::shared_ptr<Tnx::Request> &) override { Grow(); }
-    void CancelAll() override { Grow(); }
+    void CancelRequest(const std::shared_ptr<Tnx::Request> &) override { Post(); }
+    void CancelAll() override { Post(); }
     void Close() override
     {
         completion.reset();
         request.reset();
+        command.reset();
     }
     void Complete()
     {
         (*std::exchange(completion, {}))(
             std::make_shared<Tnx::Response>(std::exchange(request, {})), 0);
     }
-    static void Grow() { delete new int; }
+    void Post() { command = std::make_unique<int>(); } // cancels take memory in an engine
 
     std::string id = "an identifier that is too long for a short string";
     std::unique_ptr<Tnx::ResponseCallback> completion;
     std::shared_ptr<Tnx::Request> request;
+    std::unique_ptr<int> command;
 };
 
 std::shared_ptr<KeepingSession> g_engine;
