@@ -86,8 +86,8 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     SetTimeouts(left);
     SetRanges();
     SetObservers();
-    for (const CURLcode code :
-         {SetBody(hop), SetMethod(hop), SetVersion(hop), SetRoute(hop, route), SetSecurity(hop)}) {
+    for (const CURLcode code : {SetBody(hop), SetMethod(hop), SetVersion(hop), SetRoute(hop, route),
+                                SetSecurity(hop, route.proxy.scheme == "https")}) {
         if (code != CURLE_OK) {
             return code;
         }
@@ -225,11 +225,18 @@ void Exchange::AppendResolve(const std::string &host, uint16_t port,
     AppendTo(resolve_, line);
 }
 
-CURLcode Exchange::SetSecurity(const Hop &hop)
+CURLcode Exchange::SetSecurity(const Hop &hop, bool proxyTls)
 {
     const SecurityConfiguration &security = request_.GetConfiguration().security;
     if (hop.url.Secure()) {
         if (const CURLcode code = SetServerTls(easy_, security); code != CURLE_OK) {
+            return code;
+        }
+    } else if (proxyTls) {
+        // libcurl compares these, not the proxy's own, when it looks for a kept connection on which
+        // only the proxy speaks TLS.
+        const WebProxy &proxy = request_.GetConfiguration().proxy;
+        if (const CURLcode code = SetServerTls(easy_, proxy.security); code != CURLE_OK) {
             return code;
         }
     }
@@ -333,8 +340,9 @@ int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void 
     return exchange->Guarded(
         [&] {
             const bool isText = type == CURLINFO_TEXT;
-            exchange->recorder_.Record(type, isText ? exchange->WithRealName({data, size})
-                                                    : std::string_view(data, size));
+            exchange->recorder_.Record(type,
+                                       isText ? exchange->WithRealName(WithoutSecrets({data, size}))
+                                              : std::string_view(data, size));
             return 0;
         },
         0);

@@ -70,7 +70,7 @@ private:
     void SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses);
     void AppendResolve(const std::string &host, uint16_t port,
                        const std::vector<std::string> &addresses);
-    CURLcode SetSecurity(const Hop &hop);
+    CURLcode SetSecurity(const Hop &hop, bool proxyTls);
     void SetTimeouts(const TimeLeft &left);
     void SetRanges();
     void SetObservers();

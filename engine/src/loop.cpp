@@ -148,6 +148,9 @@ void Loop::Register(int fd, Registration &registration, uint32_t events)
 void Loop::Dispatch(int fd, uint32_t events)
 {
     Registration &registration = At(fd);
+    if (registration.registered == 0) {
+        return; // closed by an event before this one of the same round, and perhaps another's now
+    }
     const uint32_t mask = registration.wanted | EPOLLERR | EPOLLHUP;
     if (registration.wanted == 0 || (events & mask) == 0) {
         Register(fd, registration, registration.wanted);

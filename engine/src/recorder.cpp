@@ -10,8 +10,12 @@ namespace
 
 constexpr size_t MAX_DATA = 1024 * 1024;
 
-// libcurl tells in its texts the name that it logs in with, the URL with the credential in it, and
-// the fields of HTTP/2. Whoever wants to see fields asks for them by their own kind.
+static_assert(CURLINFO_TEXT == static_cast<int>(DEBUG_TEXT) &&
+              CURLINFO_SSL_DATA_OUT == static_cast<int>(DEBUG_TLS_DATA_OUT));
+
+} // namespace
+
+// Views only: a copy of a secret would stay where it was released.
 std::string WithoutSecrets(std::string_view text)
 {
     for (const std::string_view before : {" with user '", "authorization: ", "cookie: "}) {
@@ -19,23 +23,18 @@ std::string WithoutSecrets(std::string_view text)
             return std::string(text.substr(0, at + before.size())) + "...";
         }
     }
-    std::string shown(text);
-    const size_t scheme = shown.find("://");
-    if (scheme != std::string::npos) {
-        const size_t begin = scheme + 3;
-        const size_t end = shown.find_first_of("/?# '", begin);
-        const size_t at = shown.rfind('@', end);
-        if (at != std::string::npos && at > begin) {
-            shown.erase(begin, at + 1 - begin);
-        }
+    const size_t scheme = text.find("://");
+    if (scheme == std::string_view::npos) {
+        return std::string(text);
     }
-    return shown;
+    const std::string_view head = text.substr(0, scheme + 3);
+    std::string_view rest = text.substr(head.size());
+    const size_t at = rest.substr(0, rest.find_first_of("/?# '")).rfind('@');
+    if (at != std::string_view::npos) {
+        rest.remove_prefix(at + 1);
+    }
+    return std::string(head).append(rest);
 }
-
-static_assert(CURLINFO_TEXT == static_cast<int>(DEBUG_TEXT) &&
-              CURLINFO_SSL_DATA_OUT == static_cast<int>(DEBUG_TLS_DATA_OUT));
-
-} // namespace
 
 void Recorder::Record(curl_infotype type, std::string_view data)
 {

@@ -13,6 +13,10 @@
 namespace OHOS::Pelloria::Tnx
 {
 
+// libcurl tells in its texts the name that it logs in with, the URL with the credential in it, and
+// the fields of HTTP/2. Whoever wants to see fields asks for them by their own kind.
+std::string WithoutSecrets(std::string_view text);
+
 class Recorder
 {
 public:

@@ -147,9 +147,8 @@ void SetCertificate(Setter &set, const TlsOptions &options, const ClientCertific
             set.Text(options.key, certificate.key.Get().c_str());
         }
     }
-    if (!certificate.keyPassword.Empty()) {
-        set.Text(options.keyPassword, certificate.keyPassword.Get().c_str());
-    }
+    // Given in any case: without one the TLS library would ask on the terminal, and wait.
+    set.Text(options.keyPassword, certificate.keyPassword.Get().c_str());
 }
 
 CURLcode SetTls(CURL *easy, const TlsOptions &options, const SecurityConfiguration &security)

@@ -17,6 +17,7 @@ namespace
 {
 
 constexpr size_t MOST_WIPED = 16 * 1024; // no secret is longer, and no buffer shorter
+constexpr size_t WIPED_HEAD = 4 * 1024;  // of a buffer: where the fields of a request stand
 constexpr size_t LEAST_KEPT = 32 * 1024;
 constexpr size_t MOST_KEPT = 512 * 1024;
 
@@ -69,9 +70,8 @@ void *Allocate(size_t size)
 void Release(void *block)
 {
     const size_t size = malloc_usable_size(block);
-    if (size <= MOST_WIPED) {
-        memset_s(block, size, 0, size);
-    } else if (size >= LEAST_KEPT && size <= MOST_KEPT && g_kept.Keep(block)) {
+    memset_s(block, size, 0, size <= MOST_WIPED ? size : WIPED_HEAD);
+    if (size >= LEAST_KEPT && size <= MOST_KEPT && g_kept.Keep(block)) {
         return;
     }
     std::free(block);

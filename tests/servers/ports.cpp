@@ -42,10 +42,10 @@ struct Address {
 };
 
 // The start of a connect, which stays as it is.
-int Knock(uint16_t port)
+int Knock(const std::string &literal, uint16_t port)
 {
-    const Address address("127.0.0.1", port);
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const Address address(literal, port);
+    const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     static_cast<void>(connect(fd, address.Get(), address.length));
     return fd;
 }
@@ -131,12 +131,12 @@ RefusingPort::~RefusingPort()
     close(socket_);
 }
 
-SilentPort::SilentPort()
-    : socket_(ListenOn("127.0.0.1", 0, 0))
+SilentPort::SilentPort(const std::string &address, uint16_t port)
+    : socket_(ListenOn(address, port, 0))
     , port_(PortOf(socket_))
 {
     for (int i = 0; i < WAITING_CONNECTIONS; ++i) {
-        waiting_.push_back(Knock(port_));
+        waiting_.push_back(Knock(address, port_));
     }
 }
 

@@ -37,11 +37,11 @@ private:
     uint16_t port_;
 };
 
-// A port of 127.0.0.1 on which a connect neither succeeds nor fails: its queue is full.
+// A port on which a connect neither succeeds nor fails: its queue is full.
 class SilentPort
 {
 public:
-    SilentPort();
+    explicit SilentPort(const std::string &address = "127.0.0.1", uint16_t port = 0);
     ~SilentPort();
     SilentPort(const SilentPort &) = delete;
     SilentPort &operator=(const SilentPort &) = delete;
