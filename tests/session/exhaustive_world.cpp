@@ -220,17 +220,23 @@ void World::FetchSync(size_t request)
     response->destroyResponse(response);
 }
 
-// Only while no other thread of the application uses the handle; callbacks may.
+// Only while no other thread of the application uses the handle. A callback may also try while the
+// session closes: the close waits for it.
 void World::Close()
 {
     const bool onApplicationThread =
         Current() >= 0 && static_cast<size_t>(Current()) < scenario_.threads.size();
-    if (unfinished_ > (onApplicationThread ? 1 : 0)) {
+    const bool allowed =
+        onApplicationThread ? unfinished_ == 1 && !closing_ : unfinished_ == 0 || closing_;
+    if (!allowed) {
         return;
     }
-    const uint32_t code = OVX_Tnx_CloseSession(&session_);
+    closing_ = true;
+    Tnx_Session *copy = session_; // each has the handle in a variable of its own
+    const uint32_t code = OVX_Tnx_CloseSession(&copy);
     if (code == 0) {
-        closed_ = true;
+        Expect(!std::exchange(closed_, true), "the session is closed twice");
+        session_ = nullptr;
     } else {
         Expect(code == TNX_ERR_SESSION_CLOSED, "a close fails");
     }

@@ -106,6 +106,7 @@ private:
     std::array<OHOS::Pelloria::TnxC::RequestPtr, 3> requests_;
     std::deque<Call> calls_;
     size_t unfinished_;
+    bool closing_ = false;
     bool closed_ = false;
     bool respondedOnce_ = false;
     bool canceledOnce_ = false;
