@@ -113,7 +113,8 @@ TNX_API Tnx_SessionOps *OVX_Tnx_GetSessionOps(int32_t type) TNX_NOEXCEPT;
  * Creates a session. A null configuration makes an HTTP session with every default. The caller
  * closes it with OVX_Tnx_CloseSession.
  * @param errCode Takes the code: TNX_ERR_PARAMETER for an unknown session type,
- *                TNX_ERR_PERMISSION_DENIED, TNX_ERR_OUT_OF_MEMORY. Null: nothing is done.
+ *                TNX_ERR_PERMISSION_DENIED, TNX_ERR_INIT_FAILED, TNX_ERR_OUT_OF_MEMORY. Null:
+ * nothing is done.
  */
 TNX_API Tnx_Session *OVX_Tnx_CreateSession(const Tnx_SessionConfiguration *config,
                                            uint32_t *errCode) TNX_NOEXCEPT;
