@@ -124,10 +124,10 @@ TEST(ProcessTest, AForkedChildStartsAnew)
 [[noreturn]] void ExitInTheMiddle(const std::string &root)
 {
     alarm(60);
-    const auto &session = *new std::shared_ptr<Session>(NewSession());
+    static auto *const session = new std::shared_ptr<Session>(NewSession()); // never closed
     static std::atomic<bool> inside = false;
-    session->Fetch(NewRequest(root + "/stall?ms=60000"), [](const auto &, uint32_t) {});
-    session->Fetch(NewRequest(root + "/bytes"), [](const auto &, uint32_t) {
+    (*session)->Fetch(NewRequest(root + "/stall?ms=60000"), [](const auto &, uint32_t) {});
+    (*session)->Fetch(NewRequest(root + "/bytes"), [](const auto &, uint32_t) {
         inside = true;
         inside.notify_one();
         pause();
