@@ -33,7 +33,9 @@ function(tnx_library name)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINKER_LANGUAGE CXX LINK_DEPENDS ${ARG_VERSION_SCRIPT})
-  target_link_options(${name} PRIVATE LINKER:--version-script=${ARG_VERSION_SCRIPT})
+  # Bound at once: binding on first use spills the registers, with what they hold, to the stack.
+  target_link_options(${name} PRIVATE
+    LINKER:--version-script=${ARG_VERSION_SCRIPT},-z,relro,-z,now)
   if(NOT TNX_SANITIZE)
     target_link_options(${name} PRIVATE LINKER:--no-undefined)
   endif()

@@ -79,13 +79,9 @@ void Release(void *block)
 
 void *Resize(void *block, size_t size)
 {
-    const size_t before = malloc_usable_size(block);
-    if (before > MOST_WIPED) {
-        return std::realloc(block, size);
-    }
     void *const resized = Allocate(size);
     if (resized != nullptr && block != nullptr) {
-        std::memcpy(resized, block, std::min(before, size));
+        std::memcpy(resized, block, std::min(malloc_usable_size(block), size));
         Release(block);
     }
     return resized;

@@ -51,9 +51,8 @@ public:
     }
 
     const char *Name() const { return name_; }
-    size_t CountIn(const char *bytes, size_t length) const
+    bool IsIn(const char *bytes, size_t length) const
     {
-        size_t count = 0;
         const char first = static_cast<char>(hidden_.front() ^ MASK);
         for (const char *at = bytes; length >= hidden_.size();) {
             const size_t room = length - hidden_.size() + 1;
@@ -61,11 +60,13 @@ public:
             if (next == nullptr) {
                 break;
             }
-            count += Matches(next) ? 1 : 0;
+            if (Matches(next)) {
+                return true;
+            }
             length -= static_cast<size_t>(next + 1 - at);
             at = next + 1;
         }
-        return count;
+        return false;
     }
 
 private:
@@ -85,11 +86,11 @@ private:
     std::string hidden_;
 };
 
-// Where a marker stands in the writable memory of the process, and how often.
-std::map<std::string, size_t> Find(const std::vector<Marker> &markers)
+// The mappings of writable memory in which each marker stands.
+std::map<std::string, std::string> Find(const std::vector<Marker> &markers)
 {
     constexpr size_t MOST = 512UL * 1024 * 1024; // sanitizers reserve more than that
-    std::map<std::string, size_t> found;
+    std::map<std::string, std::string> found;
     std::ifstream maps("/proc/self/maps");
     const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
     static std::vector<char> copy; // wiped, since it takes copies of what it finds
@@ -104,10 +105,8 @@ std::map<std::string, size_t> Find(const std::vector<Marker> &markers)
         copy.resize(std::max(copy.size(), end - begin));
         const ssize_t size = pread(memory, copy.data(), end - begin, static_cast<off_t>(begin));
         for (const Marker &marker : markers) {
-            const size_t count =
-                size > 0 ? marker.CountIn(copy.data(), static_cast<size_t>(size)) : 0;
-            if (count > 0) {
-                found[marker.Name()] += count;
+            if (size > 0 && marker.IsIn(copy.data(), static_cast<size_t>(size))) {
+                found[marker.Name()] += "\n" + line;
             }
         }
         explicit_bzero(copy.data(), end - begin);
@@ -123,9 +122,11 @@ protected:
 
     SecretsTest()
     {
+        // Longer than a register: what a signal or the dynamic linker spills of one is in nobody's
+        // hand.
         const std::string script =
             "cd '" + directory_.Path() +
-            "' && secret() { openssl rand -hex 16 | tr -d '\\n' >$1; } "
+            "' && secret() { openssl rand -hex 48 | tr -d '\\n' >$1; } "
             "&& secret name && secret password && secret phrase && "
             "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 "
             "-subj /CN=secrets -keyout key -out certificate 2>log && "
@@ -191,8 +192,8 @@ TEST_F(SecretsTest, NothingIsLeftInMemory)
     const std::vector<Marker> markers = {{"name", name, 0, name.Length()},
                                          {"password", password, 0, password.Length()},
                                          {"phrase", phrase, 0, phrase.Length()},
-                                         {"key", key, KEY_LINE, 40},
-                                         {"locked key", locked, KEY_LINE + 20, 40}};
+                                         {"key", key, KEY_LINE, 60},
+                                         {"locked key", locked, KEY_LINE + 20, 60}};
     for (const uint32_t kind : {TNX_CREDENTIAL_BASIC, TNX_CREDENTIAL_AUTOMATIC,
                                 TNX_CREDENTIAL_DIGEST, TNX_CREDENTIAL_BEARER}) {
         Use(name, password, key, nullptr, kind);
@@ -203,8 +204,8 @@ TEST_F(SecretsTest, NothingIsLeftInMemory)
     for (Secret *secret : {&name, &password, &phrase, &key, &locked}) {
         secret->Wipe();
     }
-    for (const auto &[what, count] : Find(markers)) {
-        ADD_FAILURE() << what << " is left " << count << " times";
+    for (const auto &[what, where] : Find(markers)) {
+        ADD_FAILURE() << what << " is left in" << where;
     }
 }
 
