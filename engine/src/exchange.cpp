@@ -15,29 +15,6 @@ namespace
 constexpr long BUFFER = 64L * 1024;
 constexpr long STREAM_BUFFER = 256L * 1024;
 
-void AppendTo(StringList &list, const std::string &line)
-{
-    curl_slist *const longer = curl_slist_append(list.get(), line.c_str());
-    if (longer == nullptr) {
-        throw std::bad_alloc();
-    }
-    list.release();
-    list.reset(longer);
-}
-
-uint64_t Hash(const std::vector<std::string> &addresses)
-{
-    uint64_t hash = 14695981039346656037U; // FNV-1a
-    const auto add = [&hash](char c) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
-    };
-    for (const std::string &address : addresses) {
-        std::for_each(address.begin(), address.end(), add);
-        add(',');
-    }
-    return hash;
-}
-
 // Methods that may be repeated on a new connection when a kept one turns out to be dead (RFC 9110
 // section 9.2.2).
 bool IsIdempotent(const std::string &method)
@@ -174,57 +151,6 @@ CURLcode Exchange::SetVersion(const Hop &hop)
     }
 }
 
-CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
-{
-    connectTo_.reset();
-    resolve_.reset();
-    syntheticName_.clear();
-    curl_easy_setopt(easy_, CURLOPT_NOPROXY, "");
-    curl_easy_setopt(easy_, CURLOPT_PROXY, route.proxy.url.c_str());
-    if (!route.proxy.Direct()) {
-        const WebProxy &proxy = request_.GetConfiguration().proxy;
-        if (proxy.option == PROXY_TUNNEL) {
-            curl_easy_setopt(easy_, CURLOPT_HTTPPROXYTUNNEL, 1L);
-        }
-        for (const CURLcode code :
-             {SetProxyTls(easy_, proxy.security), SetProxyCredential(easy_, proxy.security)}) {
-            if (code != CURLE_OK) {
-                return code;
-            }
-        }
-        if (!route.proxyAddresses.empty()) {
-            AppendResolve(route.proxy.host, route.proxy.port, route.proxyAddresses);
-        }
-    }
-    if (!route.addresses.empty()) {
-        SetTargetAddresses(hop, route.addresses);
-    }
-    curl_easy_setopt(easy_, CURLOPT_RESOLVE, resolve_.get());
-    return curl_easy_setopt(easy_, CURLOPT_CONNECT_TO, connectTo_.get());
-}
-
-// The host's own name in libcurl's table of addresses would serve requests with other rules too,
-// and so would its connections. A name made of the addresses serves exactly those that go there;
-// the certificate is still checked against the host.
-void Exchange::SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses)
-{
-    syntheticName_ = std::to_string(Hash(addresses)) + ".invalid";
-    realName_ = hop.url.host;
-    AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url.port));
-    AppendResolve(syntheticName_, hop.url.port, addresses);
-}
-
-void Exchange::AppendResolve(const std::string &host, uint16_t port,
-                             const std::vector<std::string> &addresses)
-{
-    std::string line = "+" + host + ":" + std::to_string(port) + ":";
-    for (const std::string &address : addresses) {
-        line += &address == &addresses.front() ? "" : ",";
-        line += address.find(':') != std::string::npos ? "[" + address + "]" : address;
-    }
-    AppendTo(resolve_, line);
-}
-
 CURLcode Exchange::SetSecurity(const Hop &hop, bool proxyTls)
 {
     const SecurityConfiguration &security = request_.GetConfiguration().security;
@@ -284,21 +210,6 @@ void Exchange::WatchProgress()
     curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, OnProgress);
     curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);
-}
-
-std::string Exchange::WithRealName(std::string text) const
-{
-    if (!syntheticName_.empty()) {
-        constexpr std::string_view NAMELESS = "Connected to (nil) ("; // as libcurl has it then
-        if (text.starts_with(NAMELESS)) {
-            text.replace(0, NAMELESS.size(), "Connected to " + realName_ + " (");
-        }
-        for (size_t at = text.find(syntheticName_); at != std::string::npos;
-             at = text.find(syntheticName_, at + realName_.size())) {
-            text.replace(at, syntheticName_.size(), realName_);
-        }
-    }
-    return text;
 }
 
 std::string Exchange::Error(CURLcode code) const

@@ -68,6 +68,7 @@ private:
     CURLcode SetVersion(const Hop &hop);
     CURLcode SetRoute(const Hop &hop, const Route &route);
     void SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses);
+    void KeepKeyApart(const Hop &hop, const Route &route);
     void AppendResolve(const std::string &host, uint16_t port,
                        const std::vector<std::string> &addresses);
     CURLcode SetSecurity(const Hop &hop, bool proxyTls);

@@ -165,7 +165,6 @@ TEST_F(TlsTest, ClientCertificatesOfEachKind)
                     EXPECT_EQ(outcome.body.find("CN=client") != std::string::npos, one.welcome);
                 }
             });
-        Close(); // a kept connection asks for no key
     }
 }
 
