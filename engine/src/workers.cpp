@@ -13,7 +13,7 @@ namespace
 
 // More callbacks than this blocking at once hold up the rest until one returns.
 constexpr size_t MAX_THREADS = 1024;
-constexpr auto LOOKOUT_INTERVAL = std::chrono::milliseconds(1);
+constexpr auto LOOKOUT_INTERVAL = std::chrono::milliseconds(2);
 constexpr size_t QUIET_LOOKS = 4; // after so many without a callback the lookout goes to sleep
 constexpr auto IDLE_LIFE = std::chrono::seconds(5);
 
@@ -54,8 +54,7 @@ void Workers::Stop()
 void Workers::Work()
 {
     mutex_.lock();
-    waking_ = false;
-    bool needed = true;
+    bool needed = !waking_ || LookOut();
     while (needed && !stopped_) {
         if (!tasks_.empty()) {
             RunTask();
@@ -77,6 +76,7 @@ void Workers::Work()
 void Workers::RunRound()
 {
     looping_ = true;
+    ++begun_;
     mutex_.unlock();
     loop_.RunRound();
     mutex_.lock();
@@ -85,6 +85,7 @@ void Workers::RunRound()
         roundOver_.NotifyAll();
         return;
     }
+    queued_ += batch_.size();
     for (std::shared_ptr<PoolTask> &task : batch_) {
         tasks_.push_back(std::move(task));
     }
@@ -95,6 +96,7 @@ void Workers::RunTask()
 {
     std::shared_ptr<PoolTask> task = std::move(tasks_.front());
     tasks_.pop_front();
+    ++begun_;
     EnsureLookout();
     mutex_.unlock();
     task->RunOnPool();
@@ -117,23 +119,38 @@ void Workers::EnsureLookout()
     }
 }
 
-// Waits for something to do. False when the thread is not needed any more.
+// Waits until there is something to do. False when the thread is not needed any more.
 bool Workers::LookOut()
 {
-    const auto now = std::chrono::steady_clock::now();
     ++idle_;
+    waking_ = false;
     bool woken = true;
-    if (!lookout_ && quietLooks_ < QUIET_LOOKS) {
-        lookout_ = true;
-        ++quietLooks_;
-        work_.WaitUntil(mutex_, now + LOOKOUT_INTERVAL);
-        lookout_ = false;
-    } else {
-        woken = work_.WaitUntil(mutex_, now + IDLE_LIFE) || waking_;
-        waking_ = false;
+    bool stalled = false;
+    while (woken && !stalled && !stopped_) {
+        if (!lookout_ && quietLooks_ < QUIET_LOOKS) {
+            stalled = Look();
+        } else {
+            woken =
+                work_.WaitUntil(mutex_, std::chrono::steady_clock::now() + IDLE_LIFE) || waking_;
+            waking_ = false;
+        }
     }
     --idle_;
     return woken || idle_ == 0;
+}
+
+// True when what waits has waited for a whole interval. Stepping in earlier would only spread short
+// callbacks over many threads, whose memory each grows to what all of them need.
+bool Workers::Look()
+{
+    const uint64_t begun = begun_;
+    const uint64_t queued = queued_;
+    lookout_ = true;
+    ++quietLooks_;
+    work_.WaitUntil(mutex_, std::chrono::steady_clock::now() + LOOKOUT_INTERVAL);
+    lookout_ = false;
+    const bool waiting = !tasks_.empty() || !looping_;
+    return waiting && (begun_ == begun || queued_ - tasks_.size() < queued);
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -4,6 +4,7 @@
 #define TNX_ENGINE_WORKERS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -23,8 +24,8 @@ public:
 
 // Handing a callback to another thread costs more than most requests do. So the thread that ran a
 // round of the loop lets go of the loop, runs the callbacks of that round itself, and takes the
-// loop up again. Meanwhile another thread looks every millisecond whether it has to step in: that
-// is how long a callback that blocks can hold up the rest, once.
+// loop up again. Meanwhile another thread looks every millisecond whether it has to step in: two
+// milliseconds is what a callback that blocks can hold up the rest, once.
 class Workers
 {
 public:
@@ -50,6 +51,7 @@ private:
     void RunTask() REQUIRES(mutex_);
     void EnsureLookout() REQUIRES(mutex_);
     bool LookOut() REQUIRES(mutex_);
+    bool Look() REQUIRES(mutex_);
 
     Loop &loop_;
     std::vector<std::shared_ptr<PoolTask>> batch_; // of the round that runs
@@ -58,6 +60,8 @@ private:
     CondVar work_;
     CondVar roundOver_; // for Stop
     std::deque<std::shared_ptr<PoolTask>> tasks_ GUARDED_BY(mutex_);
+    uint64_t queued_ GUARDED_BY(mutex_) = 0; // tasks, ever
+    uint64_t begun_ GUARDED_BY(mutex_) = 0;  // tasks and rounds, ever
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t idle_ GUARDED_BY(mutex_) = 0;      // with nothing to do
     bool lookout_ GUARDED_BY(mutex_) = false; // one of the idle ones looks every millisecond
