@@ -210,7 +210,7 @@ void Loop::RunTimers()
 
 void Loop::RunRound()
 {
-    std::array<epoll_event, 128> events;
+    std::array<epoll_event, 64> events;
     const int count =
         epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), MillisecondsToWait());
     asleep_ = false;
