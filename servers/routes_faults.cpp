@@ -124,20 +124,22 @@ void Bomb(const Visit &visit, Script &script)
     script.Close();
 }
 
-// /bad-gzip: garbage; with how=crc a wrong check sum, with how=cut a missing end.
-void BadGzip(const Visit &visit, Script &script)
+// /bad-coding?coding=gzip: garbage; with how=crc a wrong check sum, with how=cut a missing end.
+void BadCoding(const Visit &visit, Script &script)
 {
+    const std::string coding = visit.query.Text("coding", "gzip");
     const std::string how = visit.query.Text("how");
     std::string body = "these bytes are not compressed at all";
     if (!how.empty()) {
-        body = Gzip(Pattern(visit.query.Number("n", 100000)));
+        const std::string pattern = Pattern(visit.query.Number("n", 100000));
+        body = coding == "br" ? Brotli(pattern) : coding == "zstd" ? Zstd(pattern) : Gzip(pattern);
         if (how == "crc") {
             body[body.size() - 6] ^= 1;
         } else {
-            body.resize(body.size() / 2);
+            body.resize(body.size() - 1);
         }
     }
-    Reply(visit, script, 200, body, {"Content-Encoding: gzip"});
+    Reply(visit, script, 200, body, {"Content-Encoding: " + coding});
 }
 
 // /early-answer?code=413&ms=0: answers without reading the body; with close=1 the connection ends,
@@ -209,7 +211,7 @@ std::unordered_map<std::string, Route> FaultRoutes()
         {"/endless-header", {EndlessHeader}},
         {"/endless", {Endless}},
         {"/bomb", {Bomb}},
-        {"/bad-gzip", {BadGzip}},
+        {"/bad-coding", {BadCoding}},
         {"/early-answer", {EarlyAnswer, true}},
         {"/slow-read", {SlowRead, true}},
         {"/100-continue", {Interim, true}},

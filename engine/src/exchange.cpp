@@ -59,7 +59,9 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
     if (!headers_.ownEncoding) {
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
+        curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
     }
+    receiver_.DecodeContent(!headers_.ownEncoding);
     SetTimeouts(left);
     SetRanges();
     SetObservers();

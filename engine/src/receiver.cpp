@@ -48,7 +48,7 @@ bool Receiver::OnHeaderLine(std::string_view line)
 {
     const bool wasComplete = block_.Complete();
     if (!block_.Add(line)) {
-        failure_ = CURLE_RECV_ERROR;
+        Fail(CURLE_RECV_ERROR, "The header section is too large");
         return false;
     }
     if (block_.Complete() && !wasComplete) {
@@ -60,6 +60,7 @@ bool Receiver::OnHeaderLine(std::string_view line)
 void Receiver::EndOfBlock()
 {
     const int32_t status = block_.Status();
+    decoder_.reset();
     KeepCookies();
     if (status < 200) {
         return;
@@ -99,6 +100,49 @@ size_t Receiver::OnBody(std::string_view piece)
         return piece.size();
     }
     TellHeaders();
+    try {
+        return Decodes() ? Decode(piece) : Accept(piece);
+    } catch (const DamagedContent &damage) {
+        return Fail(CURLE_BAD_CONTENT_ENCODING, damage.what());
+    }
+}
+
+bool Receiver::Decodes()
+{
+    if (!decoder_) {
+        const auto field = block_.Fields()->find("content-encoding");
+        const bool coded = decodes_ && field != block_.Fields()->end();
+        decoder_.emplace(coded ? field->second : std::vector<std::string>());
+        decoded_ = {};
+        consumed_ = 0;
+    }
+    return !decoder_->Empty();
+}
+
+size_t Receiver::Decode(std::string_view piece)
+{
+    decoder_->Give(piece.substr(std::min(consumed_, piece.size())));
+    for (;;) {
+        if (decoded_.empty()) {
+            decoded_ = decoder_->Take();
+        }
+        if (decoded_.empty()) {
+            consumed_ = 0;
+            return piece.size();
+        }
+        const size_t accepted = Accept(decoded_);
+        if (accepted == CURL_WRITEFUNC_PAUSE) {
+            consumed_ = piece.size() - decoder_->Left();
+        }
+        if (accepted != decoded_.size()) {
+            return accepted;
+        }
+        decoded_ = {};
+    }
+}
+
+size_t Receiver::Accept(std::string_view piece)
+{
     if (!pipe_) {
         return Keep(piece);
     }
@@ -118,8 +162,8 @@ size_t Receiver::Keep(std::string_view piece)
         ReserveBody();
     }
     if (announced_ > MAX_BODY || body.size() + piece.size() > MAX_BODY) {
-        failure_ = CURLE_FILESIZE_EXCEEDED;
-        return 0;
+        return Fail(CURLE_FILESIZE_EXCEEDED,
+                    "The body is larger than 2147483647 bytes, the most that is kept in memory");
     }
     body.append(piece);
     received_ += piece.size();
@@ -130,19 +174,36 @@ void Receiver::ReserveBody()
 {
     const auto field = block_.Fields()->find("content-length");
     announced_ = 0;
-    if (field != block_.Fields()->end()) {
+    if (field != block_.Fields()->end() && decoder_->Empty()) {
         const std::string &text = field->second.front();
         std::from_chars(text.data(), text.data() + text.size(), announced_);
     }
     response_.MutableBody().reserve(std::min(announced_, MAX_RESERVED));
 }
 
-void Receiver::EndOfBody()
+bool Receiver::EndOfBody()
 {
     TellHeaders();
+    try {
+        if (decoder_ && !decoder_->Empty()) {
+            decoder_->End();
+        }
+    } catch (const DamagedContent &damage) {
+        Fail(CURLE_BAD_CONTENT_ENCODING, damage.what());
+        return false;
+    }
     if (pipe_) {
         pipe_->Close();
     }
+    return true;
+}
+
+// Nothing is taken of a piece after this.
+size_t Receiver::Fail(CURLcode code, std::string problem)
+{
+    failure_ = code;
+    problem_ = std::move(problem);
+    return 0;
 }
 
 void Receiver::Stop()

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "body_pipe.h"
+#include "content_decoder.h"
 #include "delivery.h"
 #include "header_block.h"
 #include "hop_cookies.h"
@@ -24,22 +25,25 @@ public:
     // A hop starts. `mayRepeat`: libcurl may answer a 401 or 407 by itself.
     void StartHop(const Url &url, bool mayRepeat);
 
+    // Whether the content codings of the hop's body are to be undone.
+    void DecodeContent(bool decode) { decodes_ = decode; }
+
     // One header line. False to stop.
     bool OnHeaderLine(std::string_view line);
 
     // A piece of a body, for libcurl: its size, CURL_WRITEFUNC_PAUSE, or less to stop.
     size_t OnBody(std::string_view piece);
 
-    // The hop is over and is not followed by another: the rest of the events.
-    void EndOfBody();
+    // The hop is over and is not followed by another: the rest of the events. False when the body
+    // is not whole.
+    bool EndOfBody();
 
     // Where the hop redirects to something that is to be followed.
     bool Redirected() const { return redirected_; }
     const HeaderBlock &Block() const { return block_; }
     const HopCookies &Cookies() const { return hopCookies_; }
 
-    // libcurl waits for the application to take what it has, and can go on.
-    bool Paused() const { return paused_; }
+    // libcurl waits for the application to take what it has. Whether it can go on.
     bool Resumable() const { return paused_ && pipe_->HasRoom(); }
     void Resumed() { paused_ = false; }
 
@@ -50,6 +54,7 @@ public:
     // Bytes of body so far, and why the receiver itself stopped, if it did.
     uint64_t Received() const { return received_; }
     CURLcode Failure() const { return failure_; }
+    const std::string &Problem() const { return problem_; }
 
     // The application is not called any more.
     void Stop();
@@ -59,7 +64,11 @@ private:
     void KeepCookies();
     void TellHeaders();
     void ReserveBody();
+    bool Decodes();
+    size_t Decode(std::string_view piece);
+    size_t Accept(std::string_view piece);
     size_t Keep(std::string_view piece);
+    size_t Fail(CURLcode code, std::string problem);
 
     Response &response_;
     Delivery &delivery_;
@@ -72,9 +81,14 @@ private:
     bool redirected_ = false;
     bool headersTold_ = false;
     bool paused_ = false;
-    uint64_t announced_ = 0; // by the content-length
+    bool decodes_ = false;
+    std::optional<ContentDecoder> decoder_;
+    std::string_view decoded_; // in the decoder, waits for room
+    size_t consumed_ = 0;      // of the piece that libcurl brings again after a pause
+    uint64_t announced_ = 0;   // by the content-length
     uint64_t received_ = 0;
     CURLcode failure_ = CURLE_OK;
+    std::string problem_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -310,8 +310,11 @@ void Transfer::CollectOutcome(CURL *easy)
         Redirect(location);
         return;
     }
+    if (!receiver_.EndOfBody()) {
+        FailExchange(easy, CURLE_BAD_CONTENT_ENCODING);
+        return;
+    }
     DropExchange();
-    receiver_.EndOfBody();
     state_ = State::DRAIN;
 }
 

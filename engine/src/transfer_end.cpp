@@ -62,25 +62,16 @@ std::optional<TimePoint> Transfer::WaitLimit() const
 CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
 {
     what = exchange_.Error(code);
-    if (receiver_.Failure() == CURLE_FILESIZE_EXCEEDED) {
-        what = "The body is larger than 2147483647 bytes, the most that is kept in memory";
-        return CURLE_FILESIZE_EXCEEDED;
+    if (receiver_.Failure() != CURLE_OK) {
+        what = receiver_.Problem();
+        return receiver_.Failure();
     }
     if (exchange_.OutOfMemory()) {
         what = "Memory ran out";
         return CURLE_OUT_OF_MEMORY;
     }
-    if (receiver_.Failure() != CURLE_OK) {
-        what = "The header section is too large";
-        return receiver_.Failure();
-    }
     if (receiver_.Refused()) {
         what = "The data callback stopped the transfer";
-        return CURLE_WRITE_ERROR;
-    }
-    if (code == CURLE_OUT_OF_MEMORY && receiver_.Paused()) {
-        // libcurl keeps what it decodes during a pause, up to its own limit.
-        what = "The decoded body outran the data callback by more than 64 MiB";
         return CURLE_WRITE_ERROR;
     }
     if (exchange_.RefusedRetry()) {

@@ -19,11 +19,9 @@ struct CurlFree {
 std::string GetPart(CURLU *url, CURLUPart part, unsigned flags = 0)
 {
     char *text = nullptr;
-    if (curl_url_get(url, part, &text, flags) != CURLUE_OK) {
-        return {};
-    }
-    const std::unique_ptr<char, CurlFree> owned(text);
-    return text;
+    const CURLUcode code = curl_url_get(url, part, &text, flags);
+    const std::unique_ptr<char, CurlFree> owned(text); // left behind when a name is no valid IDN
+    return code == CURLUE_OK ? text : std::string();
 }
 
 } // namespace

@@ -48,6 +48,7 @@ TEST_F(BadInputTest, NothingIsSentForWhatIsNoRequest)
         {"nothing", TNX_ERR_URL_MALFORMED, "nothing"},
         {"http://", TNX_ERR_URL_MALFORMED, "http://"},
         {"http://127.0.0.1:99999/", TNX_ERR_URL_MALFORMED, "99999"},
+        {"http://\xb8/", TNX_ERR_URL_MALFORMED, "URL"},
         {Scripted().Url("/a b"), TNX_ERR_URL_MALFORMED, "/a b"},
         {Scripted().Url("/a\r\nX: y"), TNX_ERR_URL_MALFORMED, "URL"},
         {"ftp://127.0.0.1/x", TNX_ERR_UNSUPPORTED_SCHEME, "scheme"},
@@ -92,10 +93,14 @@ TEST_F(BadInputTest, ABadServerIsToldByItsFault)
         {url("/redirect?n=60"), TNX_ERR_TOO_MANY_REDIRECTS, "50", 302},
         {url("/redirect?to=ftp://127.0.0.1/"), TNX_ERR_UNSUPPORTED_SCHEME, "ftp:", 302},
         {url("/redirect?to=http://127.0.0.1:99999/"), TNX_ERR_URL_MALFORMED, "redirect", 302},
-        {url("/bad-gzip"), TNX_ERR_CONTENT_ENCODING, "receiving", 200},
-        {url("/bad-gzip?how=crc"), TNX_ERR_CONTENT_ENCODING, "receiving", 200},
+        {url("/bad-coding"), TNX_ERR_CONTENT_ENCODING, "incorrect header check", 200},
+        {url("/bad-coding?how=crc"), TNX_ERR_CONTENT_ENCODING, "incorrect data check", 200},
+        {url("/bad-coding?how=cut"), TNX_ERR_CONTENT_ENCODING, "gzip content is damaged: it ends",
+         200},
+        {url("/bad-coding?how=cut&coding=br"), TNX_ERR_CONTENT_ENCODING, "too early", 200},
+        {url("/bad-coding?how=cut&coding=zstd"), TNX_ERR_CONTENT_ENCODING, "too early", 200},
         {url("/header?line=Content-Encoding:%20rot13"), TNX_ERR_CONTENT_ENCODING,
-         "content encoding", 200},
+         "coding rot13 is not known", 200},
     });
 }
 

@@ -1,0 +1,118 @@
+// A chain of decoders, each of which pulls from the one before it: no more is decoded than asked
+// for.
+#include "content_decoder.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "content_coding.h"
+#include "text.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr size_t BUFFER = 32 * 1024;
+constexpr size_t MOST_CODINGS = 5; // more are an attack
+
+} // namespace
+
+struct ContentDecoder::Stage {
+    std::string name;
+    std::unique_ptr<ContentCoding> coding;
+    std::vector<char> buffer = std::vector<char>(BUFFER);
+    std::string_view input{};
+    bool begun = false;
+
+    [[noreturn]] void Fail(const std::string &why) const
+    {
+        throw DamagedContent("The " + name + " content is damaged: " + why);
+    }
+};
+
+ContentDecoder::ContentDecoder(const std::vector<std::string> &codings)
+{
+    for (const std::string &list : codings) {
+        for (std::string_view rest = list; !rest.empty();) {
+            const size_t comma = std::min(rest.find(','), rest.size());
+            const std::string name = Lower(Trim(rest.substr(0, comma)));
+            rest.remove_prefix(std::min(comma + 1, rest.size()));
+            if (name.empty() || name == "identity") {
+                continue;
+            }
+            std::unique_ptr<ContentCoding> coding = MakeContentCoding(name);
+            if (coding == nullptr) {
+                throw DamagedContent("The content coding " + name + " is not known");
+            }
+            stages_.insert(stages_.begin(), Stage{.name = name, .coding = std::move(coding)});
+        }
+    }
+    if (stages_.size() > MOST_CODINGS) {
+        throw DamagedContent("The content is encoded more than " + std::to_string(MOST_CODINGS) +
+                             " times");
+    }
+}
+
+ContentDecoder::~ContentDecoder() = default;
+
+bool ContentDecoder::Empty() const
+{
+    return stages_.empty();
+}
+
+void ContentDecoder::Give(std::string_view piece)
+{
+    stages_.front().input = piece;
+}
+
+std::string_view ContentDecoder::Take()
+{
+    return Take(stages_.size() - 1);
+}
+
+std::string_view ContentDecoder::Take(size_t index)
+{
+    Stage &stage = stages_[index];
+    for (;;) {
+        const ContentCoding::Step step = stage.coding->Decode(stage.input, stage.buffer);
+        if (!step.error.empty()) {
+            stage.Fail(step.error);
+        }
+        stage.begun = stage.begun || step.used > 0;
+        stage.input.remove_prefix(step.used);
+        if (step.made > 0) {
+            return {stage.buffer.data(), step.made};
+        }
+        if (step.used > 0) {
+            continue;
+        }
+        if (stage.input.empty() && index > 0) {
+            stage.input = Take(index - 1);
+        } else if (!stage.input.empty()) {
+            stage.Fail("it makes no progress");
+        }
+        if (stage.input.empty()) {
+            return {};
+        }
+    }
+}
+
+size_t ContentDecoder::Left() const
+{
+    return stages_.front().input.size();
+}
+
+void ContentDecoder::End() const
+{
+    if (!stages_.front().begun) {
+        return; // there was no body
+    }
+    for (const Stage &stage : stages_) {
+        if (!stage.coding->Ended()) {
+            stage.Fail("it ends too early");
+        }
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx
