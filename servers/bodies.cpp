@@ -50,6 +50,12 @@ std::string LittleEndian(uint64_t value)
     return out;
 }
 
+// Servers that are static objects send until the process ends.
+const std::shared_ptr<const std::string> &Immortal(std::string block)
+{
+    return *new auto(std::make_shared<const std::string>(std::move(block)));
+}
+
 } // namespace
 
 std::string Pattern(uint64_t length, uint64_t from)
@@ -63,7 +69,7 @@ std::string Pattern(uint64_t length, uint64_t from)
 
 void SendPattern(Script &script, uint64_t length)
 {
-    static const auto block = std::make_shared<const std::string>(Pattern(LETTERS * 2520));
+    static const auto &block = Immortal(Pattern(LETTERS * 2520));
     script.Repeat(block, length / block->size());
     script.Send(block->substr(0, length % block->size()));
 }
@@ -99,11 +105,10 @@ std::string Zstd(std::string_view bytes)
 void SendGzipBomb(Script &script, uint64_t length)
 {
     // A full flush resets the compressor, so its output for one block of zeros can be repeated.
-    static const std::string zeros(MEBIBYTE, '\0');
-    static const auto block =
-        std::make_shared<const std::string>(Compress(zeros, RAW_WINDOW, Z_FULL_FLUSH));
+    static const auto &zeros = Immortal(std::string(MEBIBYTE, '\0'));
+    static const auto &block = Immortal(Compress(*zeros, RAW_WINDOW, Z_FULL_FLUSH));
     const uint64_t blocks = (length + MEBIBYTE - 1) / MEBIBYTE;
-    const auto *bytes = reinterpret_cast<const Bytef *>(zeros.data());
+    const auto *bytes = reinterpret_cast<const Bytef *>(zeros->data());
     const uLong blockSum = crc32(0, bytes, static_cast<uInt>(MEBIBYTE));
     uLong sum = crc32(0, nullptr, 0);
     for (uint64_t i = 0; i < blocks; ++i) {

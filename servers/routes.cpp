@@ -158,7 +158,8 @@ void Index(const Visit &visit, Script &script);
 
 const std::unordered_map<std::string, Route> &Routes()
 {
-    static const std::unordered_map<std::string, Route> routes = [] {
+    // Never destroyed: servers that are static objects look up until the process ends.
+    static const auto &routes = *new auto([] {
         std::unordered_map<std::string, Route> all = {
             {"/", {Index}},
             {"/bytes", {Bytes}},
@@ -180,7 +181,7 @@ const std::unordered_map<std::string, Route> &Routes()
         all.merge(DnsRoutes());
         all.merge(FaultRoutes());
         return all;
-    }();
+    }());
     return routes;
 }
 
