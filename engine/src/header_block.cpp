@@ -42,7 +42,9 @@ bool HeaderBlock::Add(std::string_view line)
 
 void HeaderBlock::Start(std::string_view statusLine)
 {
-    *this = HeaderBlock();
+    if (complete_ || !fields_->empty()) {
+        *this = HeaderBlock();
+    }
     size_ = statusLine.size();
     const size_t space = statusLine.find(' ');
     if (space != std::string_view::npos) {
@@ -58,11 +60,11 @@ void HeaderBlock::AddField(std::string_view line)
         return;
     }
     lastName_ = Lower(Trim(line.substr(0, colon)));
-    const std::string value(Trim(line.substr(colon + 1)));
+    const std::string_view value = Trim(line.substr(colon + 1));
     if (lastName_ == "set-cookie") {
-        setCookies_.push_back(value);
+        setCookies_.emplace_back(value);
     }
-    (*fields_)[lastName_].push_back(value);
+    (*fields_)[lastName_].emplace_back(value);
 }
 
 // An obsolete line folding stands for one space (RFC 9112 section 5.2).

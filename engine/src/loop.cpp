@@ -45,13 +45,18 @@ void Loop::Timer::Start(TimePoint at)
     Stop();
     at_ = at;
     running_ = true;
-    loop_.timers_.emplace(at, this);
+    if (place_.empty()) {
+        loop_.timers_.emplace(at, this);
+    } else {
+        place_.value() = {at, this};
+        loop_.timers_.insert(std::move(place_));
+    }
 }
 
 void Loop::Timer::Stop()
 {
     if (running_) {
-        loop_.timers_.erase({at_, this});
+        place_ = loop_.timers_.extract({at_, this});
         running_ = false;
     }
 }

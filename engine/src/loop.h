@@ -65,6 +65,7 @@ public:
         const std::function<void()> action_;
         TimePoint at_;
         bool running_ = false;
+        std::set<std::pair<TimePoint, Timer *>>::node_type place_; // while it is not running
     };
 
     Loop();

@@ -41,7 +41,9 @@ void Receiver::StartHop(const Url &url, bool mayRepeat)
     url_ = &url;
     mayRepeat_ = mayRepeat;
     redirected_ = false;
-    block_ = HeaderBlock();
+    if (block_.Status() != 0) {
+        block_ = HeaderBlock();
+    }
 }
 
 bool Receiver::OnHeaderLine(std::string_view line)

@@ -16,7 +16,7 @@ bool Strand::Push(Callback callback)
 void Strand::Clear()
 {
     // Declared first, so released after the lock: a callback may own the last reference.
-    std::deque<Callback> dropped;
+    std::list<Callback> dropped;
     MutexLock lock(mutex_);
     dropped.swap(callbacks_);
 }

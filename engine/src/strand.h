@@ -2,8 +2,8 @@
 #ifndef TNX_ENGINE_STRAND_H
 #define TNX_ENGINE_STRAND_H
 
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 
 #include "activity.h"
@@ -34,7 +34,7 @@ public:
 private:
     Activity &activity_;
     Mutex mutex_;
-    std::deque<Callback> callbacks_ GUARDED_BY(mutex_);
+    std::list<Callback> callbacks_ GUARDED_BY(mutex_);
     bool scheduled_ GUARDED_BY(mutex_) = false;
 };
 
