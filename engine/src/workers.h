@@ -24,8 +24,8 @@ public:
 
 // Handing a callback to another thread costs more than most requests do. So the thread that ran a
 // round of the loop lets go of the loop, runs the callbacks of that round itself, and takes the
-// loop up again. Meanwhile another thread looks every millisecond whether it has to step in: two
-// milliseconds is what a callback that blocks can hold up the rest, once.
+// loop up again. Meanwhile another thread, the lookout, steps in when something has waited from one
+// of its looks to the next: a callback that blocks can hold up the rest for two intervals, once.
 class Workers
 {
 public:
@@ -64,7 +64,7 @@ private:
     uint64_t begun_ GUARDED_BY(mutex_) = 0;  // tasks and rounds, ever
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t idle_ GUARDED_BY(mutex_) = 0;      // with nothing to do
-    bool lookout_ GUARDED_BY(mutex_) = false; // one of the idle ones looks every millisecond
+    bool lookout_ GUARDED_BY(mutex_) = false; // one of the idle ones looks every interval
     bool waking_ GUARDED_BY(mutex_) = false;  // a thread is on its way to do so
     size_t quietLooks_ GUARDED_BY(mutex_) = 0;
     bool looping_ GUARDED_BY(mutex_) = false;
