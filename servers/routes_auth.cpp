@@ -1,5 +1,5 @@
-// Basic, Digest and Bearer, each with the credentials `user` and `password` unless the query names
-// others.
+// Basic, Digest, Bearer and NTLM, each with the credentials `user` and `password` unless the query
+// names others.
 #include "routes_auth.h"
 
 #include "bodies.h"
@@ -71,11 +71,34 @@ void Bearer(const Visit &visit, Script &script)
            "Bearer realm=\"tests\"");
 }
 
+// /401-ntlm: the three messages, of which the proof within the third is not checked. What they
+// authenticate is the connection, so it closes with the welcome.
+void Ntlm(const Visit &visit, Script &script)
+{
+    // Base 64 of "NTLMSSP", a zero byte and the first three bytes of the message's number.
+    const std::string negotiate = "NTLM TlRMTVNTUAAB";
+    const std::string authenticate = "NTLM TlRMTVNTUAAD";
+    const std::string field = visit.request.Field("authorization");
+    // The number 2, no target, OEM names and NTLM, a nonce of eight bytes.
+    constexpr char CHALLENGE[] = "NTLMSSP\0\2\0\0\0\0\0\0\0\x30\0\0\0\2\x82\0\0nonce-is"
+                                 "\0\0\0\0\0\0\0\0\0\0\0\0\x30\0\0";
+    const std::string challenge(CHALLENGE, sizeof(CHALLENGE));
+    const bool welcome = field.starts_with(authenticate);
+    Decide(visit, script, welcome,
+           field.starts_with(negotiate) ? "NTLM " + Base64(challenge) : "NTLM");
+    if (welcome) {
+        script.Close();
+    }
+}
+
 } // namespace
 
 std::unordered_map<std::string, Route> AuthRoutes()
 {
-    return {{"/401-basic", {Basic}}, {"/401-digest", {Digest}}, {"/401-bearer", {Bearer}}};
+    return {{"/401-basic", {Basic}},
+            {"/401-digest", {Digest}},
+            {"/401-bearer", {Bearer}},
+            {"/401-ntlm", {Ntlm}}};
 }
 
 } // namespace OHOS::Pelloria::TnxTest

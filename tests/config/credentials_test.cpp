@@ -39,6 +39,10 @@ TEST_F(CredentialsTest, EachKindIsWelcomeWhereItIsAskedFor)
         {"/401-digest", TNX_CREDENTIAL_AUTOMATIC, "password", 200, 2, "", "GET"},
         {"/401-bearer", TNX_CREDENTIAL_BEARER, "token", 200, 1, "Bearer ", "GET"},
         {"/401-bearer", TNX_CREDENTIAL_BEARER, "wrong", 401, 1, "Bearer ", "GET"},
+        {"/401-ntlm", TNX_CREDENTIAL_NTLM, "password", 200, 2, "NTLM TlRM", "GET"},
+        {"/401-ntlm", TNX_CREDENTIAL_NTLM, "password", 200, 2, "NTLM TlRM", "POST"},
+        {"/401-ntlm", TNX_CREDENTIAL_AUTOMATIC, "password", 200, 3, "", "GET"},
+        {"/401-basic", TNX_CREDENTIAL_NTLM, "password", 401, 1, "NTLM TlRM", "GET"},
         {"/echo", TNX_CREDENTIAL_AUTOMATIC, "password", 200, 1, "", "GET"},
     };
     for (const auto &one : cases) {
