@@ -1,8 +1,9 @@
-// tinyproxy, microsocks and dnsmasq with the smallest configuration that does.
+// tinyproxy, socat, microsocks and dnsmasq with the smallest configuration that does.
 #include "proxy_servers.h"
 
 #include <stdexcept>
 
+#include "certificates.h"
 #include "ports.h"
 
 namespace OHOS::Pelloria::TnxTest
@@ -44,6 +45,17 @@ ForwardProxy::ForwardProxy(const Credentials &credentials)
         }
         WriteFile(config, text);
         return std::vector<std::string>{"tinyproxy", "-d", "-c", config};
+    });
+}
+
+TlsFront::TlsFront(uint16_t server)
+{
+    process_ = StartOnFreePort(port_, directory_.Path("output"), [&](const std::string &port) {
+        return std::vector<std::string>{
+            "socat",
+            "OPENSSL-LISTEN:" + port + ",bind=127.0.0.1,reuseaddr,fork,verify=0,cert=" +
+                Certificate("good.pem") + ",key=" + Certificate("good.key"),
+            "TCP4:127.0.0.1:" + std::to_string(server)};
     });
 }
 

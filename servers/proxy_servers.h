@@ -32,6 +32,19 @@ private:
     std::unique_ptr<ChildProcess> process_;
 };
 
+// socat: speaks TLS in front of a server on loopback that does not, with the certificate `good`.
+class TlsFront
+{
+public:
+    explicit TlsFront(uint16_t server);
+    std::string Url() const { return "https://localhost:" + std::to_string(port_); }
+
+private:
+    TemporaryDirectory directory_;
+    uint16_t port_ = 0;
+    std::unique_ptr<ChildProcess> process_;
+};
+
 // microsocks: SOCKS version 5.
 class SocksProxy
 {

@@ -54,6 +54,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     error_.front() = '\0';
     sentBefore_ = false;
     bodySent_ = 0;
+    refusedCertificate_ = nullptr;
     SetBasics(easy, hop, share);
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
@@ -160,6 +161,11 @@ CURLcode Exchange::SetSecurity(const Hop &hop, bool proxyTls)
         if (const CURLcode code = SetServerTls(easy_, security); code != CURLE_OK) {
             return code;
         }
+        if (proxyTls) {
+            // Within the proxy's TLS a refused certificate is nothing but a failure to libcurl: the
+            // alert, which passes through the proxy's connection, clears OpenSSL's list of errors.
+            WatchEvents();
+        }
     } else if (proxyTls) {
         // libcurl compares these, not the proxy's own, when it looks for a kept connection on which
         // only the proxy speaks TLS.
@@ -198,13 +204,18 @@ void Exchange::SetRanges()
 void Exchange::SetObservers()
 {
     if (recorder_.Wanted()) {
-        curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);
-        curl_easy_setopt(easy_, CURLOPT_DEBUGFUNCTION, OnDebug);
-        curl_easy_setopt(easy_, CURLOPT_DEBUGDATA, this);
+        WatchEvents();
     }
     if (progress_.Wanted()) {
         WatchProgress();
     }
+}
+
+void Exchange::WatchEvents()
+{
+    curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);
+    curl_easy_setopt(easy_, CURLOPT_DEBUGFUNCTION, OnDebug);
+    curl_easy_setopt(easy_, CURLOPT_DEBUGDATA, this);
 }
 
 void Exchange::WatchProgress()
@@ -250,6 +261,9 @@ size_t Exchange::OnBody(char *piece, size_t size, size_t count, void *self)
 int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
 {
     auto *const exchange = static_cast<Exchange *>(self);
+    if (type == CURLINFO_SSL_DATA_OUT && exchange->refusedCertificate_ == nullptr) {
+        exchange->refusedCertificate_ = Tnx::RefusedCertificate({data, size});
+    }
     return exchange->Guarded(
         [&] {
             const bool isText = type == CURLINFO_TEXT;

@@ -58,6 +58,9 @@ public:
     // libcurl was to send the body of a request that must not be repeated a second time.
     bool RefusedRetry() const { return refusedRetry_; }
 
+    // Why the server's certificate was refused, where libcurl cannot tell; else null.
+    const char *RefusedCertificate() const { return refusedCertificate_; }
+
     // A callback of libcurl ran out of memory.
     bool OutOfMemory() const { return outOfMemory_; }
 
@@ -75,6 +78,7 @@ private:
     void SetTimeouts(const TimeLeft &left);
     void SetRanges();
     void SetObservers();
+    void WatchEvents();
     void WatchProgress();
     std::string WithRealName(std::string text) const;
 
@@ -103,6 +107,7 @@ private:
     bool sentBefore_ = false;
     curl_off_t bodySent_ = 0;
     bool refusedRetry_ = false;
+    const char *refusedCertificate_ = nullptr;
     bool outOfMemory_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};
 };

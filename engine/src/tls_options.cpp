@@ -217,4 +217,26 @@ CURLcode SetProxyCredential(CURL *easy, const SecurityConfiguration &security)
     return SetCredential(easy, PROXY, security);
 }
 
+const char *RefusedCertificate(std::string_view message)
+{
+    constexpr char FATAL = 2; // RFC 8446 section 6
+    if (message.size() != 2 || message[0] != FATAL) {
+        return nullptr;
+    }
+    switch (message[1]) {
+    case 42:
+    case 43:
+    case 46:
+        return "bad certificate";
+    case 44:
+        return "certificate is revoked";
+    case 45:
+        return "certificate has expired";
+    case 48:
+        return "unknown issuer";
+    default:
+        return nullptr;
+    }
+}
+
 } // namespace OHOS::Pelloria::Tnx

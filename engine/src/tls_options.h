@@ -2,6 +2,8 @@
 #ifndef TNX_ENGINE_TLS_OPTIONS_H
 #define TNX_ENGINE_TLS_OPTIONS_H
 
+#include <string_view>
+
 #include <curl/curl.h>
 
 #include "tnx_native/security.h"
@@ -15,6 +17,9 @@ CURLcode SetProxyTls(CURL *easy, const SecurityConfiguration &security);
 // The credential, if there is one.
 CURLcode SetServerCredential(CURL *easy, const SecurityConfiguration &security);
 CURLcode SetProxyCredential(CURL *easy, const SecurityConfiguration &security);
+
+// Why a certificate was refused, if that is what a TLS message to the peer says. Static, or null.
+const char *RefusedCertificate(std::string_view message);
 
 } // namespace OHOS::Pelloria::Tnx
 

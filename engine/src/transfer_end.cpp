@@ -89,6 +89,11 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
     case PullBody::Failure::NONE:
         break;
     }
+    if (const char *reason = exchange_.RefusedCertificate();
+        code == CURLE_SSL_CONNECT_ERROR && reason != nullptr) {
+        what = std::string("SSL certificate problem: ") + reason;
+        return CURLE_PEER_FAILED_VERIFICATION;
+    }
     if (code == CURLE_UNSUPPORTED_PROTOCOL) {
         what = "The answer is not HTTP: " + what;
         return CURLE_WEIRD_SERVER_REPLY;

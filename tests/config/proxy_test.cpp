@@ -172,6 +172,52 @@ TEST_F(ProxyTest, AnHttpsProxyIsTrustedByItsOwnSettings)
     }
 }
 
+// TLS to the server within TLS to the proxy: each is trusted by settings of its own.
+TEST_F(ProxyTest, AnHttpsProxyTunnels)
+{
+    const Credentials credentials = {"user", "password"};
+    const ForwardProxy proxy(credentials);
+    const TlsFront front(proxy.Port());
+    const Way way = {front.Url(), TNX_PROXY_TUNNEL, "user", "password"};
+    const std::string authority = Certificate("ca.pem");
+    const struct {
+        const char *what;
+        std::string url;
+        const char *ofServer; // whom the server's settings trust
+        const char *ofProxy;
+        const char *why; // it is refused, null where it is not
+    } cases[] = {
+        {"both", Nginx().Url("/1k", Site::TLS), authority.c_str(), authority.c_str(), nullptr},
+        {"clear text inside", Nginx().Url("/1k"), nullptr, authority.c_str(), nullptr},
+        {"proxy only", Nginx().Url("/1k", Site::TLS), nullptr, authority.c_str(), "issuer"},
+        {"server only", Nginx().Url("/1k", Site::TLS), authority.c_str(), nullptr, "issuer"},
+        {"an expired server", Nginx().Url("/1k", Site::EXPIRED), authority.c_str(),
+         authority.c_str(), "expired"},
+        {"another server", Nginx().Url("/1k", Site::WRONG_NAME), authority.c_str(),
+         authority.c_str(), "name"},
+    };
+    for (const auto &one : cases) {
+        SCOPED_TRACE(one.what);
+        Both(
+            [&](Call &call) {
+                Take(call, way);
+                call.configuration.security.customValidation1 = one.ofServer;
+                call.configuration.proxy.security.remoteValidation = TNX_VALIDATION_CUSTOM;
+                call.configuration.proxy.security.customValidation1 = one.ofProxy;
+            },
+            one.url, "GET",
+            [&one](const Outcome &outcome) {
+                EXPECT_EQ(outcome.code, one.why == nullptr ? 0 : TNX_ERR_PEER_VERIFICATION)
+                    << outcome.Why();
+                EXPECT_EQ(outcome.body.size(), one.why == nullptr ? 1024U : 0U);
+                if (one.why != nullptr) {
+                    EXPECT_NE(outcome.Why().find(one.why), std::string::npos) << outcome.Why();
+                }
+            });
+    }
+    EXPECT_NE(proxy.Log().find("CONNECT localhost:"), std::string::npos) << proxy.Log();
+}
+
 TEST_F(ProxyTest, BadProxiesAreToldFromBadServers)
 {
     const RefusingPort refusing;
