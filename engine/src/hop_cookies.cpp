@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include <libpsl.h>
+
 #include "resolver.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -15,6 +17,16 @@ std::string DefaultPath(const std::string &path)
 {
     const size_t slash = path.rfind('/');
     return slash == std::string::npos || slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Whether strangers have names below it, `org` and `co.uk` for instance; they would all get what is
+// set for it.
+bool IsPublicSuffix(std::string domain)
+{
+    if (domain.ends_with('.')) {
+        domain.pop_back();
+    }
+    return psl_is_public_suffix(psl_builtin(), domain.c_str()) == 1;
 }
 
 } // namespace
@@ -34,10 +46,9 @@ bool PathMatches(const std::string &path, const std::string &cookiePath)
 
 void HopCookies::Store(const ResponseCookie &cookie, const Url &url)
 {
-    const bool topLevel = cookie.domain.find('.') == std::string::npos;
-    const bool hostOnly = cookie.domain.empty() || (topLevel && cookie.domain == url.host);
-    // A cookie for a whole top-level domain would go to strangers.
-    if (!hostOnly && (topLevel || !DomainMatches(url.host, cookie.domain))) {
+    const bool publicSuffix = IsPublicSuffix(cookie.domain);
+    const bool hostOnly = cookie.domain.empty() || (publicSuffix && cookie.domain == url.host);
+    if (!hostOnly && (publicSuffix || !DomainMatches(url.host, cookie.domain))) {
         return;
     }
     Stored stored{.name = cookie.name,

@@ -195,8 +195,14 @@ TEST(HopCookiesTest, SendsWhatTheRulesAllow)
         {{{"http://a.org/", "n=v; Domain=www.a.org"}}, "http://www.a.org/", ""},
         {{{"http://127.0.0.1/", "n=v; Domain=127.0.0.1"}}, "http://127.0.0.1/", "n=v"},
         {{{"http://127.0.0.1/", "n=v; Domain=0.0.1"}}, "http://127.0.0.1/", ""},
-        // A cookie for a whole top-level domain would go to strangers.
+        // A cookie for a public suffix would go to strangers.
         {{{"http://a.org/", "n=v; Domain=org"}}, "http://b.org/", ""},
+        {{{"http://a.co.uk/", "n=v; Domain=co.uk"}}, "http://b.co.uk/", ""},
+        {{{"http://a.co.uk./", "n=v; Domain=co.uk."}}, "http://b.co.uk./", ""},
+        {{{"http://www.a.co.uk/", "n=v; Domain=a.co.uk"}}, "http://a.co.uk/", "n=v"},
+        {{{"http://co.uk/", "n=v; Domain=co.uk"}}, "http://a.co.uk/", ""},
+        {{{"http://co.uk/", "n=v; Domain=co.uk"}}, "http://co.uk/", "n=v"},
+        {{{"http://a.unlisted/", "n=v; Domain=unlisted"}}, "http://b.unlisted/", ""},
         {{{"http://localhost/", "n=v; Domain=localhost"}}, "http://localhost/", "n=v"},
         {{{"http://a.org/x/y", "n=v"}}, "http://a.org/x/z", "n=v"},
         {{{"http://a.org/x/y", "n=v"}}, "http://a.org/z", ""},
