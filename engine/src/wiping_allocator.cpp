@@ -69,6 +69,9 @@ void *Allocate(size_t size)
 
 void Release(void *block)
 {
+    if (block == nullptr) {
+        return; // libcurl releases dozens of texts that are not set with each request
+    }
     const size_t size = malloc_usable_size(block);
     memset_s(block, size, 0, size <= MOST_WIPED ? size : WIPED_HEAD);
     if (size >= LEAST_KEPT && size <= MOST_KEPT && g_kept.Keep(block)) {
