@@ -30,6 +30,15 @@ private:
     const std::function<void()> action_;
 };
 
+// Whoever lets others wait tells them by himself when memory runs out.
+template <class Action> void Guarded(const Action &action)
+{
+    try {
+        action();
+    } catch (const std::bad_alloc &) {
+    }
+}
+
 int Checked(int fd)
 {
     if (fd < 0) {
@@ -40,20 +49,25 @@ int Checked(int fd)
 
 } // namespace
 
-void Loop::Timer::Start(TimePoint at)
+Loop::Timer::Timer(Loop &loop, std::function<void()> action)
+    : loop_(loop)
+    , action_(std::move(action))
+{
+    Timers made;
+    made.emplace(at_, this);
+    place_ = made.extract(made.begin());
+}
+
+void Loop::Timer::Start(TimePoint at) noexcept
 {
     Stop();
     at_ = at;
     running_ = true;
-    if (place_.empty()) {
-        loop_.timers_.emplace(at, this);
-    } else {
-        place_.value() = {at, this};
-        loop_.timers_.insert(std::move(place_));
-    }
+    place_.value() = {at, this};
+    loop_.timers_.insert(std::move(place_));
 }
 
-void Loop::Timer::Stop()
+void Loop::Timer::Stop() noexcept
 {
     if (running_) {
         place_ = loop_.timers_.extract({at_, this});
@@ -75,11 +89,11 @@ Loop::~Loop()
     close(epoll_);
 }
 
-void Loop::Post(std::shared_ptr<LoopTask> task)
+void Loop::Post(std::shared_ptr<LoopTask> task) noexcept
 {
     {
         MutexLock lock(mutex_);
-        posted_.push_back(std::move(task));
+        posted_.Push(std::move(task));
     }
     if (asleep_.exchange(false)) {
         const uint64_t one = 1;
@@ -161,7 +175,7 @@ void Loop::Dispatch(int fd, uint32_t events)
         Register(fd, registration, registration.wanted);
         return;
     }
-    registration.watcher->OnReady(fd, events);
+    Guarded([&registration, fd, events] { registration.watcher->OnReady(fd, events); });
 }
 
 int Loop::MillisecondsToWait()
@@ -170,7 +184,7 @@ int Loop::MillisecondsToWait()
     asleep_ = true;
     {
         MutexLock lock(mutex_);
-        if (!posted_.empty()) {
+        if (!posted_.Empty()) {
             asleep_ = false;
             return 0;
         }
@@ -187,17 +201,11 @@ void Loop::RunPosted()
 {
     {
         MutexLock lock(mutex_);
-        running_.swap(posted_);
+        running_.Swap(posted_);
     }
-    for (std::shared_ptr<LoopTask> &task : running_) {
-        try {
-            task->RunOnLoop();
-        } catch (const std::bad_alloc &) {
-            // What waits for the task has a time-out.
-        }
-        task.reset();
+    while (!running_.Empty()) {
+        Guarded([task = running_.Pop()] { task->RunOnLoop(); });
     }
-    running_.clear();
 }
 
 void Loop::RunTimers()
@@ -209,7 +217,7 @@ void Loop::RunTimers()
     while (!timers_.empty() && timers_.begin()->first <= now) {
         Timer *timer = timers_.begin()->second;
         timer->Stop();
-        timer->action_();
+        Guarded(timer->action_);
     }
 }
 

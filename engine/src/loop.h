@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/mutex.h"
+#include "task_queue.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -22,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 using TimePoint = Clock::time_point;
 
 // Work for the loop. Posted by any thread, run on the loop's.
-class LoopTask
+class LoopTask : public TaskQueue<LoopTask>::Link
 {
 public:
     virtual ~LoopTask() = default;
@@ -42,21 +43,20 @@ protected:
 class Loop
 {
 public:
+    class Timer;
+    using Timers = std::set<std::pair<TimePoint, Timer *>>;
+
     // One deadline. Belongs to the loop's thread.
     class Timer
     {
     public:
-        Timer(Loop &loop, std::function<void()> action)
-            : loop_(loop)
-            , action_(std::move(action))
-        {
-        }
+        Timer(Loop &loop, std::function<void()> action);
         ~Timer() { Stop(); }
         Timer(const Timer &) = delete;
         Timer &operator=(const Timer &) = delete;
 
-        void Start(TimePoint at);
-        void Stop();
+        void Start(TimePoint at) noexcept;
+        void Stop() noexcept;
         bool Running() const { return running_; }
 
     private:
@@ -65,7 +65,7 @@ public:
         const std::function<void()> action_;
         TimePoint at_;
         bool running_ = false;
-        std::set<std::pair<TimePoint, Timer *>>::node_type place_; // while it is not running
+        Timers::node_type place_; // while it is not running; kept, so that starting takes no memory
     };
 
     Loop();
@@ -79,13 +79,15 @@ public:
     // No round will run any more.
     void End();
 
-    void Post(std::shared_ptr<LoopTask> task);
+    // The task must not be waiting already.
+    void Post(std::shared_ptr<LoopTask> task) noexcept;
     void Post(std::function<void()> action);
 
     // Runs the action on the loop's thread and waits for it; false when the loop has ended.
     bool Run(const std::function<void()> &action);
 
-    // The rest belongs to the loop's thread. `events` are those of epoll; 0 stops watching.
+    // The rest belongs to the loop's thread. `events` are those of epoll; 0 stops watching. Takes
+    // no memory for a descriptor whose birth was told.
     void Watch(int fd, uint32_t events, Watcher *watcher);
 
     // Tells of a descriptor's birth and death. Between the two its registration is kept when it is
@@ -113,11 +115,11 @@ private:
     std::atomic<bool> asleep_ = false;
     Mutex mutex_;
     CondVar changed_;
-    std::vector<std::shared_ptr<LoopTask>> posted_ GUARDED_BY(mutex_);
+    TaskQueue<LoopTask> posted_ GUARDED_BY(mutex_);
     bool ended_ GUARDED_BY(mutex_) = false;
-    std::vector<std::shared_ptr<LoopTask>> running_;
+    TaskQueue<LoopTask> running_;
     std::vector<Registration> registrations_;
-    std::set<std::pair<TimePoint, Timer *>> timers_;
+    Timers timers_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -2,6 +2,7 @@
 #include "workers.h"
 
 #include <chrono>
+#include <exception>
 #include <system_error>
 
 #include "quiet_thread.h"
@@ -33,8 +34,8 @@ bool Workers::StartThread()
         StartQuietThread("tnx-worker", [this] { Work(); }).detach();
         ++threads_;
         return true;
-    } catch (const std::system_error &) {
-        return false; // those that there are will get there, later
+    } catch (const std::exception &) {
+        return false; // no thread, or no memory for one: those that there are will get there, later
     }
 }
 
@@ -42,7 +43,7 @@ void Workers::Stop()
 {
     MutexLock lock(mutex_);
     stopped_ = true;
-    tasks_.clear();
+    tasks_.Clear();
     loop_.Post([] {});
     work_.NotifyAll();
     while (looping_) {
@@ -56,7 +57,7 @@ void Workers::Work()
     mutex_.lock();
     bool needed = !waking_ || LookOut();
     while (needed && !stopped_) {
-        if (!tasks_.empty()) {
+        if (!tasks_.Empty()) {
             RunTask();
         } else if (!looping_) {
             RunRound();
@@ -85,17 +86,15 @@ void Workers::RunRound()
         roundOver_.NotifyAll();
         return;
     }
-    queued_ += batch_.size();
-    for (std::shared_ptr<PoolTask> &task : batch_) {
-        tasks_.push_back(std::move(task));
+    for (; !batch_.Empty(); ++queued_) {
+        tasks_.Push(batch_.Pop());
     }
-    batch_.clear();
 }
 
 void Workers::RunTask()
 {
-    std::shared_ptr<PoolTask> task = std::move(tasks_.front());
-    tasks_.pop_front();
+    std::shared_ptr<PoolTask> task = tasks_.Pop();
+    ++taken_;
     ++begun_;
     EnsureLookout();
     mutex_.unlock();
@@ -149,8 +148,8 @@ bool Workers::Look()
     ++quietLooks_;
     work_.WaitUntil(mutex_, std::chrono::steady_clock::now() + LOOKOUT_INTERVAL);
     lookout_ = false;
-    const bool waiting = !tasks_.empty() || !looping_;
-    return waiting && (begun_ == begun || queued_ - tasks_.size() < queued);
+    const bool waiting = !tasks_.Empty() || !looping_;
+    return waiting && (begun_ == begun || taken_ < queued);
 }
 
 } // namespace OHOS::Pelloria::Tnx

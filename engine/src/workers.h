@@ -5,9 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
-#include <vector>
 
 #include "common/mutex.h"
 #include "loop.h"
@@ -15,7 +13,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-class PoolTask
+class PoolTask : public TaskQueue<PoolTask>::Link
 {
 public:
     virtual ~PoolTask() = default;
@@ -39,7 +37,7 @@ public:
     void Start();
 
     // Runs a task when the round is over. On the loop's thread.
-    void RunLater(std::shared_ptr<PoolTask> task) { batch_.push_back(std::move(task)); }
+    void RunLater(std::shared_ptr<PoolTask> task) noexcept { batch_.Push(std::move(task)); }
 
     // Waits for the round that runs, lets no other begin, and takes no task any more.
     void Stop();
@@ -54,13 +52,14 @@ private:
     bool Look() REQUIRES(mutex_);
 
     Loop &loop_;
-    std::vector<std::shared_ptr<PoolTask>> batch_; // of the round that runs
+    TaskQueue<PoolTask> batch_; // of the round that runs
 
     Mutex mutex_;
     CondVar work_;
     CondVar roundOver_; // for Stop
-    std::deque<std::shared_ptr<PoolTask>> tasks_ GUARDED_BY(mutex_);
+    TaskQueue<PoolTask> tasks_ GUARDED_BY(mutex_);
     uint64_t queued_ GUARDED_BY(mutex_) = 0; // tasks, ever
+    uint64_t taken_ GUARDED_BY(mutex_) = 0;  // of those
     uint64_t begun_ GUARDED_BY(mutex_) = 0;  // tasks and rounds, ever
     size_t threads_ GUARDED_BY(mutex_) = 0;
     size_t idle_ GUARDED_BY(mutex_) = 0;      // with nothing to do
