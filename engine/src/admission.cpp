@@ -44,25 +44,23 @@ bool Admission::Enter(const Slot &slot, const std::shared_ptr<Candidate> &candid
     return false;
 }
 
-void Admission::Leave(const Slot &slot)
+void Admission::Leave(const Slot &slot) noexcept
 {
-    Admitted admitted;
     {
         MutexLock lock(mutex_);
-        Host &host = hosts_[slot.host];
+        Host &host = hosts_.find(slot.host)->second;
         const uint64_t before = host.Connections();
         --(slot.exclusive ? host.exclusive : host.shared);
         connections_ -= before - host.Connections();
-        if (!contended_.empty()) {
-            AdmitWaiters(admitted);
+        if (contended_.empty()) {
+            return;
         }
     }
-    Tell(admitted);
+    AdmitWaiters();
 }
 
 void Admission::SharesConnections(const std::string &name)
 {
-    Admitted admitted;
     {
         MutexLock lock(mutex_);
         Host &host = hosts_[name];
@@ -72,36 +70,51 @@ void Admission::SharesConnections(const std::string &name)
         const uint64_t before = host.Connections();
         host.streamsAConnection = HTTP2_STREAMS;
         connections_ -= before - host.Connections();
-        AdmitWaiters(admitted);
     }
-    Tell(admitted);
+    AdmitWaiters();
 }
 
-bool Admission::AdmitFrom(Host &host, Admitted &admitted)
+// One by one, which takes no memory: who waits must not wait for ever for want of it.
+void Admission::AdmitWaiters()
+{
+    while (const std::shared_ptr<Candidate> candidate = AdmitOne()) {
+        candidate->Admitted();
+    }
+}
+
+std::shared_ptr<Candidate> Admission::AdmitOne()
+{
+    MutexLock lock(mutex_);
+    for (size_t turns = contended_.size(); turns > 0; --turns) {
+        Host &host = hosts_.find(contended_.front())->second;
+        std::shared_ptr<Candidate> admitted = AdmitFrom(host);
+        if (host.waiters.empty()) {
+            contended_.pop_front();
+        } else {
+            contended_.splice(contended_.end(), contended_, contended_.begin());
+        }
+        if (admitted != nullptr) {
+            return admitted;
+        }
+    }
+    return nullptr;
+}
+
+// Null where nobody waits any more, or the limits let nobody in.
+std::shared_ptr<Candidate> Admission::AdmitFrom(Host &host)
 {
     while (!host.waiters.empty()) {
         const Waiter &first = host.waiters.front();
         std::shared_ptr<Candidate> candidate = first.candidate.lock();
-        if (candidate != nullptr) {
-            if (!Take(host, first.exclusive)) {
-                return false;
-            }
-            admitted.push_back(std::move(candidate));
+        if (candidate != nullptr && !Take(host, first.exclusive)) {
+            return nullptr;
         }
         host.waiters.pop_front();
-    }
-    return true;
-}
-
-void Admission::AdmitWaiters(Admitted &admitted)
-{
-    for (size_t turns = contended_.size(); turns > 0; --turns) {
-        std::string name = std::move(contended_.front());
-        contended_.pop_front();
-        if (!AdmitFrom(hosts_[name], admitted)) {
-            contended_.push_back(std::move(name));
+        if (candidate != nullptr) {
+            return candidate;
         }
     }
+    return nullptr;
 }
 
 void Admission::ForgetIdleHosts()
@@ -110,13 +123,6 @@ void Admission::ForgetIdleHosts()
         return entry.second.Connections() == 0 && entry.second.waiters.empty();
     });
     forgetAt_ = std::max(REMEMBERED_HOSTS, 2 * hosts_.size());
-}
-
-void Admission::Tell(const Admitted &admitted)
-{
-    for (const std::shared_ptr<Candidate> &candidate : admitted) {
-        candidate->Admitted();
-    }
 }
 
 } // namespace OHOS::Pelloria::Tnx

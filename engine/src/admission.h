@@ -5,11 +5,10 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "common/mutex.h"
 
@@ -46,7 +45,7 @@ public:
     bool Enter(const Slot &slot, const std::shared_ptr<Candidate> &candidate);
 
     // Gives a slot back; who waits for it is told.
-    void Leave(const Slot &slot);
+    void Leave(const Slot &slot) noexcept;
 
     // The host speaks HTTP/2: its connections are shared from now on.
     void SharesConnections(const std::string &host);
@@ -68,13 +67,12 @@ private:
         }
     };
     using Hosts = std::unordered_map<std::string, Host>;
-    using Admitted = std::vector<std::shared_ptr<Candidate>>;
 
     bool Take(Host &host, bool exclusive) REQUIRES(mutex_);
-    void AdmitWaiters(Admitted &admitted) REQUIRES(mutex_);
-    bool AdmitFrom(Host &host, Admitted &admitted) REQUIRES(mutex_);
+    void AdmitWaiters();
+    std::shared_ptr<Candidate> AdmitOne();
+    std::shared_ptr<Candidate> AdmitFrom(Host &host) REQUIRES(mutex_);
     void ForgetIdleHosts() REQUIRES(mutex_);
-    static void Tell(const Admitted &admitted);
 
     static constexpr size_t REMEMBERED_HOSTS = 1024;
 
@@ -85,7 +83,7 @@ private:
     size_t forgetAt_ GUARDED_BY(mutex_) = REMEMBERED_HOSTS;
     uint64_t connections_ GUARDED_BY(mutex_) = 0;
     // Hosts that somebody waits for, each once, in turn.
-    std::deque<std::string> contended_ GUARDED_BY(mutex_);
+    std::list<std::string> contended_ GUARDED_BY(mutex_);
 };
 
 } // namespace OHOS::Pelloria::Tnx
