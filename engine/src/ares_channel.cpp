@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 
 #include <arpa/inet.h>
 #include <netdb.h>
@@ -26,6 +27,25 @@ std::string AddressText(const sockaddr *address)
             : &reinterpret_cast<const sockaddr_in6 *>(address)->sin6_addr;
     inet_ntop(address->sa_family, bytes, text.data(), text.size());
     return text.data();
+}
+
+LookupResult ResultOf(int status, const ares_addrinfo *list)
+{
+    LookupResult result;
+    if (status != ARES_SUCCESS) {
+        result.error = ares_strerror(status);
+        return result;
+    }
+    int timeToLive = list->nodes != nullptr ? list->nodes->ai_ttl : 0;
+    for (const ares_addrinfo_node *node = list->nodes; node != nullptr; node = node->ai_next) {
+        result.addresses.push_back(AddressText(node->ai_addr));
+        timeToLive = std::min(timeToLive, node->ai_ttl);
+    }
+    result.timeToLive = std::chrono::seconds(std::max(timeToLive, 0));
+    if (result.addresses.empty()) {
+        result.error = "the name has no address";
+    }
+    return result;
 }
 
 std::string ServerList(const DnsServers &servers)
@@ -95,18 +115,10 @@ void AresChannel::OnAddresses(void *done, int status, int, ares_addrinfo *info)
     const std::unique_ptr<ares_addrinfo, decltype(&ares_freeaddrinfo)> list(info,
                                                                             ares_freeaddrinfo);
     LookupResult result;
-    if (status != ARES_SUCCESS) {
-        result.error = ares_strerror(status);
-    } else {
-        int timeToLive = list->nodes != nullptr ? list->nodes->ai_ttl : 0;
-        for (const ares_addrinfo_node *node = list->nodes; node != nullptr; node = node->ai_next) {
-            result.addresses.push_back(AddressText(node->ai_addr));
-            timeToLive = std::min(timeToLive, node->ai_ttl);
-        }
-        result.timeToLive = std::chrono::seconds(std::max(timeToLive, 0));
-        if (result.addresses.empty()) {
-            result.error = "the name has no address";
-        }
+    try {
+        result = ResultOf(status, list.get());
+    } catch (const std::bad_alloc &) {
+        result = NoMemory();
     }
     (*owned)(result);
 }
@@ -115,7 +127,10 @@ void AresChannel::OnSocketState(void *self, ares_socket_t socket, int readable, 
 {
     auto *const channel = static_cast<AresChannel *>(self);
     const uint32_t events = (readable ? EPOLLIN : 0U) | (writable ? EPOLLOUT : 0U);
-    channel->loop_.Watch(socket, events, channel);
+    try {
+        channel->loop_.Watch(socket, events, channel);
+    } catch (const std::bad_alloc &) { // the question times out
+    }
 }
 
 void AresChannel::OnReady(int fd, uint32_t events)

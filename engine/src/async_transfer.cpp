@@ -1,6 +1,7 @@
 // Asynchronous fetches: the loop on one side, the application's callbacks on the other.
 #include "async_transfer.h"
 
+#include <new>
 #include <utility>
 
 #include "session_core.h"
@@ -46,17 +47,26 @@ void AsyncTransfer::KeepLimit()
         limit_.reset();
         return;
     }
-    if (limit_ == nullptr) {
-        limit_ = std::make_unique<Loop::Timer>(Core().GetRuntime().GetLoop(), [this] { Wake(); });
+    try {
+        if (limit_ == nullptr) {
+            limit_ =
+                std::make_unique<Loop::Timer>(Core().GetRuntime().GetLoop(), [this] { Wake(); });
+        }
+        limit_->Start(*limit);
+    } catch (const std::bad_alloc &) {
+        FailWithoutMemory();
     }
-    limit_->Start(*limit);
 }
 
 void AsyncTransfer::Deliver(std::function<void()> callback)
 {
-    if (!strand_.Push(std::move(callback))) {
-        return;
+    if (strand_.Push(std::move(callback))) {
+        RunStrand();
     }
+}
+
+void AsyncTransfer::RunStrand()
+{
     std::shared_ptr<PoolTask> task(shared_from_this(), static_cast<PoolTask *>(&strand_));
     if (Core().Runner()) {
         Core().Runner()([task] { task->RunOnPool(); });
@@ -82,24 +92,21 @@ void AsyncTransfer::StopExchange(CURL *easy)
     Core().Multi().Remove(easy);
 }
 
-void AsyncTransfer::Unpause(CURL *easy)
-{
-    Core().Multi().Unpause(easy);
-}
-
 void AsyncTransfer::GiveHandleBack(CURL *easy)
 {
     Core().GiveEasy(EasyHandle(easy));
 }
 
-void AsyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code)
+void AsyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept
 {
     limit_.reset();
     if (code == ERR_REQUEST_CANCELED || code == ERR_SESSION_CLOSED) {
         strand_.Clear();
     }
     outcome_ = std::move(response);
-    Deliver([this, code] { completion_(outcome_, code); });
+    if (strand_.PushLast([this, code] { completion_(outcome_, code); })) {
+        RunStrand();
+    }
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -28,9 +28,9 @@ private:
     CURL *TakeHandle() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
-    void Unpause(CURL *easy) override;
     void GiveHandleBack(CURL *easy) override;
-    void Complete(std::shared_ptr<Response> response, uint32_t code) override;
+    void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
+    void RunStrand();
     void KeepLimit();
 
     const ResponseCallback completion_;

@@ -2,27 +2,22 @@
 #include "curl_multi.h"
 
 #include <new>
+#include <utility>
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "curl_handles.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
 CurlMulti::CurlMulti(Loop &loop)
     : loop_(loop)
-    , multi_(curl_multi_init())
     , timer_(loop, [this] { Act(CURL_SOCKET_TIMEOUT, 0); })
 {
-    if (multi_ == nullptr) {
-        throw std::bad_alloc();
-    }
-    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, OnSocket);
-    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
-    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, OnTimer);
-    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
-    curl_multi_setopt(multi_, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
+    SetUp();
 }
 
 CurlMulti::~CurlMulti()
@@ -30,25 +25,64 @@ CurlMulti::~CurlMulti()
     curl_multi_cleanup(multi_);
 }
 
+void CurlMulti::SetUp()
+{
+    multi_ = curl_multi_init();
+    if (multi_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, maxIdle_);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, OnSocket);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, OnTimer);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
+}
+
 void CurlMulti::SetMaxIdleConnections(long count)
 {
+    maxIdle_ = count;
     curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, count);
 }
 
 void CurlMulti::Add(CURL *easy, ExchangeListener &listener)
 {
+    if (multi_ == nullptr) {
+        SetUp();
+    }
+    running_.push_back(easy);
     curl_easy_setopt(easy, CURLOPT_PRIVATE, &listener);
-    curl_multi_add_handle(multi_, easy);
+    listener.place_ = running_.size() - 1;
+    try {
+        AddHandle(multi_, easy);
+    } catch (const std::bad_alloc &) {
+        TakeOut(easy);
+        throw;
+    }
 }
 
 void CurlMulti::Remove(CURL *easy)
 {
-    curl_multi_remove_handle(multi_, easy);
+    TakeOut(easy);
 }
 
-void CurlMulti::Unpause(CURL *easy)
+// Null where it is not in.
+ExchangeListener *CurlMulti::TakeOut(CURL *easy)
 {
-    curl_easy_pause(easy, CURLPAUSE_CONT);
+    const auto listenerOf = [](CURL *handle) {
+        char *listener = nullptr;
+        curl_easy_getinfo(handle, CURLINFO_PRIVATE, &listener);
+        return reinterpret_cast<ExchangeListener *>(listener);
+    };
+    ExchangeListener *const listener = listenerOf(easy);
+    if (listener == nullptr || listener->place_ == ExchangeListener::NOWHERE) {
+        return nullptr;
+    }
+    curl_multi_remove_handle(multi_, easy);
+    listenerOf(running_.back())->place_ = listener->place_;
+    running_[std::exchange(listener->place_, ExchangeListener::NOWHERE)] = running_.back();
+    running_.pop_back();
+    return listener;
 }
 
 void CurlMulti::Prepare(CURL *easy)
@@ -70,8 +104,23 @@ void CurlMulti::OnReady(int fd, uint32_t events)
 void CurlMulti::Act(curl_socket_t socket, int events)
 {
     int running = 0;
-    curl_multi_socket_action(multi_, socket, events, &running);
+    if (curl_multi_socket_action(multi_, socket, events, &running) == CURLM_OUT_OF_MEMORY) {
+        StartOver();
+    } else {
+        CollectDone();
+    }
+}
+
+// libcurl has lost sight of a socket and divides by zero when it meets it again: none of what it
+// has under way, and no connection, can be relied upon.
+void CurlMulti::StartOver()
+{
     CollectDone();
+    while (!running_.empty()) {
+        TakeOut(running_.back())->ExchangeDone(CURLE_OUT_OF_MEMORY);
+    }
+    curl_multi_cleanup(std::exchange(multi_, nullptr));
+    timer_.Stop();
 }
 
 void CurlMulti::CollectDone()
@@ -79,12 +128,8 @@ void CurlMulti::CollectDone()
     int left = 0;
     while (const CURLMsg *message = curl_multi_info_read(multi_, &left)) {
         if (message->msg == CURLMSG_DONE) {
-            CURL *const easy = message->easy_handle;
-            const CURLcode code = message->data.result;
-            char *listener = nullptr;
-            curl_easy_getinfo(easy, CURLINFO_PRIVATE, &listener);
-            curl_multi_remove_handle(multi_, easy);
-            reinterpret_cast<ExchangeListener *>(listener)->ExchangeDone(code);
+            const CURLcode code = message->data.result; // the message goes with the handle
+            TakeOut(message->easy_handle)->ExchangeDone(code);
         }
     }
 }
@@ -120,7 +165,12 @@ curl_socket_t CurlMulti::OnOpen(void *loop, curlsocktype, curl_sockaddr *address
     if (fd < 0) {
         return CURL_SOCKET_BAD;
     }
-    static_cast<Loop *>(loop)->Opened(fd);
+    try {
+        static_cast<Loop *>(loop)->Opened(fd);
+    } catch (const std::bad_alloc &) {
+        close(fd);
+        return CURL_SOCKET_BAD;
+    }
     return fd;
 }
 

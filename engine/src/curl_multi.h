@@ -2,7 +2,9 @@
 #ifndef TNX_ENGINE_CURL_MULTI_H
 #define TNX_ENGINE_CURL_MULTI_H
 
-#include <memory>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -10,18 +12,6 @@
 
 namespace OHOS::Pelloria::Tnx
 {
-
-struct CurlCleanup {
-    void operator()(CURL *easy) const noexcept { curl_easy_cleanup(easy); }
-    void operator()(CURLU *url) const noexcept { curl_url_cleanup(url); }
-    void operator()(curl_slist *list) const noexcept { curl_slist_free_all(list); }
-    void operator()(curl_mime *mime) const noexcept { curl_mime_free(mime); }
-};
-
-using EasyHandle = std::unique_ptr<CURL, CurlCleanup>;
-using UrlHandle = std::unique_ptr<CURLU, CurlCleanup>;
-using StringList = std::unique_ptr<curl_slist, CurlCleanup>;
-using MimeHandle = std::unique_ptr<curl_mime, CurlCleanup>;
 
 // Waits for one easy handle.
 class ExchangeListener
@@ -31,6 +21,11 @@ public:
 
 protected:
     ~ExchangeListener() = default;
+
+private:
+    friend class CurlMulti;
+    static constexpr size_t NOWHERE = SIZE_MAX;
+    size_t place_ = NOWHERE; // in the multi's list
 };
 
 // Made on any thread, used and destroyed on the loop's.
@@ -44,20 +39,21 @@ public:
 
     void SetMaxIdleConnections(long count);
 
-    // The listener is told once, when the exchange is done and its handle is out of here.
+    // The listener is told once, when the exchange is done and its handle is out of here. Throws
+    // bad_alloc.
     void Add(CURL *easy, ExchangeListener &listener);
     void Remove(CURL *easy);
-
-    // Goes on with a handle that was paused; a direction that has nothing yet pauses again.
-    void Unpause(CURL *easy);
 
     // The options of an easy handle whose sockets this loop watches.
     void Prepare(CURL *easy);
 
 private:
     void OnReady(int fd, uint32_t events) override;
+    void SetUp();
     void Act(curl_socket_t socket, int events);
     void CollectDone();
+    void StartOver();
+    ExchangeListener *TakeOut(CURL *easy);
 
     static int OnSocket(CURL *easy, curl_socket_t socket, int what, void *self, void *);
     static int OnTimer(CURLM *multi, long milliseconds, void *self);
@@ -65,8 +61,10 @@ private:
     static int OnClose(void *loop, curl_socket_t socket);
 
     Loop &loop_;
-    CURLM *const multi_;
+    CURLM *multi_ = nullptr; // null when there was no memory to start over
     Loop::Timer timer_;
+    long maxIdle_ = 0;
+    std::vector<CURL *> running_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

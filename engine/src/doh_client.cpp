@@ -76,17 +76,17 @@ public:
         }
         // This object lives until it has told its outcome, which is not before the answer.
         system.Lookup({}, url.host, [this, url](const LookupResult &result) {
-            if (result.addresses.empty()) {
-                done_({.addresses = {},
-                       .error = "the resolver " + url.host + " has no address: " + result.error});
-                return;
+            try {
+                if (result.addresses.empty()) {
+                    done_(
+                        {.addresses = {},
+                         .error = "the resolver " + url.host + " has no address: " + result.error});
+                    return;
+                }
+                Ask(ResolveLine(url.host, url.port, result.addresses));
+            } catch (const std::bad_alloc &) {
+                done_(NoMemory());
             }
-            std::string line = "+" + url.host + ":" + std::to_string(url.port) + ":";
-            for (const std::string &address : result.addresses) {
-                line += &address == &result.addresses.front() ? "" : ",";
-                line += address.find(':') != std::string::npos ? "[" + address + "]" : address;
-            }
-            Ask(line);
         });
     }
 
@@ -102,6 +102,15 @@ private:
         if (!v6_.Done() || !v4_.Done()) {
             return;
         }
+        try {
+            done_(Gather());
+        } catch (const std::bad_alloc &) {
+            done_(NoMemory());
+        }
+    }
+
+    LookupResult Gather() const
+    {
         LookupResult result;
         if (v6_.Error().empty()) {
             TakeRecords<ares_addr6ttl>(v6_.Answer(), AF_INET6, ares_parse_aaaa_reply, result);
@@ -114,7 +123,7 @@ private:
             result.error =
                 result.error.empty() ? "the resolver has no address for the name" : result.error;
         }
-        done_(result);
+        return result;
     }
 
     const DohResolver resolver_;
@@ -143,19 +152,23 @@ std::optional<LookupResult> DohClient::Remembered(const DohResolver &resolver,
 void DohClient::Lookup(const DohResolver &resolver, const std::string &host, LookupDone done)
 {
     const std::string key = Key(resolver, host);
-    if (!book_.Join(key, std::move(done))) {
-        return;
-    }
-    const auto finish = [this, key](const LookupResult &result) {
-        // Posted, because the lookup itself is on the stack.
-        loop_.Post([this, key, result] {
+    const auto answer =
+        std::make_shared<LookupAnswer>(loop_, [this, key](const LookupResult &result) {
             lookups_.erase(key);
             book_.Finish(key, result);
         });
-    };
-    std::unique_ptr<DohLookup> &lookup = lookups_[key];
-    lookup = std::make_unique<DohLookup>(multi_, resolver, host, finish);
-    lookup->Start(system_);
+    if (!book_.Join(key, std::move(done))) {
+        return;
+    }
+    try {
+        std::unique_ptr<DohLookup> &lookup = lookups_[key];
+        lookup = std::make_unique<DohLookup>(
+            multi_, resolver, host,
+            [answer](const LookupResult &result) { answer->Arrive(result); });
+        lookup->Start(system_);
+    } catch (const std::bad_alloc &) {
+        answer->Arrive(NoMemory());
+    }
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -20,15 +20,7 @@ constexpr long TIMEOUT_MS = 5000;
 constexpr size_t MAX_ANSWER = 65535; // the largest DNS message
 constexpr const char *MEDIA_TYPE = "application/dns-message";
 
-StringList MakeList(const std::string &line)
-{
-    StringList list(curl_slist_append(nullptr, line.c_str()));
-    if (list == nullptr) {
-        throw std::bad_alloc();
-    }
-    return list;
-}
-
+// Empty: it is a good one.
 const char *AnswerError(std::string_view answer)
 {
     constexpr size_t CODE_AT = 3;
@@ -37,7 +29,7 @@ const char *AnswerError(std::string_view answer)
     }
     switch (answer[CODE_AT] & 0x0F) {
     case ns_r_noerror:
-        return nullptr;
+        return "";
     case ns_r_nxdomain:
         return "the resolver knows no such name";
     default:
@@ -57,12 +49,9 @@ DohResolver::DohResolver(const Configuration &configuration)
 
 DohQuery::DohQuery(CurlMulti &multi, std::function<void()> done)
     : multi_(multi)
-    , easy_(curl_easy_init())
+    , easy_(MakeEasy())
     , done_(std::move(done))
 {
-    if (easy_ == nullptr) {
-        throw std::bad_alloc();
-    }
 }
 
 DohQuery::~DohQuery()
@@ -84,7 +73,7 @@ void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
         return;
     }
     curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
-    curl_easy_setopt(easy_.get(), CURLOPT_COPYPOSTFIELDS, message);
+    SetText(easy_.get(), CURLOPT_COPYPOSTFIELDS, reinterpret_cast<const char *>(message));
     const CURLcode code = SetOptions(resolver, resolve);
     if (code != CURLE_OK) {
         End(curl_easy_strerror(code));
@@ -97,17 +86,17 @@ void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
 CURLcode DohQuery::SetOptions(const DohResolver &resolver, const std::string &resolve)
 {
     CURL *const easy = easy_.get();
-    headers_ = MakeList(std::string("Content-Type: ") + MEDIA_TYPE);
-    curl_slist_append(headers_.get(), (std::string("Accept: ") + MEDIA_TYPE).c_str());
+    AppendTo(headers_, std::string("Content-Type: ") + MEDIA_TYPE);
+    AppendTo(headers_, std::string("Accept: ") + MEDIA_TYPE);
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
     if (!resolve.empty()) {
-        resolve_ = MakeList(resolve);
+        AppendTo(resolve_, resolve);
         curl_easy_setopt(easy, CURLOPT_RESOLVE, resolve_.get());
     }
-    curl_easy_setopt(easy, CURLOPT_URL, resolver.url.c_str());
+    SetText(easy, CURLOPT_URL, resolver.url.c_str());
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
     curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_PROXY, "");
+    SetText(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, TIMEOUT_MS);
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, text_.data());
@@ -118,21 +107,31 @@ CURLcode DohQuery::SetOptions(const DohResolver &resolver, const std::string &re
 
 void DohQuery::ExchangeDone(CURLcode code)
 {
+    try {
+        End(Outcome(code));
+    } catch (const std::bad_alloc &) {
+        End("memory ran out");
+    }
+}
+
+// Empty: there is an answer.
+std::string DohQuery::Outcome(CURLcode code) const
+{
     long status = 0;
     const char *type = nullptr;
     curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
     curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_TYPE, &type);
     if (code != CURLE_OK) {
-        End(std::string("no answer of the resolver: ") +
-            (text_.front() != '\0' ? text_.data() : curl_easy_strerror(code)));
-    } else if (status != 200) {
-        End("the resolver answers with status " + std::to_string(status));
-    } else if (type == nullptr || !Lower(type).starts_with(MEDIA_TYPE)) {
-        End("the resolver answers with no DNS message");
-    } else {
-        const char *const error = AnswerError(answer_);
-        End(error != nullptr ? error : "");
+        return std::string("no answer of the resolver: ") +
+               (text_.front() != '\0' ? text_.data() : curl_easy_strerror(code));
     }
+    if (status != 200) {
+        return "the resolver answers with status " + std::to_string(status);
+    }
+    if (type == nullptr || !Lower(type).starts_with(MEDIA_TYPE)) {
+        return "the resolver answers with no DNS message";
+    }
+    return AnswerError(answer_);
 }
 
 void DohQuery::End(std::string error)
@@ -149,7 +148,11 @@ size_t DohQuery::OnBody(char *piece, size_t size, size_t count, void *self)
     if (answer.size() + length > MAX_ANSWER) {
         return 0;
     }
-    answer.append(piece, length);
+    try {
+        answer.append(piece, length);
+    } catch (const std::bad_alloc &) {
+        return 0;
+    }
     return length;
 }
 

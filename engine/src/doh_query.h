@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "curl_handles.h"
 #include "curl_multi.h"
 #include "tnx_native/configuration.h"
 
@@ -40,6 +41,7 @@ public:
 private:
     CURLcode SetOptions(const DohResolver &resolver, const std::string &resolve);
     void ExchangeDone(CURLcode code) override;
+    std::string Outcome(CURLcode code) const;
     void End(std::string error);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
 

@@ -59,7 +59,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
     if (!headers_.ownEncoding) {
-        curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
+        SetText(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
         curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
     }
     receiver_.DecodeContent(!headers_.ownEncoding);
@@ -78,7 +78,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
 void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
-    curl_easy_setopt(easy, CURLOPT_URL, hop.url.text.c_str());
+    SetText(easy, CURLOPT_URL, hop.url.text.c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_SHARE, share);
     const bool streams =
@@ -197,7 +197,7 @@ void Exchange::SetRanges()
         ranges += range.to ? std::to_string(*range.to) : "";
     }
     if (!ranges.empty()) {
-        curl_easy_setopt(easy_, CURLOPT_RANGE, ranges.c_str());
+        SetText(easy_, CURLOPT_RANGE, ranges.c_str());
     }
 }
 

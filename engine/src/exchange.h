@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "curl_multi.h"
+#include "curl_handles.h"
 #include "header_list.h"
 #include "hop.h"
 #include "progress.h"
@@ -72,8 +72,6 @@ private:
     CURLcode SetRoute(const Hop &hop, const Route &route);
     void SetTargetAddresses(const Hop &hop, const std::vector<std::string> &addresses);
     void KeepKeyApart(const Hop &hop, const Route &route);
-    void AppendResolve(const std::string &host, uint16_t port,
-                       const std::vector<std::string> &addresses);
     CURLcode SetSecurity(const Hop &hop, bool proxyTls);
     void SetTimeouts(const TimeLeft &left);
     void SetRanges();

@@ -2,7 +2,6 @@
 #include "exchange.h"
 
 #include <algorithm>
-#include <new>
 
 #include "resolver.h"
 #include "tls_options.h"
@@ -11,16 +10,6 @@ namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
-
-void AppendTo(StringList &list, const std::string &line)
-{
-    curl_slist *const longer = curl_slist_append(list.get(), line.c_str());
-    if (longer == nullptr) {
-        throw std::bad_alloc();
-    }
-    list.release();
-    list.reset(longer);
-}
 
 bool HasKey(const SecurityConfiguration &security)
 {
@@ -53,8 +42,8 @@ CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
     connectTo_.reset();
     resolve_.reset();
     syntheticName_.clear();
-    curl_easy_setopt(easy_, CURLOPT_NOPROXY, "");
-    curl_easy_setopt(easy_, CURLOPT_PROXY, route.proxy.url.c_str());
+    SetText(easy_, CURLOPT_NOPROXY, "");
+    SetText(easy_, CURLOPT_PROXY, route.proxy.url.c_str());
     if (!route.proxy.Direct()) {
         const WebProxy &proxy = request_.GetConfiguration().proxy;
         if (proxy.option == PROXY_TUNNEL) {
@@ -67,7 +56,8 @@ CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
             }
         }
         if (!route.proxyAddresses.empty()) {
-            AppendResolve(route.proxy.host, route.proxy.port, route.proxyAddresses);
+            AppendTo(resolve_,
+                     ResolveLine(route.proxy.host, route.proxy.port, route.proxyAddresses));
         }
     }
     if (!route.addresses.empty()) {
@@ -95,7 +85,7 @@ void Exchange::SetTargetAddresses(const Hop &hop, const std::vector<std::string>
     syntheticName_ = std::to_string(hash.Value()) + ".invalid";
     realName_ = hop.url.host;
     AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url.port));
-    AppendResolve(syntheticName_, hop.url.port, addresses);
+    AppendTo(resolve_, ResolveLine(syntheticName_, hop.url.port, addresses));
 }
 
 // The same for what needs no lookup, as far as it can be had where only the proxy knows addresses.
@@ -110,17 +100,6 @@ void Exchange::KeepKeyApart(const Hop &hop, const Route &route)
     curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);
     curl_easy_setopt(easy_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
-}
-
-void Exchange::AppendResolve(const std::string &host, uint16_t port,
-                             const std::vector<std::string> &addresses)
-{
-    std::string line = "+" + host + ":" + std::to_string(port) + ":";
-    for (const std::string &address : addresses) {
-        line += &address == &addresses.front() ? "" : ",";
-        line += address.find(':') != std::string::npos ? "[" + address + "]" : address;
-    }
-    AppendTo(resolve_, line);
 }
 
 std::string Exchange::WithRealName(std::string text) const

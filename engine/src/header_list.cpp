@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <map>
-#include <new>
 #include <string_view>
 
 #include "text.h"
@@ -188,15 +187,7 @@ private:
         }
     }
 
-    void Append(const std::string &line)
-    {
-        curl_slist *const longer = curl_slist_append(list_.lines.get(), line.c_str());
-        if (longer == nullptr) {
-            throw std::bad_alloc();
-        }
-        list_.lines.release();
-        list_.lines.reset(longer);
-    }
+    void Append(const std::string &line) { AppendTo(list_.lines, line); }
 
     const Request &request_;
     const Hop &hop_;

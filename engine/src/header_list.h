@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "curl_multi.h"
+#include "curl_handles.h"
 #include "hop.h"
 #include "hop_cookies.h"
 #include "tnx_native/request.h"

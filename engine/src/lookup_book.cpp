@@ -2,6 +2,7 @@
 #include "lookup_book.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace OHOS::Pelloria::Tnx
@@ -9,13 +10,24 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr size_t MAX_REMEMBERED = 4096;
 constexpr std::chrono::seconds LEAST_TIME_TO_LIVE(1);
 constexpr std::chrono::seconds MOST_TIME_TO_LIVE(3600);
 
 } // namespace
+
+void LookupAnswer::Arrive(const LookupResult &result) noexcept
+{
+    if (std::exchange(arrived_, true)) {
+        return;
+    }
+    try {
+        result_ = result;
+    } catch (const std::bad_alloc &) {
+        result_ = NoMemory();
+    }
+    loop_.Post(shared_from_this());
+}
 
 std::optional<LookupResult> LookupBook::Remembered(const std::string &key)
 {
@@ -34,10 +46,11 @@ bool LookupBook::Join(const std::string &key, LookupDone done)
     return waiting.size() == 1;
 }
 
-void LookupBook::Finish(const std::string &key, const LookupResult &result)
+void LookupBook::Finish(const std::string &key, const LookupResult &result) noexcept
 {
-    if (!result.addresses.empty()) {
+    try {
         Remember(key, result);
+    } catch (const std::bad_alloc &) { // asked anew the next time
     }
     const auto node = pending_.extract(key);
     for (const LookupDone &done : node.mapped()) {
@@ -47,6 +60,9 @@ void LookupBook::Finish(const std::string &key, const LookupResult &result)
 
 void LookupBook::Remember(const std::string &key, const LookupResult &result)
 {
+    if (result.addresses.empty()) {
+        return;
+    }
     const auto now = Clock::now();
     MutexLock lock(mutex_);
     if (memory_.size() >= MAX_REMEMBERED) {

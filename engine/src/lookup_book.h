@@ -5,12 +5,15 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "common/mutex.h"
+#include "loop.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -22,7 +25,35 @@ struct LookupResult {
     std::string error;
 };
 
+// Its text is short enough to need none.
+inline LookupResult NoMemory()
+{
+    return {.addresses = {}, .error = "memory ran out"};
+}
+
 using LookupDone = std::function<void(const LookupResult &result)>;
+
+// An answer that is handed over by the loop, because it may come from inside the question. Made
+// before the question is asked: from then on it needs no memory to arrive.
+class LookupAnswer : public LoopTask, public std::enable_shared_from_this<LookupAnswer>
+{
+public:
+    LookupAnswer(Loop &loop, LookupDone done)
+        : loop_(loop)
+        , done_(std::move(done))
+    {
+    }
+
+    // The first one counts.
+    void Arrive(const LookupResult &result) noexcept;
+    void RunOnLoop() override { done_(result_); }
+
+private:
+    Loop &loop_;
+    const LookupDone done_;
+    LookupResult result_;
+    bool arrived_ = false;
+};
 
 class LookupBook
 {
@@ -35,7 +66,7 @@ public:
     bool Join(const std::string &key, LookupDone done);
 
     // Tells all who joined, and remembers what was found.
-    void Finish(const std::string &key, const LookupResult &result);
+    void Finish(const std::string &key, const LookupResult &result) noexcept;
 
 private:
     struct Memory {

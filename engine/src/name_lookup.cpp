@@ -1,12 +1,27 @@
 // The order of sources for a name, and what each of them is asked.
 #include "name_lookup.h"
 
+#include <new>
+
 #include "doh_client.h"
 #include "resolver.h"
 #include "text.h"
 
 namespace OHOS::Pelloria::Tnx
 {
+namespace
+{
+
+template <class Ask> void AskOrTell(Ask ask, const LookupDone &done)
+{
+    try {
+        ask();
+    } catch (const std::bad_alloc &) {
+        done(NoMemory());
+    }
+}
+
+} // namespace
 
 void NameLookup::Start(const std::string &host, uint16_t port, const Configuration *configuration,
                        Waker wake)
@@ -121,11 +136,8 @@ void NameLookup::AskApplication(const DynamicDnsFunction &function)
 {
     answer_ = std::make_shared<Answer>();
     delivery_.Deliver([this, answer = answer_, &function] {
-        const std::vector<std::string> addresses = function(host_, port_);
-        {
-            MutexLock lock(answer->mutex);
-            answer->result = {.addresses = addresses, .error = {}};
-        }
+        answer->Take(
+            [&] { return LookupResult{.addresses = function(host_, port_), .error = {}}; });
         wake_();
     });
 }
@@ -152,10 +164,7 @@ LookupDone NameLookup::Await()
 {
     answer_ = std::make_shared<Answer>();
     return [answer = answer_, wake = wake_](const LookupResult &result) {
-        {
-            MutexLock lock(answer->mutex);
-            answer->result = result;
-        }
+        answer->Take([&result] { return result; });
         wake();
     };
 }
@@ -167,7 +176,7 @@ bool NameLookup::AskServers(const DnsServers &servers)
         return Settle(std::move(*remembered));
     }
     runtime_.GetLoop().Post([&resolver, servers, host = host_, done = Await()] {
-        resolver.Lookup(servers, host, done);
+        AskOrTell([&] { resolver.Lookup(servers, host, done); }, done);
     });
     return false;
 }
@@ -182,8 +191,9 @@ bool NameLookup::AskResolverUrl()
     if (std::optional<LookupResult> remembered = client.Remembered(resolver, host_)) {
         return Settle(std::move(*remembered));
     }
-    runtime_.GetLoop().Post(
-        [&client, resolver, host = host_, done = Await()] { client.Lookup(resolver, host, done); });
+    runtime_.GetLoop().Post([&client, resolver, host = host_, done = Await()] {
+        AskOrTell([&] { client.Lookup(resolver, host, done); }, done);
+    });
     return false;
 }
 

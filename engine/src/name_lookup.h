@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ares_channel.h"
@@ -49,6 +51,19 @@ private:
 
     // What another thread leaves here.
     struct Answer {
+        // `make` gives the result, and may run out of memory.
+        template <class Make> void Take(Make make)
+        {
+            LookupResult made;
+            try {
+                made = make();
+            } catch (const std::bad_alloc &) {
+                made = NoMemory();
+            }
+            MutexLock lock(mutex);
+            result = std::move(made);
+        }
+
         Mutex mutex;
         std::optional<LookupResult> result GUARDED_BY(mutex);
     };

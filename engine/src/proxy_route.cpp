@@ -13,7 +13,6 @@
 
 #include <arpa/inet.h>
 
-#include "curl_multi.h"
 #include "resolver.h"
 #include "text.h"
 
@@ -197,14 +196,7 @@ bool ParseProxy(const std::string &text, Proxy &proxy)
         return false;
     }
     proxy.host = parts.host;
-    const UrlHandle handle(curl_url());
-    char *port = nullptr;
-    const bool hasPort = handle != nullptr &&
-                         curl_url_set(handle.get(), CURLUPART_URL,
-                                      ("http" + proxy.url.substr(end)).c_str(), 0) == CURLUE_OK &&
-                         curl_url_get(handle.get(), CURLUPART_PORT, &port, 0) == CURLUE_OK;
-    proxy.port = hasPort ? parts.port : scheme->second;
-    curl_free(port);
+    proxy.port = parts.ownPort ? parts.port : scheme->second;
     return true;
 }
 

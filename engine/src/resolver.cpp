@@ -1,6 +1,7 @@
 // The process-wide memory of names, in front of the channels.
 #include "resolver.h"
 
+#include <new>
 #include <utility>
 
 #include <arpa/inet.h>
@@ -48,11 +49,16 @@ std::optional<LookupResult> Resolver::Remembered(const DnsServers &servers, cons
 void Resolver::Lookup(const DnsServers &servers, const std::string &host, LookupDone done)
 {
     const std::string key = QuestionKey(servers, host);
-    if (book_.Join(key, std::move(done))) {
-        Channel(servers).Lookup(host, [this, key](const LookupResult &result) {
-            // Posted, because the answer may come from inside the question.
-            loop_.Post([this, key, result] { book_.Finish(key, result); });
-        });
+    const auto answer = std::make_shared<LookupAnswer>(
+        loop_, [this, key](const LookupResult &result) { book_.Finish(key, result); });
+    if (!book_.Join(key, std::move(done))) {
+        return;
+    }
+    try {
+        Channel(servers).Lookup(host,
+                                [answer](const LookupResult &result) { answer->Arrive(result); });
+    } catch (const std::bad_alloc &) {
+        answer->Arrive(NoMemory());
     }
 }
 

@@ -121,7 +121,9 @@ CURLcode Sender::AddPart(const std::string &name, const MultipartFormFieldValue 
     if (part == nullptr) {
         return CURLE_OUT_OF_MEMORY;
     }
-    curl_mime_name(part, name.c_str());
+    if (const CURLcode code = curl_mime_name(part, name.c_str()); code != CURLE_OK) {
+        return code;
+    }
     if (const auto *file = std::get_if<FormFieldFileValue>(&value.Get())) {
         return AddFile(part, *file);
     }
@@ -134,7 +136,7 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
 {
     using Source = ContentOrPathOrGetDataCallback;
     std::string fileName = file.fileName;
-    const CURLcode code =
+    CURLcode code =
         std::visit(Overloaded{
                        [](std::monostate) { return CURLE_OK; },
                        [&](const std::shared_ptr<std::string> &content) {
@@ -154,11 +156,11 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
                        },
                    },
                    file.contentOrPath->Get());
+    if (code == CURLE_OK && !fileName.empty()) {
+        code = curl_mime_filename(part, fileName.c_str());
+    }
     if (code != CURLE_OK) {
         return code;
-    }
-    if (!fileName.empty()) {
-        curl_mime_filename(part, fileName.c_str());
     }
     return curl_mime_type(part, file.contentType.empty() ? GuessContentType(fileName)
                                                          : file.contentType.c_str());

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "curl_multi.h"
+#include "curl_handles.h"
 #include "delivery.h"
 #include "pull_body.h"
 #include "tnx_native/request.h"

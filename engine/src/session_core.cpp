@@ -95,14 +95,12 @@ EasyHandle SessionCore::TakeEasy()
         easies_.pop_back();
         return easy;
     }
-    EasyHandle easy(curl_easy_init());
-    if (easy == nullptr) {
-        throw std::bad_alloc();
-    }
+    EasyHandle easy = MakeEasy();
+    easies_.reserve(++easiesMade_); // giving one back must not fail
     return easy;
 }
 
-void SessionCore::GiveEasy(EasyHandle easy)
+void SessionCore::GiveEasy(EasyHandle easy) noexcept
 {
     easies_.push_back(std::move(easy));
 }
@@ -124,11 +122,15 @@ std::unique_ptr<SyncHandles> SessionCore::TakeSync()
         }
     }
     auto handles = std::make_unique<SyncHandles>();
+    {
+        MutexLock lock(mutex_);
+        syncs_.reserve(++syncsMade_);
+    }
     curl_multi_setopt(handles->multi, CURLMOPT_MAXCONNECTS, MaxIdle());
     return handles;
 }
 
-void SessionCore::GiveSync(std::unique_ptr<SyncHandles> handles)
+void SessionCore::GiveSync(std::unique_ptr<SyncHandles> handles) noexcept
 {
     MutexLock lock(mutex_);
     if (syncs_.size() < static_cast<size_t>(MaxIdle())) {

@@ -11,6 +11,7 @@
 #include "activity.h"
 #include "admission.h"
 #include "common/mutex.h"
+#include "curl_handles.h"
 #include "curl_multi.h"
 #include "runtime.h"
 #include "tls_session_share.h"
@@ -58,12 +59,12 @@ public:
     // On the loop's thread, until ReleaseHandles.
     CurlMulti &Multi() { return *multi_; }
     EasyHandle TakeEasy();
-    void GiveEasy(EasyHandle easy);
+    void GiveEasy(EasyHandle easy) noexcept;
     void ReleaseHandles();
 
     // From any thread.
     std::unique_ptr<SyncHandles> TakeSync();
-    void GiveSync(std::unique_ptr<SyncHandles> handles);
+    void GiveSync(std::unique_ptr<SyncHandles> handles) noexcept;
 
 private:
     long MaxIdle() const;
@@ -76,11 +77,13 @@ private:
     Admission admission_;
     std::unique_ptr<CurlMulti> multi_;
     std::vector<EasyHandle> easies_;
+    size_t easiesMade_ = 0;
 
     Mutex mutex_;
     std::unordered_multimap<const Request *, std::shared_ptr<Transfer>>
         transfers_ GUARDED_BY(mutex_);
     std::vector<std::unique_ptr<SyncHandles>> syncs_ GUARDED_BY(mutex_);
+    size_t syncsMade_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace OHOS::Pelloria::Tnx

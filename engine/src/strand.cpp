@@ -13,6 +13,14 @@ bool Strand::Push(Callback callback)
     return !std::exchange(scheduled_, true);
 }
 
+bool Strand::PushLast(Callback callback) noexcept
+{
+    MutexLock lock(mutex_);
+    last_.front() = std::move(callback);
+    callbacks_.splice(callbacks_.end(), last_);
+    return !std::exchange(scheduled_, true);
+}
+
 void Strand::Clear()
 {
     // Declared first, so released after the lock: a callback may own the last reference.

@@ -26,6 +26,9 @@ public:
     // Adds a callback. True when the strand has to be handed to the workers.
     bool Push(Callback callback);
 
+    // The same for the one that ends the transfer, whose place was kept free for it.
+    bool PushLast(Callback callback) noexcept;
+
     // Forgets every callback that has not started.
     void Clear();
 
@@ -35,6 +38,7 @@ private:
     Activity &activity_;
     Mutex mutex_;
     std::list<Callback> callbacks_ GUARDED_BY(mutex_);
+    std::list<Callback> last_ GUARDED_BY(mutex_) = std::list<Callback>(1);
     bool scheduled_ GUARDED_BY(mutex_) = false;
 };
 

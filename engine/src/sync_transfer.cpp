@@ -96,7 +96,7 @@ void SyncTransfer::GiveHandleBack(CURL *)
 
 void SyncTransfer::StartExchange(CURL *easy)
 {
-    curl_multi_add_handle(handles_->multi, easy);
+    AddHandle(handles_->multi, easy);
 }
 
 void SyncTransfer::StopExchange(CURL *easy)
@@ -104,12 +104,7 @@ void SyncTransfer::StopExchange(CURL *easy)
     curl_multi_remove_handle(handles_->multi, easy);
 }
 
-void SyncTransfer::Unpause(CURL *easy)
-{
-    curl_easy_pause(easy, CURLPAUSE_CONT);
-}
-
-void SyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code)
+void SyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept
 {
     outcome_ = std::move(response);
     code_ = code;

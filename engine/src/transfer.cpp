@@ -263,10 +263,18 @@ bool Transfer::GoOn()
     if (receive) {
         receiver_.Resumed();
     }
-    if (receive || sender_.Resumable()) {
-        Unpause(easy_);
+    if (!receive && !sender_.Resumable()) {
+        return false;
     }
-    return false;
+    // A direction that has nothing yet pauses again. What libcurl has kept is handed over here, and
+    // would be missing if that failed.
+    const CURLcode code = curl_easy_pause(easy_, CURLPAUSE_CONT);
+    if (code != CURLE_OUT_OF_MEMORY && code != CURLE_WRITE_ERROR) {
+        return false;
+    }
+    StopExchange(easy_);
+    FailExchange(easy_, code);
+    return true;
 }
 
 void Transfer::ExchangeDone(CURLcode code)

@@ -44,6 +44,9 @@ protected:
     // Goes on as far as it can without waiting. On the driving thread, like all that follows.
     void Advance();
 
+    // Ends with what is left.
+    void FailWithoutMemory();
+
     // Until when it may wait for what it waits for now.
     std::optional<TimePoint> WaitLimit() const;
 
@@ -56,11 +59,10 @@ protected:
     virtual CURL *TakeHandle() = 0;
     virtual void StartExchange(CURL *easy) = 0;
     virtual void StopExchange(CURL *easy) = 0;
-    virtual void Unpause(CURL *easy) = 0;
     virtual void GiveHandleBack(CURL *easy) = 0;
 
     // The outcome; the last call.
-    virtual void Complete(std::shared_ptr<Response> response, uint32_t code) = 0;
+    virtual void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept = 0;
 
     SessionCore &Core() { return *core_; }
 
@@ -103,8 +105,8 @@ private:
     void Fail(CURLcode code, const std::string &what, const std::string &where = {});
     void FailExchange(CURL *easy, CURLcode code);
     CURLcode CauseOf(CURLcode code, std::string &what) const;
-    void FailWithoutMemory();
     void Finish(uint32_t code);
+    uint32_t TellEnd(uint32_t code);
     void Abandon(bool closed);
     bool DropExchange();
     TimeLeft GetTimeLeft() const;

@@ -1,6 +1,8 @@
 // How a fetch ends: time-outs, failures with their cause, cancels and completions.
 #include <array>
 #include <cstdio>
+#include <new>
+#include <utility>
 
 #include "session_core.h"
 #include "tnx_native/session.h"
@@ -151,8 +153,7 @@ bool Transfer::DropExchange()
         return false;
     }
     exchange_.Release();
-    GiveHandleBack(easy_);
-    easy_ = nullptr;
+    GiveHandleBack(std::exchange(easy_, nullptr));
     return true;
 }
 
@@ -183,15 +184,25 @@ void Transfer::Finish(uint32_t code)
         return;
     }
     sender_.Stop();
-    progress_.Finish();
-    if (code == 0 && configuration_.tracing.eventsHandler.onDataEnd) {
-        Deliver(configuration_.tracing.eventsHandler.onDataEnd);
+    Complete(response_, TellEnd(code));
+}
+
+// The last events and what the response has besides its content. Returns the code to end with.
+uint32_t Transfer::TellEnd(uint32_t code)
+{
+    try {
+        progress_.Finish();
+        if (code == 0 && configuration_.tracing.eventsHandler.onDataEnd) {
+            Deliver(configuration_.tracing.eventsHandler.onDataEnd);
+        }
+        if (configuration_.tracing.collectTimeInfo) {
+            response_->SetTimeInfo(phases_.Result());
+        }
+        response_->MutableDebugInfo() = recorder_.Take();
+    } catch (const std::bad_alloc &) {
+        return code != 0 ? code : ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY;
     }
-    if (configuration_.tracing.collectTimeInfo) {
-        response_->SetTimeInfo(phases_.Result());
-    }
-    response_->MutableDebugInfo() = recorder_.Take();
-    Complete(response_, code);
+    return code;
 }
 
 } // namespace OHOS::Pelloria::Tnx

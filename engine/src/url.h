@@ -16,6 +16,7 @@ struct Url {
     std::string host;   // in lower case and in ASCII, without brackets
     std::string path;   // starts with a slash, without query
     uint16_t port = 0;
+    bool ownPort = false; // rather than the scheme's
 
     bool Secure() const { return scheme == "https"; }
 
