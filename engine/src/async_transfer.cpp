@@ -92,9 +92,9 @@ void AsyncTransfer::StopExchange(CURL *easy)
     Core().Multi().Remove(easy);
 }
 
-void AsyncTransfer::GiveHandleBack(CURL *easy)
+void AsyncTransfer::GiveHandleBack(CURL *easy, bool sound)
 {
-    Core().GiveEasy(EasyHandle(easy));
+    Core().GiveEasy(EasyHandle(easy), sound);
 }
 
 void AsyncTransfer::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept

@@ -28,7 +28,7 @@ private:
     CURL *TakeHandle() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
-    void GiveHandleBack(CURL *easy) override;
+    void GiveHandleBack(CURL *easy, bool sound) override;
     void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
     void RunStrand();
     void KeepLimit();

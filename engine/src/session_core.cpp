@@ -96,13 +96,18 @@ EasyHandle SessionCore::TakeEasy()
         return easy;
     }
     EasyHandle easy = MakeEasy();
-    easies_.reserve(++easiesMade_); // giving one back must not fail
+    easies_.reserve(easiesAlive_ + 1); // giving one back must not fail
+    ++easiesAlive_;
     return easy;
 }
 
-void SessionCore::GiveEasy(EasyHandle easy) noexcept
+void SessionCore::GiveEasy(EasyHandle easy, bool sound) noexcept
 {
-    easies_.push_back(std::move(easy));
+    if (sound) {
+        easies_.push_back(std::move(easy));
+    } else {
+        --easiesAlive_;
+    }
 }
 
 void SessionCore::ReleaseHandles()
@@ -124,17 +129,20 @@ std::unique_ptr<SyncHandles> SessionCore::TakeSync()
     auto handles = std::make_unique<SyncHandles>();
     {
         MutexLock lock(mutex_);
-        syncs_.reserve(++syncsMade_);
+        syncs_.reserve(syncsAlive_ + 1);
+        ++syncsAlive_;
     }
     curl_multi_setopt(handles->multi, CURLMOPT_MAXCONNECTS, MaxIdle());
     return handles;
 }
 
-void SessionCore::GiveSync(std::unique_ptr<SyncHandles> handles) noexcept
+void SessionCore::GiveSync(std::unique_ptr<SyncHandles> handles, bool sound) noexcept
 {
     MutexLock lock(mutex_);
-    if (syncs_.size() < static_cast<size_t>(MaxIdle())) {
+    if (sound && syncs_.size() < static_cast<size_t>(MaxIdle())) {
         syncs_.push_back(std::move(handles));
+    } else {
+        --syncsAlive_;
     }
 }
 

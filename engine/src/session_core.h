@@ -56,15 +56,18 @@ public:
     std::vector<std::shared_ptr<Transfer>> Find(const Request &request);
     std::vector<std::shared_ptr<Transfer>> All();
 
+    // Handles that are given back are used again if they are sound: where memory ran out, libcurl
+    // may not have reset them whole.
+
     // On the loop's thread, until ReleaseHandles.
     CurlMulti &Multi() { return *multi_; }
     EasyHandle TakeEasy();
-    void GiveEasy(EasyHandle easy) noexcept;
+    void GiveEasy(EasyHandle easy, bool sound) noexcept;
     void ReleaseHandles();
 
     // From any thread.
     std::unique_ptr<SyncHandles> TakeSync();
-    void GiveSync(std::unique_ptr<SyncHandles> handles) noexcept;
+    void GiveSync(std::unique_ptr<SyncHandles> handles, bool sound) noexcept;
 
 private:
     long MaxIdle() const;
@@ -77,13 +80,13 @@ private:
     Admission admission_;
     std::unique_ptr<CurlMulti> multi_;
     std::vector<EasyHandle> easies_;
-    size_t easiesMade_ = 0;
+    size_t easiesAlive_ = 0;
 
     Mutex mutex_;
     std::unordered_multimap<const Request *, std::shared_ptr<Transfer>>
         transfers_ GUARDED_BY(mutex_);
     std::vector<std::unique_ptr<SyncHandles>> syncs_ GUARDED_BY(mutex_);
-    size_t syncsMade_ GUARDED_BY(mutex_) = 0;
+    size_t syncsAlive_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -85,13 +85,13 @@ CURL *SyncTransfer::TakeHandle()
     return handles_->easy.get();
 }
 
-void SyncTransfer::GiveHandleBack(CURL *)
+void SyncTransfer::GiveHandleBack(CURL *, bool sound)
 {
     {
         MutexLock lock(mutex_);
         polled_ = nullptr;
     }
-    Core().GiveSync(std::move(handles_));
+    Core().GiveSync(std::move(handles_), sound);
 }
 
 void SyncTransfer::StartExchange(CURL *easy)

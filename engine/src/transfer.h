@@ -59,7 +59,7 @@ protected:
     virtual CURL *TakeHandle() = 0;
     virtual void StartExchange(CURL *easy) = 0;
     virtual void StopExchange(CURL *easy) = 0;
-    virtual void GiveHandleBack(CURL *easy) = 0;
+    virtual void GiveHandleBack(CURL *easy, bool sound) = 0;
 
     // The outcome; the last call.
     virtual void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept = 0;
@@ -108,7 +108,7 @@ private:
     void Finish(uint32_t code);
     uint32_t TellEnd(uint32_t code);
     void Abandon(bool closed);
-    bool DropExchange();
+    bool DropExchange(bool sound = true);
     TimeLeft GetTimeLeft() const;
     std::optional<TimePoint> HopDeadline() const;
 

@@ -120,7 +120,7 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
     if (reached) {
         where += ", address " + std::string(address) + " port " + std::to_string(port);
     }
-    DropExchange();
+    DropExchange(cause != CURLE_OUT_OF_MEMORY);
     Fail(cause, what, where + ", ");
 }
 
@@ -142,18 +142,18 @@ void Transfer::FailWithoutMemory()
     if (state_ == State::UNDER_WAY) {
         StopExchange(easy_);
     }
-    DropExchange();
+    DropExchange(false);
     Finish(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY);
 }
 
 // Gives the handle back. False when there was none.
-bool Transfer::DropExchange()
+bool Transfer::DropExchange(bool sound)
 {
     if (easy_ == nullptr) {
         return false;
     }
     exchange_.Release();
-    GiveHandleBack(std::exchange(easy_, nullptr));
+    GiveHandleBack(std::exchange(easy_, nullptr), sound);
     return true;
 }
 

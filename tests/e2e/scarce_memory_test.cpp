@@ -1,6 +1,6 @@
-// Every allocation of a fetch fails once, in the library as in those that it stands on: the outcome
-// is told all the same, and the session goes on. This program brings its own malloc, which the
-// sanitizers' would be at odds with.
+// Every allocation of a fetch fails, alone or with all after it, in the library as in those that it
+// stands on: the outcome is told all the same, and the session goes on. This program brings its own
+// malloc, which the sanitizers' would be at odds with.
 #include "nginx_server.h"
 #include "tnx_c.h"
 
@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <semaphore>
 #include <string>
@@ -21,16 +22,18 @@ void *__libc_realloc(void *block, size_t size); // NOLINT
 namespace
 {
 
-// Counts down to the allocation that fails; below it nothing does.
-std::atomic<long> g_left = 0;
+constexpr long NEVER = LONG_MAX;
+
+// Counts down to the allocation that fails, and further if all later ones do.
+std::atomic<long> g_left = NEVER;
+std::atomic<bool> g_lasting = false;
 
 bool Fails()
 {
-    if (g_left.load(std::memory_order_relaxed) <= 0 || g_left.fetch_sub(1) != 1) {
-        return false;
-    }
-    errno = ENOMEM;
-    return true;
+    const long left = --g_left;
+    const bool fails = left == 0 || (left < 0 && g_lasting);
+    errno = fails ? ENOMEM : errno;
+    return fails;
 }
 
 } // namespace
@@ -96,7 +99,7 @@ void Fetch(Tnx_Session *session, Tnx_Request *request, bool synchronous, Flight 
     }
 }
 
-class ScarceMemoryTest : public testing::TestWithParam<std::tuple<bool, bool>>
+class ScarceMemoryTest : public testing::TestWithParam<std::tuple<bool, bool, bool>>
 {
 protected:
     static void SetUpTestSuite() { nginx_ = new NginxServer; }
@@ -107,7 +110,8 @@ protected:
 
 TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
 {
-    const auto [synchronous, kept] = GetParam();
+    const auto [synchronous, kept, lasting] = GetParam();
+    g_lasting = lasting;
     const std::string url = nginx_->Url("/1k");
     long failures = 0;
     for (bool reached = true; reached; ++failures) {
@@ -124,7 +128,7 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
         Flight flight;
         g_left = failures + 1;
         Fetch(session, request, synchronous, flight);
-        reached = g_left.exchange(0) <= 0;
+        reached = g_left.exchange(NEVER) <= 0;
         EXPECT_NE(flight.code, UINT32_MAX) << "the callback is lost";
         EXPECT_LE(flight.calls, 1);
         EXPECT_TRUE(flight.code != TNX_OK || flight.Whole());
@@ -144,6 +148,6 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
 }
 
 INSTANTIATE_TEST_SUITE_P(Roads, ScarceMemoryTest,
-                         testing::Combine(testing::Bool(), testing::Bool()));
+                         testing::Combine(testing::Bool(), testing::Bool(), testing::Bool()));
 
 } // namespace
