@@ -61,7 +61,7 @@ private:
     static int OnClose(void *loop, curl_socket_t socket);
 
     Loop &loop_;
-    CURLM *multi_ = nullptr; // null when there was no memory to start over
+    CURLM *multi_ = nullptr; // null from a new start to the next exchange
     Loop::Timer timer_;
     long maxIdle_ = 0;
     std::vector<CURL *> running_;
