@@ -35,7 +35,11 @@ template <class Slot> auto BridgeProgress(const Slot &slot)
 template <class Slot> auto BridgeData(const Slot &slot)
 {
     return [slot = &slot](const std::shared_ptr<std::string> &data) noexcept -> size_t {
-        return data == nullptr ? 0 : slot->callback(slot->usrCtx, data->c_str());
+        if (data == nullptr) {
+            return 0;
+        }
+        const size_t taken = slot->callback(slot->usrCtx, data->c_str());
+        return taken == data->find('\0') ? data->size() : taken; // the callback saw no more
     };
 }
 

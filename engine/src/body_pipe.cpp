@@ -1,7 +1,6 @@
 // A queue of one growing piece: what libcurl brings while the consumer works arrives as one chunk.
 #include "body_pipe.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace OHOS::Pelloria::Tnx
@@ -63,8 +62,7 @@ bool BodyPipe::TakeChunk()
 bool BodyPipe::Settle(size_t taken)
 {
     MutexLock lock(mutex_);
-    // A consumer of text counts up to the first NUL.
-    refused_ = taken < std::min(chunk_->size(), chunk_->find('\0'));
+    refused_ = taken < chunk_->size();
     const bool room = std::exchange(full_, full_ && pending_.size() > maxChunk_) && !full_;
     return refused_ || room;
 }

@@ -107,18 +107,26 @@ TEST_F(DownloadsTest, TextIsCutAtItsFirstNul)
 
 TEST_F(DownloadsTest, AShortCountStopsTheTransfer)
 {
+    const struct {
+        const char *path;
+        std::string body{}; // to be echoed
+    } cases[] = {{"/endless"},
+                 {"/bytes?n=10"},
+                 {"/bomb?n=1073741824"}, // a NUL at the start, in the middle, at the end
+                 {"/echo", {"ab\0cd", 5}},
+                 {"/echo", {"abc\0", 4}}};
     for (const std::string &root : Roots()) {
-        for (const char *path : {"/endless", "/bytes?n=10"}) {
-            SCOPED_TRACE(root + path);
+        for (const auto &one : cases) {
+            SCOPED_TRACE(root + one.path);
             std::atomic<int> calls = 0;
-            const auto fill = [&calls](Call &call) {
+            const auto fill = [&](Call &call) {
                 calls = 0;
-                call.OnData([&calls](std::string_view data) {
+                call.Body(one.body).OnData([&calls](std::string_view data) {
                     ++calls;
-                    return data.size() - 1;
+                    return std::min(data.find('\0'), data.size() - 1);
                 });
             };
-            Both(fill, root + path, "GET", [&calls](const Outcome &outcome) {
+            Both(fill, root + one.path, "POST", [&calls](const Outcome &outcome) {
                 EXPECT_EQ(outcome.code, TNX_ERR_WRITE);
                 EXPECT_EQ(outcome.status, 200);
                 EXPECT_NE(outcome.Why().find("data callback"), std::string::npos) << outcome.Why();

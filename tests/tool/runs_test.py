@@ -251,6 +251,7 @@ class RunsTest(ToolCase):
             (["-H", "Accept:", self.url("/")], 2, b"cannot be dropped", b""),
             (["-b", "cookies.txt", self.url("/")], 2, b"cookie files are not read", b""),
             (["-r", "x", self.url("/")], 2, b"option -r: expected a-b", b""),
+            (["-o", "/dev/full", self.url("/big")], 23, b"No space left on device", b""),
             (["-T", "nowhere", self.url("/")], 26, b"tnx: (26) cannot open 'nowhere'", b""),
             (["-H", "Bad Name: x", self.url("/")], 43, b"tnx: (43) ", b""),
         ]

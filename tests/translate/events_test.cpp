@@ -51,7 +51,7 @@ void Note(void *calls, const std::string &text)
 size_t OnData(void *ctx, const char *data)
 {
     Note(ctx, std::string("data ") + data);
-    return 7;
+    return 3;
 }
 
 void OnProgress(void *ctx, uint64_t total, uint64_t now)
@@ -78,9 +78,11 @@ TEST(BridgeTest, EachSlotReachesItsCallback)
     Tnx::TracingConfiguration tracing;
     TnxToCppHttpEventsHandler(tracing, record);
     const Tnx::HttpEventsHandler &handler = tracing.eventsHandler;
-    EXPECT_EQ(handler.onDataReceive(std::make_shared<std::string>("cut\0here", 8)), 7U);
+    // All of the text is all of the data; any other count is passed on.
+    EXPECT_EQ(handler.onDataReceive(std::make_shared<std::string>("cut\0here", 8)), 8U);
+    EXPECT_EQ(handler.onDataReceive(std::make_shared<std::string>("short\0", 6)), 3U);
     EXPECT_EQ(handler.onDataReceive(nullptr), 0U);
-    EXPECT_EQ(data, Calls{"data cut"});
+    EXPECT_EQ(data, (Calls{"data cut", "data short"}));
     handler.onDownloadProgress(UINT64_MAX, 1);
     EXPECT_EQ(download, Calls{"progress 18446744073709551615 1"});
     EXPECT_TRUE(upload.empty());

@@ -217,13 +217,13 @@ TEST_F(RequestTest, OwnDataCallbackWinsAndSeesEveryByte)
 {
     Tnx_Configuration configuration = {};
     configuration.tracing.eventsHandler.onDataReceive = {
-        [](void *, const char *) -> size_t { return 1; }, nullptr};
+        [](void *, const char *) -> size_t { return 2; }, nullptr};
     request_->configuration = &configuration;
     const auto data = std::make_shared<std::string>("a\0b", 3);
     const auto callable = [this] {
         return Translate()->GetConfiguration().tracing.eventsHandler.onDataReceive;
     };
-    EXPECT_EQ(callable()(data), 1U);
+    EXPECT_EQ(callable()(data), 2U);
 
     std::string first, second;
     OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request_.get(), Take, &first);

@@ -41,8 +41,7 @@ enum DebugKind : uint32_t {
 
 // The callbacks that follow a transfer; an empty one is not wanted.
 struct HttpEventsHandler {
-    // A piece of the final body. Returns how much was taken: the length, or the offset of the
-    // first NUL, to go on.
+    // A piece of the final body. Returns how much was taken: less than the length stops.
     std::function<size_t(const std::shared_ptr<std::string> &data)> onDataReceive;
     std::function<void(uint64_t total, uint64_t now)> onDownloadProgress;
     std::function<void(uint64_t total, uint64_t now)> onUploadProgress;
