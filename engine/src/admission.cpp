@@ -37,10 +37,13 @@ bool Admission::Enter(const Slot &slot, const std::shared_ptr<Candidate> &candid
     if (host.waiters.empty() && Take(host, slot.exclusive)) {
         return true;
     }
+    // Both or none: a turn for a host that nobody waits for would outlive it.
+    std::list<std::string> turn;
     if (host.waiters.empty()) {
-        contended_.push_back(slot.host);
+        turn.push_back(slot.host);
     }
     host.waiters.push_back({candidate, slot.exclusive});
+    contended_.splice(contended_.end(), turn);
     return false;
 }
 

@@ -1,11 +1,13 @@
 // Who may have a connection, and whom a close waits for.
 #include "activity.h"
 #include "admission.h"
+#include "tests/objects/failing_memory.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <future>
+#include <new>
 #include <thread>
 
 namespace
@@ -113,6 +115,30 @@ TEST_F(AdmissionTest, ForgettingIdleHostsKeepsTheBusyOnes)
     EXPECT_EQ(waiting->admitted, 1);
     many.Leave(b_); // nobody of the five thousand is there any more
     EXPECT_TRUE(many.Enter(a_, busy));
+}
+
+// A turn for a host that nobody waits for would be looked up after the host is forgotten.
+TEST_F(AdmissionTest, OneWhoCannotWaitForWantOfMemoryLeavesNothing)
+{
+    Admission one(1, 1);
+    const auto busy = std::make_shared<Waiting>();
+    ASSERT_TRUE(one.Enter(a_, busy));
+    const Admission::Slot longName{.host = std::string(100, 'b')};
+    int failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        const FailingMemory::Failure failure(failures + 1, FailingMemory::Kind::TRANSIENT);
+        try {
+            one.Enter(longName, std::make_shared<Waiting>());
+        } catch (const std::bad_alloc &) {
+        }
+        failed = failure.Happened();
+    }
+    EXPECT_GT(failures, 4);
+    for (int i = 0; i < 5000; ++i) {
+        ASSERT_FALSE(one.Enter({.host = std::to_string(i)}, std::make_shared<Waiting>()));
+    }
+    one.Leave(a_);
+    EXPECT_TRUE(one.Enter(a_, busy));
 }
 
 constexpr auto PATIENCE = std::chrono::seconds(20);
