@@ -1,7 +1,6 @@
 // The versions of the library and of what it stands on.
 #include "tnx_c_ext.h"
 
-#include <new>
 #include <string>
 
 #include "tnx_native/version.h"
@@ -12,7 +11,7 @@ const char *OVX_Tnx_GetVersion(void) noexcept
         static const std::string text =
             "libtnx/" TNX_C_VERSION " " + OHOS::Pelloria::Tnx::LibraryVersions();
         return text.c_str();
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
         return "libtnx/" TNX_C_VERSION;
     }
 }

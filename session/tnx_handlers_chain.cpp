@@ -2,6 +2,7 @@
 #include "session/tnx_handlers_chain.h"
 
 #include "common/c_ptr.h"
+#include "common/guard.h"
 
 #include <utility>
 
@@ -160,7 +161,7 @@ uint32_t TnxInterceptorBasedHandlerFunction(void *handlerContext, Tnx_Request *r
     if (link == nullptr || request == nullptr || callback == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return link->slot->intercept(request, link->next, callback);
+    return Guarded([&] { return link->slot->intercept(request, link->next, callback); });
 }
 
 Tnx_Response *TnxInterceptorBasedSyncHandlerFunction(void *handlerContext, Tnx_Request *request,
@@ -174,7 +175,7 @@ Tnx_Response *TnxInterceptorBasedSyncHandlerFunction(void *handlerContext, Tnx_R
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    return link->slot->intercept(request, link->next, errCode);
+    return Guarded(errCode, [&] { return link->slot->intercept(request, link->next, errCode); });
 }
 
 } // namespace OHOS::Pelloria::TnxC
@@ -185,7 +186,8 @@ uint32_t OVX_Tnx_CallNextRequestHandler(Tnx_Request *request, const Tnx_RequestH
     if (next == nullptr || next->handle == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return next->handle(next->handlerContext, request, callback);
+    using OHOS::Pelloria::TnxC::Guarded;
+    return Guarded([&] { return next->handle(next->handlerContext, request, callback); });
 }
 
 Tnx_Response *OVX_Tnx_CallNextSyncRequestHandler(Tnx_Request *request,
@@ -196,5 +198,6 @@ Tnx_Response *OVX_Tnx_CallNextSyncRequestHandler(Tnx_Request *request,
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    return next->handle(next->handlerContext, request, errCode);
+    using OHOS::Pelloria::TnxC::Guarded;
+    return Guarded(errCode, [&] { return next->handle(next->handlerContext, request, errCode); });
 }

@@ -1,7 +1,11 @@
 // The exported session functions: each finds the operations of the session's type and calls them.
 #include "tnx_c/session.h"
 
+#include "common/guard.h"
+
 #include <array>
+
+using OHOS::Pelloria::TnxC::Guarded;
 
 namespace
 {
@@ -40,7 +44,7 @@ Tnx_Session *OVX_Tnx_CreateSession(const Tnx_SessionConfiguration *config,
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    return ops->create(ops, config, errCode);
+    return Guarded(errCode, [&] { return ops->create(ops, config, errCode); });
 }
 
 const char *OVX_Tnx_GetSessionId(Tnx_Session *session) noexcept
@@ -64,30 +68,38 @@ Tnx_Response *OVX_Tnx_FetchSync(Tnx_Session *session, Tnx_Request *request,
         return nullptr;
     }
     *errCode = TNX_OK;
-    return session->ops->fetchSync(session, request, errCode);
+    return Guarded(errCode, [&] { return session->ops->fetchSync(session, request, errCode); });
 }
 
 uint32_t OVX_Tnx_Fetch(Tnx_Session *session, Tnx_Request *request,
                        const Tnx_ResponseCallbackObject *callback) noexcept
 {
-    return IsOpen(session) ? session->ops->fetch(session, request, callback)
-                           : uint32_t{TNX_ERR_SESSION_CLOSED};
+    if (!IsOpen(session)) {
+        return TNX_ERR_SESSION_CLOSED;
+    }
+    return Guarded([&] { return session->ops->fetch(session, request, callback); });
 }
 
 uint32_t OVX_Tnx_CancelRequest(Tnx_Session *session, const Tnx_Request *request) noexcept
 {
-    return IsOpen(session) ? session->ops->cancelRequest(session, request)
-                           : uint32_t{TNX_ERR_SESSION_CLOSED};
+    if (!IsOpen(session)) {
+        return TNX_ERR_SESSION_CLOSED;
+    }
+    return Guarded([&] { return session->ops->cancelRequest(session, request); });
 }
 
 uint32_t OVX_Tnx_CancelSession(Tnx_Session *session) noexcept
 {
-    return IsOpen(session) ? session->ops->cancelSession(session)
-                           : uint32_t{TNX_ERR_SESSION_CLOSED};
+    if (!IsOpen(session)) {
+        return TNX_ERR_SESSION_CLOSED;
+    }
+    return Guarded([&] { return session->ops->cancelSession(session); });
 }
 
 uint32_t OVX_Tnx_CloseSession(Tnx_Session **session) noexcept
 {
-    return session != nullptr && IsOpen(*session) ? (*session)->ops->closeSession(session)
-                                                  : uint32_t{TNX_ERR_SESSION_CLOSED};
+    if (session == nullptr || !IsOpen(*session)) {
+        return TNX_ERR_SESSION_CLOSED;
+    }
+    return Guarded([&] { return (*session)->ops->closeSession(session); });
 }

@@ -77,6 +77,6 @@ void TnxTraceApiEvent(uint32_t result, uint32_t errorCode, const char *apiName,
         if (HasProcessor()) {
             WriteEvent(result, errorCode, apiName, beginTime);
         }
-    } catch (const std::bad_alloc &) { // an event less
+    } catch (...) { // an event less
     }
 }

@@ -1,6 +1,7 @@
 // Default fields, session callbacks and connection limits of a session.
 #include "translate/tnx_session_configuration.h"
 
+#include "common/guard.h"
 #include "translate/tnx_configuration.h"
 #include "translate/tnx_http_request_fields.h"
 
@@ -16,7 +17,7 @@ std::function<void()> WrapCallback(void (*callback)(void))
     if (callback == nullptr) {
         return {};
     }
-    return [callback]() noexcept { callback(); };
+    return [callback]() noexcept { GuardedCall(callback); };
 }
 
 void TranslateLimits(Tnx::SessionConfiguration &out, const Tnx_SessionConfiguration &configuration)

@@ -20,16 +20,32 @@ void AnsweringSession::Fetch(const std::shared_ptr<Request> &request, ResponseCa
 {
     StartQuietThread("tnx-answer", [activity = activity_, request, code = code_, why = why_,
                                     completion = std::move(completion)] {
-        if (const Activity::Scope running(*activity); running) {
+        const Activity::Scope running(*activity);
+        if (!running) {
+            return;
+        }
+        if (request->IsCanceled()) {
+            completion(nullptr, ERR_REQUEST_CANCELED);
+        } else {
             completion(MakeAnswer(request, why), code);
         }
     }).detach();
 }
 
+void AnsweringSession::CancelAll()
+{
+    if (configuration_ != nullptr && configuration_->onSessionCanceled) {
+        configuration_->onSessionCanceled();
+    }
+}
+
 void AnsweringSession::Close()
 {
-    activity_->Close();
+    const bool first = activity_->Close();
     activity_->WaitForOthers();
+    if (first && configuration_ != nullptr && configuration_->onSessionClosed) {
+        configuration_->onSessionClosed();
+    }
 }
 
 std::shared_ptr<Response> AnsweringSession::FetchSync(const std::shared_ptr<Request> &request,

@@ -21,9 +21,12 @@ std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
 class AnsweringSession final : public Session
 {
 public:
-    AnsweringSession(uint32_t code, std::string why)
+    // Without a configuration there is nobody to tell of a cancel or a close.
+    AnsweringSession(uint32_t code, std::string why,
+                     std::shared_ptr<SessionConfiguration> configuration = {})
         : code_(code)
         , why_(std::move(why))
+        , configuration_(std::move(configuration))
     {
     }
 
@@ -31,14 +34,18 @@ public:
     void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) override;
     std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
                                         uint32_t *errorCode) override;
-    void CancelRequest(const std::shared_ptr<Request> &) override {}
-    void CancelAll() override {}
+    void CancelRequest(const std::shared_ptr<Request> &request) override
+    {
+        request->SetCanceled(true);
+    }
+    void CancelAll() override;
     void Close() override;
 
 private:
     const std::string id_ = "tnx-none";
     const uint32_t code_;
     const std::string why_;
+    const std::shared_ptr<SessionConfiguration> configuration_;
     const std::shared_ptr<Activity> activity_ = std::make_shared<Activity>();
 };
 

@@ -135,10 +135,11 @@ DefaultSessionFactory::CreateSession(const std::shared_ptr<SessionConfiguration>
         return std::make_shared<CurlSession>(configuration, runner_);
     } catch (const std::bad_alloc &) {
         return std::make_shared<AnsweringSession>(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY,
-                                                  "Memory ran out when the session was set up");
+                                                  "Memory ran out when the session was set up",
+                                                  configuration);
     } catch (const std::exception &error) {
         return std::make_shared<AnsweringSession>(ERR_TRANSFER_BASE + CURLE_FAILED_INIT,
-                                                  error.what());
+                                                  error.what(), configuration);
     }
 }
 

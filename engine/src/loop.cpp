@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <new>
 #include <system_error>
 
 #include <sys/epoll.h>
@@ -30,12 +29,12 @@ private:
     const std::function<void()> action_;
 };
 
-// Whoever lets others wait tells them by himself when memory runs out.
-template <class Action> void Guarded(const Action &action)
+// Whoever lets others wait tells them by himself when he fails, for want of memory for instance.
+template <class Action> void Guarded(const Action &action) noexcept
 {
     try {
         action();
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
     }
 }
 

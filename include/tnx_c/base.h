@@ -35,7 +35,8 @@ enum {
 
     TNX_ERR_TRANSFER_BASE = 1007900000,
     TNX_ERR_UNSUPPORTED_SCHEME = 1007900001, /**< The URL's scheme is not http or https. */
-    TNX_ERR_INIT_FAILED = 1007900002,        /**< The session could not be set up. */
+    TNX_ERR_INIT_FAILED = 1007900002,        /**< The session could not be set up, for want of
+                                                  threads or descriptors for instance. */
     TNX_ERR_URL_MALFORMED = 1007900003,      /**< The URL is none. */
     TNX_ERR_NOT_BUILT_IN = 1007900004,       /**< The libcurl at hand cannot do this. */
     TNX_ERR_RESOLVE_PROXY = 1007900005,      /**< The proxy's name has no address. */
@@ -50,7 +51,8 @@ enum {
     TNX_ERR_OUT_OF_MEMORY = 1007900027,      /**< Memory ran out. */
     TNX_ERR_TIMEOUT = 1007900028,            /**< A time-out of the configuration passed. */
     TNX_ERR_TLS_CONNECT = 1007900035,        /**< The TLS handshake failed. */
-    TNX_ERR_CALLBACK = 1007900042,           /**< A body callback reported failure. */
+    TNX_ERR_CALLBACK = 1007900042,           /**< A body callback reported failure, or a
+                                                  callback threw an exception. */
     TNX_ERR_BAD_ARGUMENT = 1007900043,       /**< A header or method that must not be sent. */
     TNX_ERR_TOO_MANY_REDIRECTS = 1007900047, /**< More than 50 redirects. */
     TNX_ERR_EMPTY_REPLY = 1007900052,        /**< The server closed without a byte. */

@@ -8,7 +8,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -147,6 +149,52 @@ TEST(ProcessTest, AnExitWithOpenSessionsNeitherHangsNorCrashes)
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status)) << status;
     EXPECT_EQ(WEXITSTATUS(status), 7);
+}
+
+// In a child: no thread can be started, because none gets its stack.
+int LiveWithoutThreads(const std::string &url)
+{
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, size_t{1} << 46);
+    if (pthread_setattr_default_np(&attributes) != 0) {
+        return 1;
+    }
+    int canceled = 0;
+    int closed = 0;
+    SessionConfiguration configuration;
+    configuration.onSessionCanceled = [&canceled] { ++canceled; };
+    configuration.onSessionClosed = [&closed] { ++closed; };
+    const auto session = NewSession(configuration);
+    uint32_t code = 0;
+    const auto response = session->FetchSync(NewRequest(url), &code);
+    if (response == nullptr || code != ERR_TRANSFER_BASE + 2) {
+        return 2;
+    }
+    try {
+        session->Fetch(NewRequest(url), [](const auto &, uint32_t) { std::abort(); });
+        return 3;
+    } catch (const std::system_error &) {
+    }
+    session->CancelAll();
+    session->Close();
+    session->Close();
+    return canceled == 1 && closed == 1 ? 0 : 4;
+}
+
+TEST(ProcessTest, WithoutThreadsASessionTellsSo)
+{
+    ScriptedServer server;
+    const std::string url = server.Url("/bytes");
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        _exit(LiveWithoutThreads(url));
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 #endif

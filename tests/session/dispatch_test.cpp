@@ -1,6 +1,10 @@
 // The exported functions: missing handles, session types, and an application's own type.
 #include "tests/session/session_fixture.h"
 
+#include <array>
+#include <new>
+#include <system_error>
+
 namespace
 {
 
@@ -103,6 +107,58 @@ TEST(DispatchTest, OwnTypeIsServedByItsOwnTable)
     Entries twice = each;
     twice.insert(twice.end(), each.begin(), each.end());
     EXPECT_EQ(calls, twice);
+}
+
+[[noreturn]] void Throw(int what)
+{
+    if (what == 0) {
+        throw std::bad_alloc();
+    }
+    if (what == 1) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
+    throw what;
+}
+
+int g_thrown;
+
+Tnx_SessionOps g_throwingOps = {
+    [](Tnx_SessionOps *, const Tnx_SessionConfiguration *, uint32_t *) -> Tnx_Session * {
+        Throw(g_thrown);
+    },
+    nullptr,
+    nullptr,
+    [](Tnx_Session *, Tnx_Request *, uint32_t *) -> Tnx_Response * { Throw(g_thrown); },
+    [](Tnx_Session *, Tnx_Request *, const Tnx_ResponseCallbackObject *) -> uint32_t {
+        Throw(g_thrown);
+    },
+    [](Tnx_Session *, const Tnx_Request *) -> uint32_t { Throw(g_thrown); },
+    [](Tnx_Session *) -> uint32_t { Throw(g_thrown); },
+    [](Tnx_Session **) -> uint32_t { Throw(g_thrown); },
+};
+
+TEST(DispatchTest, WhatIsThrownBecomesACode)
+{
+    OVX_Tnx_RegisterSessionOps(1, &g_throwingOps);
+    Tnx_SessionConfiguration configuration = {};
+    configuration.sessionType = 1;
+    Tnx_Session opened = {&g_throwingOps, nullptr};
+    const std::array<uint32_t, 3> codes = {TNX_ERR_OUT_OF_MEMORY, TNX_ERR_INIT_FAILED,
+                                           TNX_ERR_CALLBACK};
+    for (g_thrown = 0; g_thrown < 3; ++g_thrown) {
+        const uint32_t expected = codes[static_cast<size_t>(g_thrown)];
+        uint32_t code = 0;
+        EXPECT_EQ(OVX_Tnx_CreateSession(&configuration, &code), nullptr);
+        EXPECT_EQ(std::exchange(code, 0U), expected);
+        EXPECT_EQ(OVX_Tnx_FetchSync(&opened, nullptr, &code), nullptr);
+        EXPECT_EQ(code, expected);
+        EXPECT_EQ(OVX_Tnx_Fetch(&opened, nullptr, nullptr), expected);
+        EXPECT_EQ(OVX_Tnx_CancelRequest(&opened, nullptr), expected);
+        EXPECT_EQ(OVX_Tnx_CancelSession(&opened), expected);
+        Tnx_Session *session = &opened;
+        EXPECT_EQ(OVX_Tnx_CloseSession(&session), expected);
+    }
+    OVX_Tnx_RegisterSessionOps(1, nullptr);
 }
 
 using CreateTest = SessionFixture;
