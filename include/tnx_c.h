@@ -5,7 +5,8 @@
  * This is the one header to include. Conventions, told once for all of it:
  *
  * 1. Functions return 0 (TNX_OK) or an error code; creators and getters return null on failure.
- *    No function throws, aborts on bad input or changes errno on purpose.
+ *    No function throws, aborts on bad input or changes errno on purpose. An exception that leaves
+ *    a callback of C++ ends its fetch with TNX_ERR_CALLBACK.
  * 2. Who creates a record destroys it, with the destroy function of its type. Every destroy
  *    function accepts null. A response is released through its own `destroyResponse` field.
  * 3. "Copies" means that the caller's bytes may go after the call. "Borrows until ..." means that
@@ -21,7 +22,8 @@
  *    to one thread at a time.
  * 8. Callbacks of an asynchronous fetch run on threads of the library, in order and one at a time
  *    for one request, concurrently for different requests. Callbacks of a synchronous fetch run on
- *    the thread that called it. A callback that blocks delays its own request only.
+ *    the thread that called it. A callback that blocks delays its own request only. The response
+ *    callback is the last that a fetch calls, whatever ends it.
  * 9. No callback runs with a lock of the library held. From any callback you may fetch, cancel and
  *    close, with one exception: an interceptor must not close the session it runs in, because the
  *    chain that it stands in goes with the session.

@@ -1,6 +1,7 @@
 // Creating HTTP sessions, what can be asked of them, and the registration of their type at load.
 #include "session/tnx_http_session.h"
 
+#include "common/guard.h"
 #include "common/log.h"
 #include "session/tnx_session_factory.h"
 #include "tnx_platform/bounded.h"
@@ -87,25 +88,16 @@ uint32_t OpenSession(Tnx_Session *handle, Tnx_SessionOps *ops,
 
 } // namespace
 
-void TnxEraseRequest(Tnx_HttpSession *session, const std::string &requestId) noexcept
+FlightPtr TnxEraseRequest(Tnx_HttpSession *session, const std::string &requestId) noexcept
 {
     TNX_LOGD("erase request %{public}s in session %{public}s", requestId.c_str(), session->id);
-    if (!session->requests.empty()) {
-        session->requests.erase(requestId);
-        session->engineRequests.erase(requestId);
-    }
-}
-
-CallbackPtr TnxPopCallback(Tnx_HttpSession *session, const std::string &requestId) noexcept
-{
-    const MutexLock lock(session->callbackMutex);
-    const auto entry = session->callbacks.find(requestId);
-    if (entry == session->callbacks.end()) {
+    const auto entry = session->flights.find(requestId);
+    if (entry == session->flights.end()) {
         return nullptr;
     }
-    CallbackPtr callback = std::move(entry->second);
-    session->callbacks.erase(entry);
-    return callback;
+    FlightPtr flight = std::move(entry->second);
+    session->flights.erase(entry);
+    return flight;
 }
 
 Tnx_Session *TnxHttpCreateSession(Tnx_SessionOps *ops, const Tnx_SessionConfiguration *config,
@@ -116,15 +108,12 @@ Tnx_Session *TnxHttpCreateSession(Tnx_SessionOps *ops, const Tnx_SessionConfigur
         return nullptr;
     }
     CPtr<Tnx_Session> handle = AllocateRecord<Tnx_Session>();
-    try {
-        if (handle == nullptr) {
-            throw std::bad_alloc();
-        }
-        *errCode = OpenSession(handle.get(), ops, config);
-    } catch (const std::bad_alloc &) {
+    if (handle == nullptr) {
         TNX_LOGE("failed to alloc session");
         *errCode = TNX_ERR_OUT_OF_MEMORY;
+        return nullptr;
     }
+    *errCode = Guarded([&] { return OpenSession(handle.get(), ops, config); });
     return *errCode == TNX_OK ? handle.release() : nullptr;
 }
 

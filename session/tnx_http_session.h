@@ -24,10 +24,25 @@ using CallbackPtr = std::unique_ptr<Tnx_ResponseCallbackObject>;
 
 enum class SessionState { OPEN, CLOSING, CLOSED };
 
-// An asynchronous request that is in flight stands in all three registries, under its identifier.
-// It is put in and taken out as a whole: both mutexes are held, so who takes the callback answers
-// the request, and nobody else does.
-//
+struct Tnx_HttpSession;
+
+// An asynchronous request on its way. Who takes it out of its registry answers it, and nobody else
+// does.
+struct Flight final : Tnx::CancelAnswer {
+    std::string id;
+    Tnx_Request *request = nullptr;
+    std::shared_ptr<Tnx::Request> engineRequest;
+    CallbackPtr callback;
+
+    // The answer that a cancel leaves behind a callback of this request: for whose sake, and
+    // whether all were canceled.
+    std::shared_ptr<Tnx_HttpSession> canceledIn;
+    bool canceledWithAll = false;
+    void Give() noexcept override;
+};
+
+using FlightPtr = std::shared_ptr<Flight>;
+
 // The object owns itself until it is closed. Who calls the application and goes on with the session
 // afterwards holds a reference: the application may have closed it.
 struct Tnx_HttpSession : std::enable_shared_from_this<Tnx_HttpSession> {
@@ -36,12 +51,8 @@ struct Tnx_HttpSession : std::enable_shared_from_this<Tnx_HttpSession> {
     const Tnx_SessionConfiguration *configuration = nullptr;
     HandlersChain handlersChain;
     SyncHandlersChain syncHandlersChain;
-    std::unordered_map<std::string, CallbackPtr> callbacks GUARDED_BY(callbackMutex);
-    std::unordered_map<std::string, Tnx_Request *> requests GUARDED_BY(requestMutex);
-    std::unordered_map<std::string, std::shared_ptr<Tnx::Request>>
-        engineRequests GUARDED_BY(requestMutex);
-    Mutex callbackMutex ACQUIRED_AFTER(requestMutex);
     Mutex requestMutex;
+    std::unordered_map<std::string, FlightPtr> flights GUARDED_BY(requestMutex); // by identifier
     std::atomic<SessionState> state = SessionState::OPEN;
     std::shared_ptr<Tnx_HttpSession> self;
 };
@@ -52,13 +63,9 @@ inline Tnx_HttpSession *TnxHttpSessionOf(const Tnx_Session *handle) noexcept
     return handle == nullptr ? nullptr : static_cast<Tnx_HttpSession *>(handle->sessionImpl);
 }
 
-// Takes a request out of both request registries.
-void TnxEraseRequest(Tnx_HttpSession *session, const std::string &requestId) noexcept
+// Takes a request out of the registry; empty when it is not there.
+FlightPtr TnxEraseRequest(Tnx_HttpSession *session, const std::string &requestId) noexcept
     REQUIRES(session->requestMutex);
-
-// Takes a callback out of its registry; empty when there is none. Taking it decides who answers.
-CallbackPtr TnxPopCallback(Tnx_HttpSession *session, const std::string &requestId) noexcept
-    REQUIRES(session->requestMutex) EXCLUDES(session->callbackMutex);
 
 // What the engine calls with the outcome of a fetch.
 Tnx::ResponseCallback TnxConstructRspCallback(Tnx_Request *request, int64_t startTime,

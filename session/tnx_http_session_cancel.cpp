@@ -1,11 +1,12 @@
 // Cancelling one request or all of them, and closing. The application is called with no lock held,
-// and may do anything from there, closing included: what it is called for is taken out first.
+// and may do anything from there, closing included: what it is called for is taken out first. Where
+// another thread is inside a callback of the request, it is called behind that, on that thread.
 #include "session/tnx_http_session.h"
 
+#include "common/guard.h"
 #include "common/log.h"
 #include "tnx_platform/permission.h"
 
-#include <new>
 #include <utility>
 
 namespace OHOS::Pelloria::TnxC
@@ -21,7 +22,7 @@ bool IsClosed(const Tnx_HttpSession &session)
 }
 
 // Calls `onCanceled` of the configuration that the request goes by.
-void FireCanceled(const Tnx_HttpSession &session, const Tnx_Request &request)
+void FireCanceled(const Tnx_HttpSession &session, const Tnx_Request &request) noexcept
 {
     const Tnx_Configuration *configuration = request.configuration;
     if (configuration == nullptr && session.configuration != nullptr) {
@@ -32,15 +33,23 @@ void FireCanceled(const Tnx_HttpSession &session, const Tnx_Request &request)
     }
     const auto &onCanceled = configuration->tracing.eventsHandler.onCanceled;
     if (onCanceled.callback != nullptr) {
-        onCanceled.callback(onCanceled.usrCtx);
+        GuardedCall([&] { onCanceled.callback(onCanceled.usrCtx); });
     }
 }
 
-void DeliverCanceled(const CallbackPtr &callback)
+void DeliverCanceled(const Flight &flight) noexcept
 {
-    if (callback != nullptr && callback->callback != nullptr) {
-        callback->callback(callback->usrCtx, nullptr, TNX_ERR_REQUEST_CANCELED);
+    const CallbackPtr &object = flight.callback;
+    if (object != nullptr && object->callback != nullptr) {
+        GuardedCall([&] { object->callback(object->usrCtx, nullptr, TNX_ERR_REQUEST_CANCELED); });
     }
+}
+
+void LogCancelOfOne(const Tnx_HttpSession &session, const std::string &requestId)
+{
+    TNX_LOGD("cancel request %{public}s in session %{public}s", requestId.c_str(), session.id);
+    TNX_LOGD("pop callback for request %{public}s in session %{public}s", requestId.c_str(),
+             session.id);
 }
 
 // The mark alone ends the request too, only later.
@@ -49,55 +58,74 @@ void CancelInEngine(Tnx_HttpSession &session, const std::shared_ptr<Tnx::Request
     engineRequest->SetCanceled(true);
     try {
         session.engineSession->CancelRequest(engineRequest);
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
     }
 }
 
-// Tells the engine and takes the request out with its callback, all or nothing: the application may
-// fetch it again before this cancel is over.
-CallbackPtr TakeCanceled(Tnx_HttpSession &session, const std::string &requestId)
+// Tells the engine and takes the request out: the application may fetch it again before this
+// cancel is over. Empty when it was not in flight.
+FlightPtr TakeCanceled(Tnx_HttpSession &session, const std::string &requestId)
 {
     const MutexLock lock(session.requestMutex);
-    const auto entry = session.engineRequests.find(requestId);
-    if (entry != session.engineRequests.end()) {
-        CancelInEngine(session, entry->second);
+    const auto entry = session.flights.find(requestId);
+    if (entry != session.flights.end()) {
+        CancelInEngine(session, entry->second->engineRequest);
     }
-    TnxEraseRequest(&session, requestId);
-    return TnxPopCallback(&session, requestId);
+    return TnxEraseRequest(&session, requestId);
 }
 
-uint32_t CancelOne(const SessionRef &session, const Tnx_Request &request)
+// True: somebody else has it now.
+bool LeaveBehindCallback(const SessionRef &session, const FlightPtr &flight, bool withAll)
+{
+    flight->canceledIn = session;
+    flight->canceledWithAll = withAll;
+    return session->engineSession->LeaveAnswer(*flight->engineRequest, flight);
+}
+
+void CancelOne(const SessionRef &session, const Tnx_Request &request)
 {
     const std::string requestId = request.id;
-    const CallbackPtr callback = TakeCanceled(*session, requestId);
-    FireCanceled(*session, request);
-    TNX_LOGD("cancel request %{public}s in session %{public}s", requestId.c_str(), session->id);
-    TNX_LOGD("pop callback for request %{public}s in session %{public}s", requestId.c_str(),
-             session->id);
-    if (!IsClosed(*session)) {
-        DeliverCanceled(callback);
+    const FlightPtr flight = TakeCanceled(*session, requestId);
+    if (flight == nullptr) {
+        FireCanceled(*session, request);
+        LogCancelOfOne(*session, requestId);
+    } else if (!LeaveBehindCallback(session, flight, false)) {
+        flight->Give();
     }
-    return TNX_OK;
 }
 
-// All that was in flight.
-struct Flights {
-    decltype(Tnx_HttpSession::requests) requests;
-    decltype(Tnx_HttpSession::engineRequests) engineRequests;
-    decltype(Tnx_HttpSession::callbacks) callbacks;
-};
+using Flights = decltype(Tnx_HttpSession::flights);
 
 Flights TakeAllCanceled(Tnx_HttpSession &session)
 {
     const MutexLock lock(session.requestMutex);
-    const MutexLock callbackLock(session.callbackMutex);
-    for (const auto &[id, engineRequest] : session.engineRequests) {
-        if (!engineRequest->IsCanceled()) { // handed over since the engine canceled all
-            CancelInEngine(session, engineRequest);
+    for (const auto &[id, flight] : session.flights) {
+        if (!flight->engineRequest->IsCanceled()) { // handed over since the engine canceled all
+            CancelInEngine(session, flight->engineRequest);
         }
     }
-    return {std::exchange(session.requests, {}), std::exchange(session.engineRequests, {}),
-            std::exchange(session.callbacks, {})};
+    return std::exchange(session.flights, {});
+}
+
+// All events first, then all response callbacks.
+void AnswerAll(const Tnx_HttpSession &session, const Flights &flights)
+{
+    for (const auto &[id, flight] : flights) {
+        TNX_LOGD("call onCanceled for request %{public}s", id.c_str());
+        FireCanceled(session, *flight->request);
+        if (IsClosed(session)) {
+            return;
+        }
+    }
+    for (const auto &[id, flight] : flights) {
+        TNX_LOGD("set cpp canceled for request %{public}s", id.c_str());
+    }
+    for (const auto &[id, flight] : flights) {
+        DeliverCanceled(*flight);
+        if (IsClosed(session)) {
+            return;
+        }
+    }
 }
 
 void CancelAll(const SessionRef &session)
@@ -106,28 +134,16 @@ void CancelAll(const SessionRef &session)
     const std::shared_ptr<Tnx::Session> engineSession = session->engineSession;
     try {
         engineSession->CancelAll();
-    } catch (const std::bad_alloc &) { // each request is canceled below
+    } catch (...) { // each request is canceled below
     }
     if (IsClosed(*session)) {
         return;
     }
-    const Flights flights = TakeAllCanceled(*session);
-    for (const auto &[id, request] : flights.requests) {
-        TNX_LOGD("call onCanceled for request %{public}s", request->id);
-        FireCanceled(*session, *request);
-        if (IsClosed(*session)) {
-            return;
-        }
-    }
-    for (const auto &[id, engineRequest] : flights.engineRequests) {
-        TNX_LOGD("set cpp canceled for request %{public}s", engineRequest->GetId().c_str());
-    }
-    for (const auto &[id, callback] : flights.callbacks) {
-        DeliverCanceled(callback);
-        if (IsClosed(*session)) {
-            return;
-        }
-    }
+    Flights flights = TakeAllCanceled(*session);
+    std::erase_if(flights, [&session](const Flights::value_type &entry) {
+        return LeaveBehindCallback(session, entry.second, true);
+    });
+    AnswerAll(*session, flights);
 }
 
 // What is still registered is released, not completed.
@@ -136,10 +152,7 @@ void Release(Tnx_HttpSession &session)
     session.state = SessionState::CLOSED;
     {
         const MutexLock lock(session.requestMutex);
-        const MutexLock callbackLock(session.callbackMutex);
-        session.requests.clear();
-        session.engineRequests.clear();
-        session.callbacks.clear();
+        session.flights.clear();
     }
     session.engineSession.reset();
     session.handlersChain.reset();
@@ -148,6 +161,26 @@ void Release(Tnx_HttpSession &session)
 }
 
 } // namespace
+
+void Flight::Give() noexcept
+{
+    const SessionRef session = std::move(canceledIn);
+    if (IsClosed(*session)) { // by the callback that this was left behind
+        return;
+    }
+    if (canceledWithAll) {
+        TNX_LOGD("call onCanceled for request %{public}s", id.c_str());
+    }
+    FireCanceled(*session, *request);
+    if (canceledWithAll) {
+        TNX_LOGD("set cpp canceled for request %{public}s", id.c_str());
+    } else {
+        LogCancelOfOne(*session, id);
+    }
+    if (!IsClosed(*session)) {
+        DeliverCanceled(*this);
+    }
+}
 
 uint32_t TnxHttpCancelRequest(Tnx_Session *session, const Tnx_Request *request) noexcept
 {
@@ -158,11 +191,10 @@ uint32_t TnxHttpCancelRequest(Tnx_Session *session, const Tnx_Request *request) 
     if (http == nullptr || request == nullptr || http->engineSession == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    try {
-        return CancelOne(http->shared_from_this(), *request);
-    } catch (const std::bad_alloc &) {
-        return TNX_ERR_OUT_OF_MEMORY;
-    }
+    return Guarded([&] {
+        CancelOne(http->shared_from_this(), *request);
+        return TNX_OK;
+    });
 }
 
 uint32_t TnxHttpCancelSession(Tnx_Session *session) noexcept
@@ -170,8 +202,10 @@ uint32_t TnxHttpCancelSession(Tnx_Session *session) noexcept
     if (!CommonUtils::HasInternetPermission()) {
         return TNX_ERR_PERMISSION_DENIED;
     }
-    CancelAll(TnxHttpSessionOf(session)->shared_from_this());
-    return TNX_OK;
+    return Guarded([&] {
+        CancelAll(TnxHttpSessionOf(session)->shared_from_this());
+        return TNX_OK;
+    });
 }
 
 uint32_t TnxHttpCloseSession(Tnx_Session **session) noexcept
@@ -184,11 +218,13 @@ uint32_t TnxHttpCloseSession(Tnx_Session **session) noexcept
     if (http->state.exchange(SessionState::CLOSING) != SessionState::OPEN) {
         return TNX_ERR_SESSION_CLOSED;
     }
-    try {
+    const uint32_t code = Guarded([&] {
         http->engineSession->Close();
-    } catch (const std::bad_alloc &) { // may be tried again
+        return uint32_t{TNX_OK};
+    });
+    if (code != TNX_OK) { // may be tried again
         http->state = SessionState::OPEN;
-        return TNX_ERR_OUT_OF_MEMORY;
+        return code;
     }
     TNX_LOGI("close session %{public}s", http->id);
     Release(*http);

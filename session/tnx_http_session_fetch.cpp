@@ -2,13 +2,13 @@
 // completion that answers the application.
 #include "session/tnx_http_session.h"
 
+#include "common/guard.h"
 #include "common/log.h"
 #include "tnx_platform/permission.h"
 #include "translate/tnx_http_request.h"
 #include "translate/tnx_http_response.h"
 
 #include <ctime>
-#include <new>
 #include <utility>
 
 namespace OHOS::Pelloria::TnxC
@@ -22,39 +22,23 @@ constexpr const char *API_NAME = "OVX_Tnx_Fetch";
 constexpr uint32_t COMPLETED = 0;
 constexpr uint32_t REFUSED = 1;
 
-struct Flight {
-    Tnx_Request *request;
-    std::shared_ptr<Tnx::Request> engineRequest;
-    std::string id;
-};
-
 // Another flight of the same request is replaced; its callback is dropped.
-void Register(Tnx_HttpSession &session, const Flight &flight, CallbackPtr callback)
+void Register(Tnx_HttpSession &session, FlightPtr flight)
 {
+    const std::string &id = flight->id;
     const MutexLock lock(session.requestMutex);
-    const MutexLock callbackLock(session.callbackMutex);
-    try {
-        session.requests.insert_or_assign(flight.id, flight.request);
-        session.engineRequests.insert_or_assign(flight.id, flight.engineRequest);
-        session.callbacks.insert_or_assign(flight.id, std::move(callback));
-    } catch (const std::bad_alloc &) {
-        session.requests.erase(flight.id);
-        session.engineRequests.erase(flight.id);
-        session.callbacks.erase(flight.id);
-        throw;
-    }
+    session.flights[id].swap(flight);
 }
 
 // False when a cancel has answered the flight already.
-bool Withdraw(Tnx_HttpSession &session, const Flight &flight)
+bool Withdraw(Tnx_HttpSession &session, const FlightPtr &flight)
 {
     const MutexLock lock(session.requestMutex);
-    const auto entry = session.engineRequests.find(flight.id);
-    if (entry == session.engineRequests.end() || entry->second != flight.engineRequest) {
+    const auto entry = session.flights.find(flight->id);
+    if (entry == session.flights.end() || entry->second != flight) {
         return false;
     }
-    TnxEraseRequest(&session, flight.id);
-    TnxPopCallback(&session, flight.id);
+    TnxEraseRequest(&session, flight->id);
     return true;
 }
 
@@ -63,14 +47,17 @@ uint32_t StartFetch(Tnx_HttpSession &session, Tnx_Request *request,
 {
     // A reference of its own: a close on another thread must not pull the engine session away.
     const std::shared_ptr<Tnx::Session> engineSession = session.engineSession;
-    auto copy = std::make_unique<Tnx_ResponseCallbackObject>(callback);
+    const auto flight = std::make_shared<Flight>();
+    flight->id = request->id;
+    flight->request = request;
+    flight->callback = std::make_unique<Tnx_ResponseCallbackObject>(callback);
+    flight->engineRequest = TnxToCppRequest(session.configuration, request);
     Tnx::ResponseCallback completion = TnxConstructRspCallback(request, startTime, &session);
-    const Flight flight = {request, TnxToCppRequest(session.configuration, request), request->id};
-    Register(session, flight, std::move(copy));
+    Register(session, flight);
     // A cancel that comes between marks the engine's request, which is then not sent.
     try {
-        engineSession->Fetch(flight.engineRequest, std::move(completion));
-    } catch (const std::bad_alloc &) {
+        engineSession->Fetch(flight->engineRequest, std::move(completion));
+    } catch (...) {
         if (Withdraw(session, flight)) {
             throw;
         }
@@ -96,7 +83,7 @@ uint32_t Deliver(CallbackPtr callback, const std::shared_ptr<Tnx::Response> &res
     const Tnx_ResponseCallbackObject target = *callback;
     Tnx_Response *record = TnxToCResponse(response, request, std::move(callback));
     errorCode = CodeOf(errorCode, response, record);
-    target.callback(target.usrCtx, record, errorCode);
+    GuardedCall([&] { target.callback(target.usrCtx, record, errorCode); });
     return errorCode;
 }
 
@@ -118,7 +105,7 @@ public:
         if (errorCode == TNX_ERR_REQUEST_CANCELED && response == nullptr) {
             return;
         }
-        CallbackPtr callback;
+        FlightPtr flight;
         {
             const MutexLock lock(session_->requestMutex);
             const Tnx::Request *engineRequest =
@@ -128,28 +115,29 @@ public:
             }
             TNX_LOGD("response callback for request %{public}s, errCode %{public}u",
                      requestId_.c_str(), errorCode);
-            callback = TakeCallback(engineRequest);
+            flight = TakeFlight(engineRequest);
         }
         // The callback may close the session, and end this object with it.
         const int64_t startTime = startTime_;
-        errorCode = Deliver(std::move(callback), response, request_, errorCode);
+        if (flight != nullptr) {
+            errorCode = Deliver(std::move(flight->callback), response, request_, errorCode);
+        }
         TnxTraceApiEvent(COMPLETED, errorCode, API_NAME, startTime);
     }
 
 private:
-    // Empty when the request was fetched again since: the later flight's callback is not ours.
-    CallbackPtr TakeCallback(const Tnx::Request *engineRequest) const
-        REQUIRES(session_->requestMutex)
+    // Empty when the request was fetched again since: the later flight is not ours.
+    FlightPtr TakeFlight(const Tnx::Request *engineRequest) const REQUIRES(session_->requestMutex)
     {
-        const auto entry = session_->engineRequests.find(requestId_);
-        if (engineRequest != nullptr && entry != session_->engineRequests.end() &&
-            entry->second.get() != engineRequest) {
+        const auto entry = session_->flights.find(requestId_);
+        if (engineRequest != nullptr && entry != session_->flights.end() &&
+            entry->second->engineRequest.get() != engineRequest) {
             return nullptr;
         }
-        TnxEraseRequest(session_, requestId_);
+        FlightPtr flight = TnxEraseRequest(session_, requestId_);
         TNX_LOGD("pop callback for request %{public}s in session %{public}s", requestId_.c_str(),
                  session_->id);
-        return TnxPopCallback(session_, requestId_);
+        return flight;
     }
 
     Tnx_Request *request_;
@@ -174,11 +162,7 @@ uint32_t TnxSessionBasedFetchHandle(void *handlerContext, Tnx_Request *request,
     uint32_t code = TNX_ERR_PARAMETER;
     if (session != nullptr && callback != nullptr && request != nullptr &&
         session->engineSession != nullptr) {
-        try {
-            code = StartFetch(*session, request, *callback, startTime);
-        } catch (const std::bad_alloc &) {
-            code = TNX_ERR_OUT_OF_MEMORY;
-        }
+        code = Guarded([&] { return StartFetch(*session, request, *callback, startTime); });
     }
     if (code != TNX_OK) {
         TnxTraceApiEvent(REFUSED, code, API_NAME, startTime);
@@ -197,17 +181,14 @@ Tnx_Response *TnxSessionBasedFetchSyncHandle(void *handlerContext, Tnx_Request *
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    try {
+    return Guarded(errCode, [&] {
         const std::shared_ptr<Tnx::Session> engineSession = session->engineSession;
         const auto engineRequest = TnxToCppRequest(session->configuration, request);
         const auto response = engineSession->FetchSync(engineRequest, errCode);
         Tnx_Response *record = TnxToCResponse(response, request, nullptr);
         *errCode = CodeOf(*errCode, response, record);
         return record;
-    } catch (const std::bad_alloc &) {
-        *errCode = TNX_ERR_OUT_OF_MEMORY;
-        return nullptr;
-    }
+    });
 }
 
 uint32_t TnxHttpFetch(Tnx_Session *session, Tnx_Request *request,

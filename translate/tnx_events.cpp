@@ -27,14 +27,13 @@ void TranslateSwitches(Tnx::TracingConfiguration &out, const Tnx_TracingConfigur
 
 template <class Slot> auto BridgeProgress(const Slot &slot)
 {
-    return [slot = &slot](uint64_t total, uint64_t now) noexcept {
-        slot->callback(slot->usrCtx, total, now);
-    };
+    return
+        [slot = &slot](uint64_t total, uint64_t now) { slot->callback(slot->usrCtx, total, now); };
 }
 
 template <class Slot> auto BridgeData(const Slot &slot)
 {
-    return [slot = &slot](const std::shared_ptr<std::string> &data) noexcept -> size_t {
+    return [slot = &slot](const std::shared_ptr<std::string> &data) -> size_t {
         if (data == nullptr) {
             return 0;
         }
@@ -45,7 +44,7 @@ template <class Slot> auto BridgeData(const Slot &slot)
 
 template <class Slot> auto BridgeHeaders(const Slot &slot)
 {
-    return [slot = &slot](const std::shared_ptr<Tnx::Headers> &headers) noexcept {
+    return [slot = &slot](const std::shared_ptr<Tnx::Headers> &headers) {
         if (headers != nullptr) {
             slot->callback(slot->usrCtx, TnxToCHeaders(headers));
         }
@@ -54,7 +53,7 @@ template <class Slot> auto BridgeHeaders(const Slot &slot)
 
 template <class Slot> auto BridgeEvent(const Slot &slot)
 {
-    return [slot = &slot]() noexcept { slot->callback(slot->usrCtx); };
+    return [slot = &slot]() { slot->callback(slot->usrCtx); };
 }
 
 } // namespace

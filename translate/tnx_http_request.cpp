@@ -117,7 +117,7 @@ void TnxUpdateDataRecvCallback(Tnx::Configuration &configuration, const Tnx_Requ
         return;
     }
     configuration.tracing.eventsHandler.onDataReceive =
-        [object](const std::shared_ptr<std::string> &data) noexcept -> size_t {
+        [object](const std::shared_ptr<std::string> &data) -> size_t {
         if (data == nullptr) {
             return 0;
         }

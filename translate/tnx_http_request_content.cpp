@@ -20,24 +20,20 @@ std::shared_ptr<std::string> SharedBytes(const char *data, uint32_t length)
     return std::make_shared<std::string>(BytesOf(data, length));
 }
 
-std::shared_ptr<std::string> PullData(Tnx_GetDataCallback callback, size_t size) noexcept
+std::shared_ptr<std::string> PullData(Tnx_GetDataCallback callback, size_t size)
 {
     if (callback == nullptr) {
         return nullptr;
     }
     const CPtr<char> buffer(static_cast<char *>(std::malloc(size)));
     if (buffer == nullptr) {
-        return nullptr;
+        throw std::bad_alloc();
     }
     const int count = callback(buffer.get(), static_cast<unsigned int>(size));
     if (count < 0) {
         return nullptr;
     }
-    try {
-        return std::make_shared<std::string>(buffer.get(), static_cast<size_t>(count));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return std::make_shared<std::string>(buffer.get(), static_cast<size_t>(count));
 }
 
 // False for an unknown source.
@@ -124,7 +120,7 @@ std::shared_ptr<Tnx::MultipartForm> TranslateMultipartForm(const Tnx_MultipartFo
 
 Tnx::GetDataFunction TnxMakeGetDataCallback(Tnx_GetDataCallback callback)
 {
-    return [callback](size_t size) noexcept { return PullData(callback, size); };
+    return [callback](size_t size) { return PullData(callback, size); };
 }
 
 int TnxToCppFormFieldValue(const Tnx_FormFieldValue *value, Tnx::FormFieldValue &out)

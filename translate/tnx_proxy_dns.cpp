@@ -32,17 +32,13 @@ std::vector<std::string> AddressesOf(const Tnx_IpAddress *address)
     return addresses;
 }
 
-// No address is no opinion, which is also the answer when memory runs out.
+// No address is no opinion.
 std::vector<std::string> AskDynamicRule(const Tnx_DnsRule &rule, const std::string &host,
-                                        uint16_t port) noexcept
+                                        uint16_t port)
 {
     const std::unique_ptr<Tnx_IpAddress, DestroyWith<&FreeAddresses>> first(
         rule.rule.dynamicRule(host.c_str(), port));
-    try {
-        return AddressesOf(first.get());
-    } catch (const std::bad_alloc &) {
-        return {};
-    }
+    return AddressesOf(first.get());
 }
 
 void TranslateExclusionList(Tnx::Exclusions &out, const Tnx_UrlNode *node)
@@ -90,7 +86,7 @@ void TnxSetCppExclusionFunction(Tnx::WebProxy &out, const Tnx_WebProxy &proxy)
     const Tnx_ExclusionFunction excludes = proxy.exclusions.exclusionFunction;
     if (excludes != nullptr) {
         out.exclusions.SetExclusionFunction(
-            [excludes](const std::string &url) noexcept { return excludes(url.c_str()); });
+            [excludes](const std::string &url) { return excludes(url.c_str()); });
     }
 }
 
@@ -113,7 +109,7 @@ void TnxToCppWebProxy(Tnx::WebProxy &out, const Tnx_WebProxy &proxy)
 void TnxSetCppDnsDynamicDnsRules(const std::shared_ptr<Tnx::DnsRule> &out, const Tnx_DnsRule *rule)
 {
     if (rule->rule.dynamicRule != nullptr) {
-        out->SetDynamicDnsRule([rule](const std::string &host, uint16_t port) noexcept {
+        out->SetDynamicDnsRule([rule](const std::string &host, uint16_t port) {
             return AskDynamicRule(*rule, host, port);
         });
     }

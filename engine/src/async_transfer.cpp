@@ -13,11 +13,11 @@ AsyncTransfer::AsyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<
                              ResponseCallback completion)
     : Transfer(std::move(core), std::move(request), false, true)
     , completion_(std::move(completion))
-    , strand_(Core().GetActivity())
+    , strand_(Core().GetActivity(), *this)
 {
 }
 
-void AsyncTransfer::Wake()
+void AsyncTransfer::Wake() noexcept
 {
     if (!posted_.exchange(true)) {
         Core().GetRuntime().GetLoop().Post(
@@ -65,14 +65,17 @@ void AsyncTransfer::Deliver(std::function<void()> callback)
     }
 }
 
-void AsyncTransfer::RunStrand()
+void AsyncTransfer::RunStrand() noexcept
 {
     std::shared_ptr<PoolTask> task(shared_from_this(), static_cast<PoolTask *>(&strand_));
     if (Core().Runner()) {
-        Core().Runner()([task] { task->RunOnPool(); });
-    } else {
-        Core().GetRuntime().GetWorkers().RunLater(std::move(task));
+        try {
+            Core().Runner()([task] { task->RunOnPool(); });
+            return;
+        } catch (...) { // not taken: the engine's own threads are there too
+        }
     }
+    Core().GetRuntime().GetWorkers().RunLater(std::move(task));
 }
 
 CURL *AsyncTransfer::TakeHandle()

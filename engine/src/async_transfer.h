@@ -19,7 +19,7 @@ public:
     AsyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
                   ResponseCallback completion);
 
-    void Wake() override;
+    void Wake() noexcept override;
     void RunOnLoop() override;
 
 private:
@@ -30,7 +30,7 @@ private:
     void StopExchange(CURL *easy) override;
     void GiveHandleBack(CURL *easy, bool sound) override;
     void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
-    void RunStrand();
+    void RunStrand() noexcept;
     void KeepLimit();
 
     const ResponseCallback completion_;

@@ -29,7 +29,9 @@ BodyPipe::Result BodyPipe::Write(std::string_view piece)
 void BodyPipe::Consume()
 {
     while (TakeChunk()) {
-        if (Settle(consumer_(chunk_))) {
+        size_t taken = 0;
+        delivery_.Call([&] { taken = consumer_(chunk_); });
+        if (Settle(taken)) {
             delivery_.Wake();
         }
     }

@@ -135,10 +135,15 @@ bool NameLookup::AskTable(const std::vector<StaticDnsRuleItem> &items)
 void NameLookup::AskApplication(const DynamicDnsFunction &function)
 {
     answer_ = std::make_shared<Answer>();
-    delivery_.Deliver([this, answer = answer_, &function] {
-        answer->Take(
-            [&] { return LookupResult{.addresses = function(host_, port_), .error = {}}; });
-        wake_();
+    // By value: the transfer may be at its next name before this has come back.
+    delivery_.Deliver([&delivery = delivery_, answer = answer_, wake = wake_, host = host_,
+                       port = port_, &function] {
+        answer->Take([&] {
+            LookupResult result;
+            delivery.Call([&] { result.addresses = function(host, port); });
+            return result;
+        });
+        wake();
     });
 }
 

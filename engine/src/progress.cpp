@@ -34,10 +34,11 @@ void Progress::Tell()
     delivery_.Deliver([this, state = state_] {
         waiting_ = false;
         if (events_.onDownloadProgress) {
-            events_.onDownloadProgress(state.downloadTotal, state.downloaded);
+            delivery_.Call(
+                [&] { events_.onDownloadProgress(state.downloadTotal, state.downloaded); });
         }
         if (events_.onUploadProgress) {
-            events_.onUploadProgress(state.uploadTotal, state.uploaded);
+            delivery_.Call([&] { events_.onUploadProgress(state.uploadTotal, state.uploaded); });
         }
     });
 }

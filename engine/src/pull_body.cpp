@@ -69,7 +69,8 @@ void PullBody::Pull()
             return;
         }
     }
-    std::shared_ptr<std::string> piece = function_(PIECE);
+    std::shared_ptr<std::string> piece;
+    delivery_.Call([&] { piece = function_(PIECE); });
     {
         MutexLock lock(mutex_);
         pulling_ = false;

@@ -91,7 +91,8 @@ void Receiver::TellHeaders()
 {
     const auto &tell = configuration_.tracing.eventsHandler.onHeadersReceive;
     if (!headersTold_ && tell) {
-        delivery_.Deliver([&tell, headers = block_.Fields()] { tell(headers); });
+        delivery_.Deliver(
+            [this, &tell, headers = block_.Fields()] { delivery_.Call([&] { tell(headers); }); });
     }
     headersTold_ = true;
 }

@@ -42,9 +42,21 @@ void Strand::RunOnPool()
             callback = std::move(callbacks_.front());
             callbacks_.pop_front();
         }
-        if (const Activity::Scope running(activity_); running) {
-            callback();
-        }
+        Run(callback);
+    }
+}
+
+// The application's own exceptions do not come this far.
+void Strand::Run(const Callback &callback) noexcept
+{
+    const Activity::Scope running(activity_);
+    if (!running) {
+        return;
+    }
+    try {
+        callback();
+    } catch (...) {
+        transfer_.Meet(Delivery::Trouble::NO_MEMORY);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "activity.h"
 #include "common/mutex.h"
+#include "delivery.h"
 #include "workers.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -18,8 +19,9 @@ using Callback = std::function<void()>;
 class Strand : public PoolTask
 {
 public:
-    explicit Strand(Activity &activity)
+    Strand(Activity &activity, Delivery &transfer)
         : activity_(activity)
+        , transfer_(transfer)
     {
     }
 
@@ -35,7 +37,10 @@ public:
     void RunOnPool() override;
 
 private:
+    void Run(const Callback &callback) noexcept;
+
     Activity &activity_;
+    Delivery &transfer_;
     Mutex mutex_;
     std::list<Callback> callbacks_ GUARDED_BY(mutex_);
     std::list<Callback> last_ GUARDED_BY(mutex_) = std::list<Callback>(1);

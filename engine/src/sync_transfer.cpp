@@ -35,7 +35,7 @@ std::shared_ptr<Response> SyncTransfer::Run(uint32_t &code)
     return std::move(outcome_);
 }
 
-void SyncTransfer::Wake()
+void SyncTransfer::Wake() noexcept
 {
     woken_ = true;
     if (std::this_thread::get_id() != caller_) {

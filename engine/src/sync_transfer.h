@@ -25,7 +25,7 @@ public:
     // Returns when the fetch is over.
     std::shared_ptr<Response> Run(uint32_t &code);
 
-    void Wake() override;
+    void Wake() noexcept override;
 
 private:
     void Deliver(std::function<void()> callback) override { callback(); }

@@ -11,7 +11,8 @@ namespace OHOS::Pelloria::Tnx
 
 Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
                    bool exclusive, bool needsSlot)
-    : core_(std::move(core))
+    : Delivery(request->Gate())
+    , core_(std::move(core))
     , request_(std::move(request))
     , configuration_(request_->GetConfiguration())
     , response_(std::make_shared<Response>(request_))
@@ -51,8 +52,12 @@ void Transfer::Advance()
 void Transfer::Steps()
 {
     while (!Done()) {
-        if (request_->IsCanceled() || core_->GetActivity().Closed()) {
+        if (Dropped()) {
             Abandon(!request_->IsCanceled());
+            return;
+        }
+        if (GetTrouble() != Trouble::NONE) {
+            FailOfTrouble();
             return;
         }
         if (const std::optional<TimePoint> limit = WaitLimit(); limit && *limit <= Clock::now()) {
@@ -63,6 +68,11 @@ void Transfer::Steps()
             return;
         }
     }
+}
+
+bool Transfer::Dropped() const
+{
+    return request_->IsCanceled() || core_->GetActivity().Closed();
 }
 
 // One step. False when there is something to wait for.
@@ -171,7 +181,7 @@ void Transfer::ChooseRoute()
     exclusion_ = UNKNOWN;
     state_ = State::EXCLUSION;
     Deliver([this, excludes] {
-        exclusion_ = (*excludes)(hop_.url.text) ? 1 : 0;
+        Call([&] { exclusion_ = (*excludes)(hop_.url.text) ? 1 : 0; });
         Wake();
     });
 }
@@ -282,7 +292,9 @@ void Transfer::ExchangeDone(CURLcode code)
     state_ = State::ENDED;
     try {
         phases_.HopEnded(easy_);
-        if (code != CURLE_OK || receiver_.Refused()) {
+        if (Dropped()) {
+            Abandon(!request_->IsCanceled());
+        } else if (code != CURLE_OK || receiver_.Refused()) {
             FailExchange(easy_, code);
         } else {
             CollectOutcome(easy_);

@@ -50,6 +50,9 @@ protected:
     // Until when it may wait for what it waits for now.
     std::optional<TimePoint> WaitLimit() const;
 
+    // Nothing more of it is wanted.
+    bool Dropped() const;
+
     bool UnderWay() const { return state_ == State::UNDER_WAY; }
     bool Done() const { return state_ == State::DONE; }
 
@@ -104,6 +107,7 @@ private:
 
     void Fail(CURLcode code, const std::string &what, const std::string &where = {});
     void FailExchange(CURL *easy, CURLcode code);
+    void FailOfTrouble();
     CURLcode CauseOf(CURLcode code, std::string &what) const;
     void Finish(uint32_t code);
     uint32_t TellEnd(uint32_t code);

@@ -13,6 +13,8 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
+constexpr const char *CALLBACK_THREW = "A callback threw an exception";
+
 std::string Milliseconds(Clock::duration duration)
 {
     std::array<char, 32> text;
@@ -64,6 +66,10 @@ std::optional<TimePoint> Transfer::WaitLimit() const
 CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
 {
     what = exchange_.Error(code);
+    if (GetTrouble() == Trouble::THREW) {
+        what = CALLBACK_THREW;
+        return CURLE_ABORTED_BY_CALLBACK;
+    }
     if (receiver_.Failure() != CURLE_OK) {
         what = receiver_.Problem();
         return receiver_.Failure();
@@ -146,6 +152,18 @@ void Transfer::FailWithoutMemory()
     Finish(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY);
 }
 
+void Transfer::FailOfTrouble()
+{
+    if (GetTrouble() == Trouble::NO_MEMORY) {
+        FailWithoutMemory();
+    } else if (state_ == State::UNDER_WAY) {
+        StopExchange(easy_);
+        FailExchange(easy_, CURLE_ABORTED_BY_CALLBACK);
+    } else {
+        Fail(CURLE_ABORTED_BY_CALLBACK, CALLBACK_THREW);
+    }
+}
+
 // Gives the handle back. False when there was none.
 bool Transfer::DropExchange(bool sound)
 {
@@ -179,6 +197,9 @@ void Transfer::Finish(uint32_t code)
     state_ = State::DONE;
     LeaveSlot();
     core_->Deregister(*this);
+    if (code != ERR_SESSION_CLOSED && request_->IsCanceled()) { // whatever ended it meanwhile
+        code = ERR_REQUEST_CANCELED;
+    }
     if (code == ERR_REQUEST_CANCELED) {
         Complete(nullptr, code);
         return;
@@ -192,8 +213,9 @@ uint32_t Transfer::TellEnd(uint32_t code)
 {
     try {
         progress_.Finish();
-        if (code == 0 && configuration_.tracing.eventsHandler.onDataEnd) {
-            Deliver(configuration_.tracing.eventsHandler.onDataEnd);
+        const auto &dataEnd = configuration_.tracing.eventsHandler.onDataEnd;
+        if (code == 0 && dataEnd) {
+            Deliver([this, &dataEnd] { Call(dataEnd); });
         }
         if (configuration_.tracing.collectTimeInfo) {
             response_->SetTimeInfo(phases_.Result());

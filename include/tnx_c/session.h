@@ -148,14 +148,18 @@ TNX_API uint32_t OVX_Tnx_Fetch(Tnx_Session *session, Tnx_Request *request,
                                const Tnx_ResponseCallbackObject *callback) TNX_NOEXCEPT;
 
 /**
- * Cancels one asynchronous request. Its `onCanceled` and then its response callback, with null and
- * TNX_ERR_REQUEST_CANCELED, run before this returns; `onCanceled` also runs for a request that is
- * not in flight. Does not wait for the network.
+ * Cancels one asynchronous request: none of its callbacks starts any more, but for its `onCanceled`
+ * and then its response callback, with null and TNX_ERR_REQUEST_CANCELED. They run before this
+ * returns, or, where another thread is inside a callback of the request, on that thread as soon as
+ * it returns. `onCanceled` also runs for a request that is not in flight. Waits for nothing.
  */
 TNX_API uint32_t OVX_Tnx_CancelRequest(Tnx_Session *session,
                                        const Tnx_Request *request) TNX_NOEXCEPT;
 
-/** Cancels every request of the session, synchronous ones too. The session stays usable. */
+/**
+ * Cancels every request of the session, asynchronous ones as OVX_Tnx_CancelRequest does,
+ * synchronous ones by returning null and TNX_ERR_REQUEST_CANCELED. The session stays usable.
+ */
 TNX_API uint32_t OVX_Tnx_CancelSession(Tnx_Session *session) TNX_NOEXCEPT;
 
 /**

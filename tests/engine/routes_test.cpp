@@ -1,16 +1,59 @@
-// URLs taken apart, and what bypasses the proxy.
+// URLs taken apart, names looked up, and what bypasses the proxy.
 #include "hop.h"
+#include "name_lookup.h"
 #include "proxy_route.h"
 #include "url.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace
 {
 
 using namespace OHOS::Pelloria::Tnx;
+
+// A transfer whose callbacks run when the test says so.
+struct Stage final : Delivery {
+    Stage()
+        : Delivery(gate)
+    {
+    }
+    void Deliver(std::function<void()> callback) override { callbacks.push_back(callback); }
+    void Wake() noexcept override {}
+
+    CallbackGate gate;
+    std::vector<std::function<void()>> callbacks;
+};
+
+// The application's function comes back when the transfer, long timed out, is at another name.
+TEST(NameLookupTest, ALateAnswerIsThatOfItsOwnName)
+{
+    Configuration configuration;
+    std::string asked;
+    configuration.dnsRule = std::make_shared<DnsRule>();
+    configuration.dnsRule->SetDynamicDnsRule([&asked](const std::string &host, uint16_t) {
+        asked = host;
+        return std::vector<std::string>{"127.0.0.1"};
+    });
+    Stage stage;
+    Recorder recorder(configuration.tracing);
+    NameLookup lookup(Runtime::Get(), recorder, stage);
+    int wokenFirst = 0;
+    int wokenSecond = 0;
+    lookup.Start("first.test", 80, &configuration, [&wokenFirst] { ++wokenFirst; });
+    EXPECT_FALSE(lookup.Ready());
+    ASSERT_EQ(stage.callbacks.size(), 1U);
+    lookup.Start("127.0.0.2", 80, nullptr, [&wokenSecond] { ++wokenSecond; });
+    stage.callbacks[0]();
+    EXPECT_EQ(asked, "first.test");
+    EXPECT_EQ(wokenFirst, 1);
+    EXPECT_EQ(wokenSecond, 0);
+    EXPECT_TRUE(lookup.Ready());
+    EXPECT_TRUE(lookup.Result().addresses.empty()); // a literal needs none
+}
 
 TEST(UrlTest, TakesUrlsApart)
 {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <stdexcept>
 
 namespace EndToEnd
 {
@@ -26,13 +27,14 @@ enum class Kind {
     RESOLVER,
     INTERCEPTOR
 };
-enum class Action { FETCH, FETCH_SYNC, CANCEL_THIS, CANCEL_OTHER, CANCEL_SESSION, CLOSE };
+enum class Action { FETCH, FETCH_SYNC, CANCEL_THIS, CANCEL_OTHER, CANCEL_SESSION, CLOSE, THROW };
 
 constexpr std::array<const char *, 10> KINDS = {"response", "canceled",   "headers", "data",
                                                 "progress", "end",        "body",    "exclusion",
                                                 "resolver", "interceptor"};
-constexpr std::array<const char *, 6> ACTIONS = {
-    "fetch", "synchronous fetch", "cancel this", "cancel another", "cancel session", "close"};
+constexpr std::array<const char *, 7> ACTIONS = {
+    "fetch", "synchronous fetch", "cancel this", "cancel another", "cancel session", "close",
+    "throw"};
 
 // Ends the program, and says where, when a case hangs.
 class Watchdog
@@ -163,20 +165,36 @@ struct Case {
         case Action::CLOSE:
             result = OVX_Tnx_CloseSession(&session);
             break;
+        case Action::THROW:
+            returned = true;
+            throw std::runtime_error("thrown by a callback");
         }
+    }
+
+    // The callback runs while the outcome is open.
+    bool BeforeTheEnd() const
+    {
+        return kind == Kind::HEADERS || kind == Kind::DATA || kind == Kind::PROGRESS ||
+               kind == Kind::BODY || kind == Kind::EXCLUSION || kind == Kind::RESOLVER;
     }
 
     void Run()
     {
         ASSERT_EQ(other.Start(session), 0U);
-        ASSERT_EQ(main.Start(session), 0U);
+        const bool refused = kind == Kind::INTERCEPTOR && action == Action::THROW;
+        ASSERT_EQ(main.Start(session), refused ? uint32_t{TNX_ERR_CALLBACK} : 0U);
         if (kind == Kind::CANCELED) {
             OVX_Tnx_CancelRequest(session, main.Get());
         }
         ASSERT_TRUE(Eventually([this] { return returned.load(); }));
         EXPECT_EQ(result, 0U);
         if (action != Action::CLOSE) {
-            EXPECT_TRUE(Eventually([this] { return main.Answers() == 1; }));
+            EXPECT_TRUE(Eventually([&] { return main.Answers() == (refused ? 0 : 1); }));
+            if (action == Action::THROW && BeforeTheEnd()) {
+                const Outcome outcome = main.Wait();
+                EXPECT_EQ(outcome.code, uint32_t{TNX_ERR_CALLBACK});
+                EXPECT_NE(outcome.Why().find("threw an exception"), std::string::npos);
+            }
             if (action == Action::FETCH) {
                 EXPECT_EQ(fetched.Wait().status, 200);
             }
@@ -203,10 +221,12 @@ struct Case {
     std::atomic<uint32_t> result = 0;
 };
 
-// An interceptor stands in the chain that a close takes down: that pair is not allowed.
+// An interceptor stands in the chain that a close takes down: that pair is not allowed. A response
+// callback that throws has not done its part, so that nobody could wait for it.
 bool Allowed(Kind kind, Action action)
 {
-    return kind != Kind::INTERCEPTOR || action != Action::CLOSE;
+    return !(kind == Kind::INTERCEPTOR && action == Action::CLOSE) &&
+           !(kind == Kind::RESPONSE && action == Action::THROW);
 }
 
 TEST(CallbackCallsTest, EachCallWorksFromInsideEachCallback)

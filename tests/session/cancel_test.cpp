@@ -3,6 +3,9 @@
 #include "tests/session/session_fixture.h"
 
 #include <algorithm>
+#include <future>
+#include <system_error>
+#include <thread>
 
 namespace
 {
@@ -201,6 +204,88 @@ TEST_F(CancelTest, CloseCompletesNothing)
     EXPECT_EQ(OVX_Tnx_CloseSession(&session_), uint32_t{TNX_ERR_SESSION_CLOSED});
     EXPECT_EQ(journal_.Take(), (Entries{"engine close", "log close session session"}));
     EXPECT_EQ(engine_.use_count(), 2) << "the session keeps its engine session"; // test, factory
+}
+
+// The answer to a cancel while a callback of the request runs on another thread: right behind it.
+TEST_F(CancelTest, BehindARunningCallback)
+{
+    for (const bool all : {false, true}) {
+        Fetch(request_, first_);
+        std::promise<void> inside;
+        std::promise<void> canceled;
+        std::thread other([&, engineRequest = engine_->flights.back().request] {
+            {
+                const Tnx::CallbackGate::Turn turn(engineRequest->Gate());
+                EXPECT_TRUE(turn);
+                inside.set_value();
+                canceled.get_future().wait();
+                journal_.Note("callback ends");
+            }
+            EXPECT_FALSE(Tnx::CallbackGate::Turn(engineRequest->Gate()));
+        });
+        inside.get_future().wait();
+        journal_.Take();
+        EXPECT_EQ(all ? OVX_Tnx_CancelSession(session_)
+                      : OVX_Tnx_CancelRequest(session_, request_.get()),
+                  0U);
+        const Entries before = journal_.Take();
+        EXPECT_EQ(before.back(), all ? "engine cancel marked" : Erase(request_));
+        canceled.set_value();
+        other.join();
+        const std::string id = request_->id;
+        EXPECT_EQ(journal_.Take(),
+                  all ? (Entries{"callback ends", "log call onCanceled for request " + id,
+                                 "default onCanceled", "log set cpp canceled for request " + id,
+                                 "first null 1007900992"})
+                      : (Entries{"callback ends", "default onCanceled", CancelLine(), Pop(request_),
+                                 "first null 1007900992"}));
+    }
+}
+
+// From inside a callback of the request itself nothing is waited for.
+TEST_F(CancelTest, FromItsOwnCallback)
+{
+    Fetch(request_, first_);
+    journal_.Take();
+    const Tnx::CallbackGate::Turn turn(engine_->flights[0].request->Gate());
+    OVX_Tnx_CancelRequest(session_, request_.get());
+    EXPECT_EQ(journal_.Take().back(), "first null 1007900992");
+}
+
+TEST_F(CancelTest, CallbacksThatThrowStopNothing)
+{
+    const auto raise = [] { throw 1; };
+    for (const bool all : {false, true}) {
+        onCanceled_.then = first_.then = second_.then = raise;
+        Fetch(request_, first_);
+        Fetch(other_, second_);
+        journal_.Take();
+        if (all) {
+            EXPECT_EQ(OVX_Tnx_CancelSession(session_), 0U);
+        } else {
+            EXPECT_EQ(OVX_Tnx_CancelRequest(session_, request_.get()), 0U);
+            engine_->flights[1].Complete();
+        }
+        const Entries entries = journal_.Take();
+        EXPECT_EQ(std::count(entries.begin(), entries.end(), "first null 1007900992"), 1);
+        EXPECT_EQ(std::count(entries.begin(), entries.end(),
+                             all ? "second null 1007900992" : "second response 0"),
+                  1);
+        EXPECT_EQ(std::count(entries.begin(), entries.end(), "log a callback threw an exception"),
+                  3);
+    }
+}
+
+// No thread for it, say: the fetch is refused, and its callback never called.
+TEST_F(CancelTest, AHandOverThatFails)
+{
+    engine_->during = [] {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    };
+    EXPECT_EQ(Fetch(request_, first_), uint32_t{TNX_ERR_INIT_FAILED});
+    EXPECT_EQ(journal_.Take().back(), "event 1 1007900002");
+    EXPECT_EQ(OVX_Tnx_CancelSession(session_), 0U);
+    EXPECT_EQ(journal_.Take(), (Entries{"log cancel session session", "engine cancel all"}));
 }
 
 // A callback that the close waits for may try to close too, to cancel, and to fetch.

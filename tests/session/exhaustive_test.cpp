@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace
@@ -139,6 +140,41 @@ TEST_F(ExhaustiveTest, EveryOrderWithCallbacksThatAct)
                                onResponse,
                                onCanceled,
                                replaces});
+        }
+    }
+    std::printf("%8ld schedules in all\n", schedules);
+}
+
+// No callback of a request beside or behind the answer to its cancel, whoever cancels, also where
+// two data callbacks cancel each other's request, both cancel all, or both close.
+TEST_F(ExhaustiveTest, EveryOrderWithDataCallbacks)
+{
+    const std::pair<const char *, Step> acts[] = {
+        {"do nothing", {}},
+        {"cancel each other", {Act::CANCEL_OTHER}},
+        {"cancel the first", Cancel(0)},
+        {"cancel all", CANCEL_ALL},
+        {"close", CLOSE},
+    };
+    const std::tuple<const char *, int, std::vector<std::vector<Step>>> threads[] = {
+        {"fetch two", 2, {{Fetch(0), Fetch(1)}}},
+        {"fetch two, cancel one", 2, {{Fetch(0), Fetch(1), Cancel(0)}}},
+        {"fetch two, cancel all", 2, {{Fetch(0), Fetch(1), CANCEL_ALL}}},
+        {"fetch two, cancel all, close", 1, {{Fetch(0), Fetch(1), CANCEL_ALL, CLOSE}}},
+    };
+    long schedules = 0;
+    for (const auto &[what, act] : acts) {
+        for (const auto &[name, bound, steps] : threads) {
+            schedules +=
+                Walk({std::string("data callbacks ") + what + ": " + name + " | two engine threads",
+                      bound,
+                      steps,
+                      2,
+                      {},
+                      {},
+                      false,
+                      true,
+                      act});
         }
     }
     std::printf("%8ld schedules in all\n", schedules);

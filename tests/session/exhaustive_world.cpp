@@ -87,6 +87,13 @@ void Engine::CancelAll()
     Point();
 }
 
+bool Engine::LeaveAnswer(Tnx::Request &request,
+                         const std::shared_ptr<Tnx::CancelAnswer> &answer) noexcept
+{
+    Point();
+    return Session::LeaveAnswer(request, answer);
+}
+
 bool Engine::OthersRun(int self) const
 {
     return std::any_of(running_.begin(), running_.end(),
@@ -101,23 +108,31 @@ void Engine::Close()
     flights_.clear();
 }
 
-// A canceled flight may have had its response already when the cancel came.
-void Engine::CompleteOne()
+void Engine::CompleteOne(World &world)
 {
     const size_t which = Choose(flights_.size());
     const Flight flight = std::move(flights_[which]);
     flights_.erase(flights_.begin() + static_cast<std::ptrdiff_t>(which));
     running_.push_back(Current());
+    world.OnData(*flight.request, flight.serial);
+    if (!closed_) {
+        Complete(flight);
+    }
+    running_.erase(std::find(running_.begin(), running_.end(), Current()));
+}
+
+// A canceled flight may have had its response already when the cancel came.
+void Engine::Complete(const Flight &flight)
+{
     const bool canceled = flight.canceled || flight.request->IsCanceled();
     if (canceled && Choose(2) == 0) {
         flight.completion(nullptr, TNX_ERR_REQUEST_CANCELED);
     } else {
         flight.completion(MakeResponse(flight.request, flight.serial), 0);
     }
-    running_.erase(std::find(running_.begin(), running_.end(), Current()));
 }
 
-void Engine::Run(const World &world)
+void Engine::Run(World &world)
 {
     for (;;) {
         WaitFor([this, &world] {
@@ -126,7 +141,7 @@ void Engine::Run(const World &world)
         if (closed_ || flights_.empty()) {
             return;
         }
-        CompleteOne();
+        CompleteOne(world);
     }
 }
 
@@ -136,13 +151,14 @@ World::World(const Scenario &scenario)
 {
     g_events = g_responses = 0;
     TnxExchangeSessionFactory(std::make_unique<Factory>(engine_));
-    requestConfiguration_.tracing.eventsHandler.onCanceled = {OnCanceled, this};
-    configuration_.requestConfiguration = &requestConfiguration_;
     uint32_t code = 1;
     session_ = OVX_Tnx_CreateSession(&configuration_, &code);
     Expect(code == 0, "no session");
-    for (RequestPtr &request : requests_) {
-        request.reset(OVX_Tnx_CreateRequest("http://host"));
+    for (size_t i = 0; i < requests_.size(); ++i) {
+        requests_[i].reset(OVX_Tnx_CreateRequest("http://host"));
+        requests_[i]->configuration = &configurations_[i];
+        canceled_[i] = {this, i};
+        configurations_[i].tracing.eventsHandler.onCanceled = {OnCanceled, &canceled_[i]};
     }
 }
 
@@ -186,6 +202,8 @@ void World::Do(const Step &step)
         break;
     case Act::CANCEL:
         OVX_Tnx_CancelRequest(session_, requests_[step.request].get());
+        break;
+    case Act::CANCEL_OTHER: // made a CANCEL by who calls
         break;
     case Act::CANCEL_ALL:
         OVX_Tnx_CancelSession(session_);
@@ -255,6 +273,9 @@ void World::OnResponse(void *ctx, Tnx_Response *response, uint32_t code)
     World &world = *call.world;
     world.CheckCallback();
     Expect(++call.answers == 1, "a callback is called twice");
+    Expect(call.dataThread < 0 || call.dataThread == Current(), "called beside a data callback");
+    Expect(response != nullptr || world.canceled_[call.request].events > 0,
+           "canceled without the event before it");
     Expect((response == nullptr) == (code == TNX_ERR_REQUEST_CANCELED), "a wrong code");
     if (response != nullptr) {
         ++g_responses;
@@ -270,9 +291,62 @@ void World::OnResponse(void *ctx, Tnx_Response *response, uint32_t code)
 
 void World::OnCanceled(void *ctx)
 {
-    World &world = *static_cast<World *>(ctx);
+    Canceled &canceled = *static_cast<Canceled *>(ctx);
+    World &world = *canceled.world;
+    ++canceled.events;
+    // A second cancel finds the request no longer in flight, and does not wait for the first.
+    if (world.CancelsOf(canceled.request) == 1) {
+        for (const Call &call : world.calls_) {
+            Expect(call.request != canceled.request || call.dataThread < 0 ||
+                       call.dataThread == Current(),
+                   "the canceled event beside a data callback");
+        }
+    }
     world.CheckCallback();
     world.DoOnce(world.canceledOnce_, world.scenario_.onCanceled);
+}
+
+void World::OnData(Tnx::Request &request, const std::string &serial)
+{
+    if (!scenario_.streams || serial.empty()) {
+        return;
+    }
+    Point();
+    const Tnx::CallbackGate::Turn turn(request.Gate());
+    if (!turn) {
+        return;
+    }
+    Call &call = calls_[std::stoul(serial)];
+    Expect(call.answers == 0, "a data callback behind the response callback");
+    call.dataThread = Current();
+    CheckCallback();
+    Step step = scenario_.onData;
+    if (step.act == Act::CANCEL_OTHER) {
+        step = {Act::CANCEL, 1 - call.request};
+    }
+    Do(step);
+    Point();
+    call.dataThread = -1;
+}
+
+// How often it is canceled, at most.
+size_t World::CancelsOf(size_t request) const
+{
+    size_t count = 0;
+    const auto add = [&count, request](const Step &step, size_t times) {
+        const bool hits = step.act == Act::CANCEL_ALL || step.act == Act::CANCEL_OTHER ||
+                          (step.act == Act::CANCEL && step.request == request);
+        count += hits ? times : 0;
+    };
+    for (const std::vector<Step> &steps : scenario_.threads) {
+        for (const Step &step : steps) {
+            add(step, 1);
+        }
+    }
+    add(scenario_.onResponse, 1);
+    add(scenario_.onCanceled, 1);
+    add(scenario_.onData, scenario_.onData.act == Act::CANCEL_OTHER ? 1 : calls_.size());
+    return count;
 }
 
 void World::CheckEnd()
@@ -287,9 +361,7 @@ void World::CheckEnd()
     Expect(scenario_.replaces || g_events == g_responses, "a wrong number of usage events");
     if (!closed_) {
         const Tnx_HttpSession *session = TnxHttpSessionOf(session_);
-        Expect(session->requests.empty() && session->engineRequests.empty() &&
-                   session->callbacks.empty(),
-               "something stays registered");
+        Expect(session->flights.empty(), "something stays registered");
     }
 }
 

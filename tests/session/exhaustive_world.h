@@ -17,7 +17,8 @@ namespace Exhaustive
 
 namespace Tnx = OHOS::Pelloria::Tnx;
 
-enum class Act { NOTHING, FETCH, FETCH_SYNC, CANCEL, CANCEL_ALL, CLOSE };
+// CANCEL_OTHER is for callbacks: of two requests, the one whose callback it is not.
+enum class Act { NOTHING, FETCH, FETCH_SYNC, CANCEL, CANCEL_OTHER, CANCEL_ALL, CLOSE };
 
 struct Step {
     Act act;
@@ -32,6 +33,8 @@ struct Scenario {
     Step onResponse = {};  // what the first response callback does
     Step onCanceled = {};  // what the first of these does
     bool replaces = false; // a request is fetched again in flight: the earlier may stay unanswered
+    bool streams = false;  // each flight has a data callback before it completes
+    Step onData = {};      // what each of those does
 };
 
 class World;
@@ -43,6 +46,7 @@ struct Call {
     std::string serial; // of its response's body
     bool accepted = false;
     int answers = 0;
+    int dataThread = -1; // that is in its data callback
 };
 
 class Engine : public Tnx::Session
@@ -55,10 +59,12 @@ public:
                                              uint32_t *errorCode) override;
     void CancelRequest(const std::shared_ptr<Tnx::Request> &request) override;
     void CancelAll() override;
+    bool LeaveAnswer(Tnx::Request &request,
+                     const std::shared_ptr<Tnx::CancelAnswer> &answer) noexcept override;
     void Close() override;
 
     // Completes what is in flight until nothing comes any more.
-    void Run(const World &world);
+    void Run(World &world);
 
 private:
     struct Flight {
@@ -68,7 +74,8 @@ private:
         bool canceled;
     };
 
-    void CompleteOne();
+    void CompleteOne(World &world);
+    void Complete(const Flight &flight);
     bool OthersRun(int self) const;
 
     std::string id_ = "session";
@@ -87,6 +94,9 @@ public:
     void Run();
     bool ApplicationRuns() const { return unfinished_ > 0; }
 
+    // The data callback of the fetch that the serial names, if there is one.
+    void OnData(Tnx::Request &request, const std::string &serial);
+
 private:
     static void OnResponse(void *ctx, Tnx_Response *response, uint32_t code);
     static void OnCanceled(void *ctx);
@@ -96,11 +106,18 @@ private:
     void FetchSync(size_t request);
     void Close();
     void CheckCallback() const;
+    size_t CancelsOf(size_t request) const;
     void CheckEnd();
 
     const Scenario &scenario_;
     std::shared_ptr<Engine> engine_ = std::make_shared<Engine>();
-    Tnx_Configuration requestConfiguration_ = {};
+    struct Canceled {
+        World *world;
+        size_t request;
+        int events = 0;
+    };
+    std::array<Canceled, 3> canceled_;
+    std::array<Tnx_Configuration, 3> configurations_ = {};
     Tnx_SessionConfiguration configuration_ = {};
     Tnx_Session *session_ = nullptr;
     std::array<OHOS::Pelloria::TnxC::RequestPtr, 3> requests_;

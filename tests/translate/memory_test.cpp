@@ -145,7 +145,17 @@ Tnx_IpAddress *ResolveTwo(const char *, uint16_t)
     return first.release();
 }
 
-TEST(TranslateMemoryTest, BridgesNeverThrow)
+// What a bridge gives, or null where memory did not suffice; the engine ends the fetch then.
+template <class Bridge> auto GivenOrNull(const Bridge &bridge) -> std::optional<decltype(bridge())>
+{
+    try {
+        return bridge();
+    } catch (const std::bad_alloc &) {
+        return std::nullopt;
+    }
+}
+
+TEST(TranslateMemoryTest, BridgesGiveAllOrTellThatMemoryRanOut)
 {
     Tnx_DnsRule rule = {TNX_DNS_DYNAMIC, {}};
     rule.rule.dynamicRule = ResolveTwo;
@@ -157,7 +167,8 @@ TEST(TranslateMemoryTest, BridgesNeverThrow)
     const std::string host = "host";
     const int failures = FailEach(Kind::PERSISTENT, [&resolve, &host](int n, Kind how) {
         const Failure failure(n, how);
-        const bool all = resolve(host, 80).size() == 2;
+        const auto addresses = GivenOrNull([&] { return resolve(host, 80); });
+        const bool all = addresses && addresses->size() == 2;
         EXPECT_EQ(all, !failure.Happened());
         return failure.Happened();
     });
@@ -168,8 +179,8 @@ TEST(TranslateMemoryTest, BridgesNeverThrow)
     });
     FailEach(Kind::TRANSIENT, [&pull](int n, Kind how) {
         const Failure failure(n, how);
-        const bool failed = pull(100) == nullptr;
-        EXPECT_EQ(failed, failure.Happened());
+        const bool given = GivenOrNull([&] { return pull(100); }).has_value();
+        EXPECT_EQ(given, !failure.Happened());
         return failure.Happened();
     });
 }

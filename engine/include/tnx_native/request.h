@@ -2,11 +2,11 @@
 #ifndef TNX_NATIVE_REQUEST_H
 #define TNX_NATIVE_REQUEST_H
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "callback_gate.h"
 #include "configuration.h"
 #include "content.h"
 #include "headers.h"
@@ -34,7 +34,13 @@ public:
     {
         *configuration_ = std::move(configuration);
     }
-    void SetCanceled(bool canceled) { canceled_.store(canceled, std::memory_order_release); }
+    // No callback of the request starts once this has returned. There is no way back.
+    void SetCanceled(bool canceled)
+    {
+        if (canceled) {
+            gate_.Close();
+        }
+    }
 
     const std::string &GetId() const { return id_; }
     const std::string &GetUrl() const { return url_; }
@@ -44,7 +50,8 @@ public:
     const std::shared_ptr<RequestContent> &GetContent() const { return content_; }
     const TransferRange &GetTransferRange() const { return range_; }
     const Configuration &GetConfiguration() const { return *configuration_; }
-    bool IsCanceled() const { return canceled_.load(std::memory_order_acquire); }
+    bool IsCanceled() const { return gate_.Closed(); }
+    CallbackGate &Gate() { return gate_; }
 
 private:
     const std::string id_;
@@ -56,7 +63,7 @@ private:
     TransferRange range_;
     // A block of its own: together they would be too large for malloc's fast paths.
     const std::unique_ptr<Configuration> configuration_ = std::make_unique<Configuration>();
-    std::atomic<bool> canceled_ = false;
+    CallbackGate gate_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -41,8 +41,16 @@ public:
                                                 uint32_t *errorCode) = 0;
 
     // Marks the request, wakes the engine and returns: it waits for nothing and completes nothing
-    // by itself, so it may be called with a lock held.
+    // by itself, so it may be called with a lock held. No callback of the request but its
+    // completion starts from the mark on; the caller answers the application by LeaveAnswer.
     virtual void CancelRequest(const std::shared_ptr<Request> &request) = 0;
+
+    // True: a callback of the canceled request runs on another thread, which will give the answer
+    // right behind it. False: none does, and the caller gives it. Once a request.
+    virtual bool LeaveAnswer(Request &request, const std::shared_ptr<CancelAnswer> &answer) noexcept
+    {
+        return request.Gate().LeaveBehind(answer);
+    }
 
     // Cancels all that is in flight, synchronous fetches too, then calls the session's canceled
     // callback on this thread.
@@ -61,7 +69,7 @@ public:
     CreateSession(const std::shared_ptr<SessionConfiguration> &configuration) = 0;
 };
 
-// Runs a task on a thread of its choice, in any order, soon.
+// Runs a task on a thread of its choice, in any order, soon; has not taken it when it throws.
 using TaskRunner = std::function<void(std::function<void()> task)>;
 
 // Makes sessions on libcurl. Callbacks run through the task runner, or on threads of the engine's
