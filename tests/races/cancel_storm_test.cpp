@@ -107,7 +107,7 @@ private:
         records.request.reset(OVX_Tnx_CreateRequest(url.c_str()));
         records.request->configuration = &records.configuration;
         if (uploads) {
-            records.request->method = strdup("POST");
+            records.request->method = "POST";
             records.content.type = TNX_CONTENT_GET_DATA;
             records.content.value.getDataCallback = [](char *buffer, unsigned int) {
                 g_round->Act();
@@ -160,13 +160,13 @@ private:
                                     },
                                     &stream};
         } else {
-            auto *const object = AllocateRecord<Tnx_DataRecvCallbackObject>().release();
-            *object = {[](void *ctx, const Tnx_Buffer *buffer) -> size_t {
-                           Inside(ctx);
-                           return buffer->length;
-                       },
-                       &stream};
-            stream.records->request->onDataRecvCallback = object; // the record owns it
+            OVX_Tnx_SetRequestOnBinaryDataRecvCallback(
+                stream.records->request.get(),
+                [](void *ctx, const Tnx_Buffer *buffer) -> size_t {
+                    Inside(ctx);
+                    return buffer->length;
+                },
+                &stream);
         }
     }
 
