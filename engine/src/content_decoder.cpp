@@ -38,8 +38,8 @@ ContentDecoder::ContentDecoder(const std::vector<std::string> &codings)
             const size_t comma = std::min(rest.find(','), rest.size());
             const std::string name = Lower(Trim(rest.substr(0, comma)));
             rest.remove_prefix(std::min(comma + 1, rest.size()));
-            if (name.empty() || name == "identity") {
-                continue;
+            if (name.empty() || name == "identity" || name == "none") {
+                continue; // "none" is nowhere defined, but some servers say so
             }
             std::unique_ptr<ContentCoding> coding = MakeContentCoding(name);
             if (coding == nullptr) {

@@ -61,7 +61,7 @@ TEST(ContentDecoderTest, AnyPiecesGiveTheSameBytes)
         {"br with padding", {"br"}, Brotli(pattern) + "more"},
         {"zstd", {"zstd"}, Zstd(pattern)},
         {"zstd in frames", {"zstd"}, Zstd(half) + Zstd(rest)},
-        {"one line", {"gzip, identity ,br"}, Brotli(Gzip(pattern))},
+        {"one line, with what is none", {"gzip, identity ,None,br"}, Brotli(Gzip(pattern))},
         {"two lines", {"zstd", "deflate"}, Deflate(Zstd(pattern))},
     };
     for (const auto &one : cases) {
