@@ -247,6 +247,7 @@ size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
     const size_t length = size * count;
     return exchange->Guarded(
         [&] {
+            exchange->recorder_.SeeHeaderLine({line, length});
             return exchange->receiver_.OnHeaderLine({line, length}) ? length : 0;
         },
         0);

@@ -2,6 +2,7 @@
 #include "recorder.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -12,6 +13,11 @@ constexpr size_t MAX_DATA = 1024 * 1024;
 
 static_assert(CURLINFO_TEXT == static_cast<int>(DEBUG_TEXT) &&
               CURLINFO_SSL_DATA_OUT == static_cast<int>(DEBUG_TLS_DATA_OUT));
+
+bool IsEmptyLine(std::string_view line)
+{
+    return line.find_first_not_of("\r\n") == std::string_view::npos;
+}
 
 } // namespace
 
@@ -49,6 +55,10 @@ void Recorder::Record(curl_infotype type, std::string_view data)
         entries_.push_back({kind, WithoutSecrets(data)});
         return;
     }
+    if (kind == DEBUG_HEADER_IN && !std::exchange(inHeaders_, !IsEmptyLine(data)) &&
+        IsEmptyLine(data)) {
+        return; // seen already
+    }
     if (kind >= DEBUG_DATA_IN) {
         const size_t left = MAX_DATA - dataBytes_;
         if (left == 0) {
@@ -63,6 +73,13 @@ void Recorder::Record(curl_infotype type, std::string_view data)
         dataBytes_ += data.size();
     }
     entries_.push_back({kind, std::string(data)});
+}
+
+void Recorder::SeeHeaderLine(std::string_view line)
+{
+    if (IsEmptyLine(line)) {
+        Record(CURLINFO_HEADER_IN, line);
+    }
 }
 
 void Recorder::Note(std::string_view text)

@@ -31,6 +31,10 @@ public:
     // One report of libcurl.
     void Record(curl_infotype type, std::string_view data);
 
+    // A header line that libcurl hands over, which it may not report: the empty line that ends an
+    // interim response or one that is an error goes nowhere else.
+    void SeeHeaderLine(std::string_view line);
+
     // A text of the engine's own.
     void Note(std::string_view text);
 
@@ -43,6 +47,7 @@ private:
     const TracingConfiguration &tracing_;
     std::vector<DebugInfo> entries_;
     size_t dataBytes_ = 0;
+    bool inHeaders_ = false; // a header section has begun, and not ended
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -78,6 +78,13 @@ TEST_F(TracingTest, EntriesCoverAllHopsAndDataIsCut)
         EXPECT_EQ(outcome.debug.size(), 4U);
         EXPECT_TRUE(outcome.Why().starts_with("GET /echo "));
     });
+    const auto received = [](Call &call) { Switch(call, {TNX_DEBUG_HEADER_IN}); };
+    Both(received, Scripted().Url("/100-continue?code=103&n=2"), "GET", [](const Outcome &outcome) {
+        const std::string interim = "HTTP/1.1 103 Interim\r\nX-Interim: yes\r\n\r\n";
+        const std::string lines = outcome.Debug(TNX_DEBUG_HEADER_IN);
+        EXPECT_TRUE(lines.starts_with(interim + interim + "HTTP/1.1 200 Scripted\r\n")) << lines;
+        EXPECT_EQ(lines.find("\r\n\r\n", 2 * interim.size()), lines.size() - 4) << lines;
+    });
     const auto data = [](Call &call) { Switch(call, {TNX_DEBUG_DATA_IN}); };
     Both(data, Scripted().Url("/bytes?n=3000000"), "GET", [](const Outcome &outcome) {
         EXPECT_EQ(outcome.body.size(), 3000000U);
