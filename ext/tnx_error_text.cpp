@@ -1,69 +1,67 @@
-// The words for error codes.
+// The words for error codes. The header, docs/ERRORS.md and the manual page have the same.
 #include "tnx_c_ext.h"
+
+#include <algorithm>
+#include <iterator>
 
 #include "tnx_native/version.h"
 
 namespace
 {
 
-// Codes of the transfer that have no words of their own here speak with the engine's.
 constexpr uint32_t LAST_TRANSFER_CODE = TNX_ERR_TRANSFER_BASE + 99;
 
-const char *TransferText(uint32_t code) noexcept
-{
-    switch (code) {
-    case TNX_ERR_UNSUPPORTED_SCHEME:
-        return "The URL's scheme is not http or https";
-    case TNX_ERR_INIT_FAILED:
-        return "The session could not be set up";
-    case TNX_ERR_URL_MALFORMED:
-        return "The URL is malformed";
-    case TNX_ERR_WEIRD_REPLY:
-        return "The answer is not HTTP";
-    case TNX_ERR_TRUNCATED_BODY:
-        return "The body ended early";
-    case TNX_ERR_WRITE:
-        return "The body was not taken, or could not be decoded";
-    case TNX_ERR_READ:
-        return "A file of the body could not be read";
-    case TNX_ERR_CALLBACK:
-        return "A body callback reported failure";
-    case TNX_ERR_BAD_ARGUMENT:
-        return "A header field or method must not be sent";
-    case TNX_ERR_TOO_MANY_REDIRECTS:
-        return "More than 50 redirects";
-    case TNX_ERR_EMPTY_REPLY:
-        return "The server closed the connection without an answer";
-    case TNX_ERR_PEER_VERIFICATION:
-        return "The server's certificate was refused";
-    case TNX_ERR_BODY_TOO_LARGE:
-        return "The body is too large to keep in memory";
-    case TNX_ERR_CANNOT_REPLAY:
-        return "The body would have to be sent again, but cannot be";
-    case TNX_ERR_PIN_MISMATCH:
-        return "No public-key pin matched";
-    default:
-        return OHOS::Pelloria::Tnx::TransferErrorText(code);
-    }
-}
+constexpr struct {
+    uint32_t code;
+    const char *text;
+} WORDS[] = {
+    {TNX_OK, "No error"},
+    {TNX_ERR_PERMISSION_DENIED, "The application lacks the internet permission"},
+    {TNX_ERR_PARAMETER, "A null or invalid argument, or an unknown session type"},
+    {TNX_ERR_UNSUPPORTED_SCHEME, "The URL's scheme is not http or https"},
+    {TNX_ERR_INIT_FAILED, "The session could not be set up"},
+    {TNX_ERR_URL_MALFORMED, "The URL is malformed"},
+    {TNX_ERR_NOT_BUILT_IN, "The libcurl at hand cannot do this"},
+    {TNX_ERR_RESOLVE_PROXY, "The proxy's name has no address"},
+    {TNX_ERR_RESOLVE_HOST, "The host's name has no address"},
+    {TNX_ERR_CONNECT, "No address accepted a connection"},
+    {TNX_ERR_WEIRD_REPLY, "The answer is not HTTP"},
+    {TNX_ERR_HTTP2, "The rules of HTTP/2 were broken"},
+    {TNX_ERR_TRUNCATED_BODY, "The body ended early"},
+    {TNX_ERR_WRITE, "The data callback took less than it was given"},
+    {TNX_ERR_READ, "A file of the body could not be read"},
+    {TNX_ERR_OUT_OF_MEMORY, "Memory ran out"},
+    {TNX_ERR_TIMEOUT, "A time-out of the configuration passed"},
+    {TNX_ERR_TLS_CONNECT, "The TLS handshake failed"},
+    {TNX_ERR_CALLBACK, "A body callback reported failure"},
+    {TNX_ERR_BAD_ARGUMENT, "A header field or method must not be sent"},
+    {TNX_ERR_TOO_MANY_REDIRECTS, "There are more than 50 redirects"},
+    {TNX_ERR_EMPTY_REPLY, "The server closed the connection without an answer"},
+    {TNX_ERR_SEND, "Sending failed"},
+    {TNX_ERR_RECEIVE, "Receiving failed"},
+    {TNX_ERR_CLIENT_CERTIFICATE, "The client certificate or its key is bad"},
+    {TNX_ERR_PEER_VERIFICATION, "The server's certificate was refused"},
+    {TNX_ERR_CONTENT_ENCODING, "The content coding is unknown, or the content damaged"},
+    {TNX_ERR_BODY_TOO_LARGE, "The body is too large to keep in memory"},
+    {TNX_ERR_CANNOT_REPLAY, "The body would have to be sent again, but cannot be"},
+    {TNX_ERR_TRUST_STORE, "The trusted CAs could not be read"},
+    {TNX_ERR_PIN_MISMATCH, "No public-key pin matched"},
+    {TNX_ERR_HTTP2_STREAM, "The peer reset the HTTP/2 stream"},
+    {TNX_ERR_PROXY, "The proxy refused or failed"},
+    {TNX_ERR_REQUEST_CANCELED, "The request was canceled"},
+    {TNX_ERR_SESSION_CLOSED, "The session is closed, or there is none"},
+};
 
 } // namespace
 
 const char *OVX_Tnx_GetErrorText(uint32_t code) noexcept
 {
-    switch (code) {
-    case TNX_OK:
-        return "No error";
-    case TNX_ERR_PERMISSION_DENIED:
-        return "The application lacks the internet permission";
-    case TNX_ERR_PARAMETER:
-        return "A null or invalid argument";
-    case TNX_ERR_REQUEST_CANCELED:
-        return "The request was canceled";
-    case TNX_ERR_SESSION_CLOSED:
-        return "The session is closed";
-    default:
-        return code > TNX_ERR_TRANSFER_BASE && code <= LAST_TRANSFER_CODE ? TransferText(code)
-                                                                          : "Unknown error";
+    const auto *named = std::find_if(std::begin(WORDS), std::end(WORDS),
+                                     [code](const auto &words) { return words.code == code; });
+    if (named != std::end(WORDS)) {
+        return named->text;
     }
+    // Codes of the transfer without a name speak with the engine's words.
+    const bool ofTransfer = code > TNX_ERR_TRANSFER_BASE && code <= LAST_TRANSFER_CODE;
+    return ofTransfer ? OHOS::Pelloria::Tnx::TransferErrorText(code) : "Unknown error";
 }
