@@ -28,6 +28,7 @@ constexpr struct {
     {TNX_ERR_WEIRD_REPLY, "The answer is not HTTP"},
     {TNX_ERR_HTTP2, "The rules of HTTP/2 were broken"},
     {TNX_ERR_TRUNCATED_BODY, "The body ended early"},
+    {TNX_ERR_HTTP_STATUS, "The status is 400 or more"},
     {TNX_ERR_WRITE, "The data callback took less than it was given"},
     {TNX_ERR_READ, "A file of the body could not be read"},
     {TNX_ERR_OUT_OF_MEMORY, "Memory ran out"},

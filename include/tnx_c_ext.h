@@ -1,6 +1,6 @@
 /**
  * @file tnx_c_ext.h
- * @brief Small additions beside the interface: error texts and versions.
+ * @brief Small additions beside the interface: error texts, versions, and failing on a status.
  */
 #ifndef TNX_C_EXT_H
 #define TNX_C_EXT_H
@@ -21,6 +21,14 @@ TNX_API const char *OVX_Tnx_GetErrorText(uint32_t code) TNX_NOEXCEPT;
  * @return A text of the library's own, never null.
  */
 TNX_API const char *OVX_Tnx_GetVersion(void) TNX_NOEXCEPT;
+
+/**
+ * Says whether a status of 400 or more is a failure: the fetch then ends at the header fields with
+ * TNX_ERR_HTTP_STATUS, and its response has status and headers but no body. Off unless set. An
+ * answer to a challenge (401, 407) is no failure as long as there is a credential to answer with.
+ * @return TNX_OK, or TNX_ERR_PARAMETER for a null request.
+ */
+TNX_API uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) TNX_NOEXCEPT;
 
 TNX_END_DECLS
 

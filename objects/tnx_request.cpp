@@ -1,6 +1,8 @@
 // The request record and its identifiers.
 #include "common/c_ptr.h"
 #include "common/log.h"
+#include "objects/request_extension.h"
+#include "tnx_c_ext.h"
 #include "tnx_platform/bounded.h"
 
 #include <atomic>
@@ -24,12 +26,12 @@ void FreeRequest(Tnx_Request *request) noexcept
 
 Tnx_Request *CreateRequest(const char *url)
 {
-    std::unique_ptr<Tnx_Request, DestroyWith<&FreeRequest>> request(
-        AllocateRecord<Tnx_Request>().release());
-    if (request == nullptr) {
+    CPtr<ExtendedRequest> extended = AllocateRecord<ExtendedRequest>();
+    if (extended == nullptr) {
         TNX_LOGE("failed to alloc memory for request");
         return nullptr;
     }
+    std::unique_ptr<Tnx_Request, DestroyWith<&FreeRequest>> request(&extended.release()->record);
     request->onDataRecvCallback = AllocateRecord<Tnx_DataRecvCallbackObject>().release();
     if (request->onDataRecvCallback == nullptr) {
         return nullptr;
@@ -80,5 +82,14 @@ uint32_t OVX_Tnx_SetRequestOnBinaryDataRecvCallback(Tnx_Request *request,
     if (callback != nullptr) {
         *request->onDataRecvCallback = {callback, usrCtx};
     }
+    return TNX_OK;
+}
+
+uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) noexcept
+{
+    if (ExtensionOf(request) == nullptr) {
+        return TNX_ERR_PARAMETER;
+    }
+    reinterpret_cast<ExtendedRequest *>(request)->failOnHttpError = fail;
     return TNX_OK;
 }

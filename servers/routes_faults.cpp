@@ -39,7 +39,8 @@ void Close(const Visit &, Script &script)
     script.Close();
 }
 
-// /stall?ms=500: a pause before the answer; with after=100 and n=1000 in the middle of the body.
+// /stall?ms=500&code=200: a pause before the answer; with after=100 and n=1000 in the middle of the
+// body.
 void Stall(const Visit &visit, Script &script)
 {
     const uint64_t length = visit.query.Number("n", 2);
@@ -47,7 +48,8 @@ void Stall(const Visit &visit, Script &script)
     if (visit.query.Text("after").empty()) {
         script.Sleep(Pause(visit));
     }
-    script.Send(ReplyHead(visit, 200, {LengthLine(length)}) + Pattern(before));
+    const auto code = static_cast<unsigned>(visit.query.Number("code", 200));
+    script.Send(ReplyHead(visit, code, {LengthLine(length)}) + Pattern(before));
     if (!visit.query.Text("after").empty()) {
         script.Sleep(Pause(visit));
     }

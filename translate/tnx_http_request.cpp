@@ -1,6 +1,7 @@
 // URL, method, merged fields, body, ranges and configuration of a request.
 #include "translate/tnx_http_request.h"
 
+#include "objects/request_extension.h"
 #include "translate/text.h"
 #include "translate/tnx_configuration.h"
 #include "translate/tnx_http_request_content.h"
@@ -100,6 +101,8 @@ Tnx::Configuration MakeConfiguration(const Tnx_SessionConfiguration *session,
     Tnx::Configuration configuration;
     TnxToCppConfiguration(configuration, record);
     TnxUpdateDataRecvCallback(configuration, &request);
+    const ExtendedRequest *extended = ExtensionOf(&request);
+    configuration.failOnHttpError = extended != nullptr && extended->failOnHttpError;
     return configuration;
 }
 

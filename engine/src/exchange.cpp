@@ -89,6 +89,8 @@ void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, OnBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    curl_easy_setopt(easy, CURLOPT_FAILONERROR,
+                     request_.GetConfiguration().failOnHttpError ? 1L : 0L);
 }
 
 CURLcode Exchange::SetBody(const Hop &hop)

@@ -26,7 +26,7 @@ TNX_BEGIN_DECLS
 /**
  * Error codes. A code of the transfer is TNX_ERR_TRANSFER_BASE plus the number that libcurl gives
  * the failure (1 to 99); the ones worth a name have one here. An HTTP status of 400 or more is a
- * response like any other, not an error.
+ * response like any other, not an error, unless a request wants it to be one.
  */
 enum {
     TNX_OK = 0,
@@ -44,6 +44,7 @@ enum {
     TNX_ERR_WEIRD_REPLY = 1007900008,        /**< The answer is not HTTP. */
     TNX_ERR_HTTP2 = 1007900016,              /**< The rules of HTTP/2 were broken. */
     TNX_ERR_TRUNCATED_BODY = 1007900018,     /**< The body ended early. */
+    TNX_ERR_HTTP_STATUS = 1007900022,        /**< The status is 400 or more. */
     TNX_ERR_WRITE = 1007900023,              /**< The data callback took less than it was given. */
     TNX_ERR_READ = 1007900026,               /**< A file of the body could not be read. */
     TNX_ERR_OUT_OF_MEMORY = 1007900027,      /**< Memory ran out. */

@@ -1,5 +1,6 @@
 // What goes wrong ends with its own code and a text that tells what happened, and never hangs.
 #include "client.h"
+#include "tnx_c_ext.h"
 
 #include "ports.h"
 
@@ -76,6 +77,11 @@ TEST_F(BadInputTest, ABadServerIsToldByItsFault)
         call.configuration.transfer.connectTimeout = 300;
     };
     const auto timeout = [](Call &call) { call.configuration.transfer.transferTimeout = 300; };
+    const auto failing = [](Call &call) {
+        EXPECT_EQ(OVX_Tnx_SetRequestFailOnHttpError(call.Get(), true), TNX_OK);
+        call.configuration.security.credentialName = "user";
+        call.configuration.security.credentialPassword = "password";
+    };
     const auto url = [](const char *target) { return Scripted().Url(target); };
     Run({
         {port(refusing.Port()), TNX_ERR_CONNECT, "127.0.0.1 port"},
@@ -101,7 +107,11 @@ TEST_F(BadInputTest, ABadServerIsToldByItsFault)
         {url("/bad-coding?how=cut&coding=zstd"), TNX_ERR_CONTENT_ENCODING, "too early", 200},
         {url("/header?line=Content-Encoding:%20rot13"), TNX_ERR_CONTENT_ENCODING,
          "coding rot13 is not known", 200},
+        {url("/stall?ms=30000&after=3&n=9&code=404"), TNX_ERR_HTTP_STATUS, "404", 404, failing},
+        {url("/401-digest?user=other"), TNX_ERR_HTTP_STATUS, "401", 401, failing},
     });
+    Both(failing, url("/401-digest"), "GET",
+         [](const Outcome &outcome) { EXPECT_EQ(outcome.body, "welcome") << outcome.Why(); });
 }
 
 TEST_F(BadInputTest, ABadCertificateIsRefused)
@@ -136,6 +146,7 @@ TEST_F(BadInputTest, ArgumentsAreChecked)
     EXPECT_EQ(OVX_Tnx_Fetch(Session(), nullptr, &callback), TNX_ERR_PARAMETER);
     EXPECT_EQ(OVX_Tnx_Fetch(Session(), call.Get(), nullptr), TNX_ERR_PARAMETER);
     EXPECT_EQ(OVX_Tnx_CancelRequest(Session(), nullptr), TNX_ERR_PARAMETER);
+    EXPECT_EQ(OVX_Tnx_SetRequestFailOnHttpError(nullptr, true), TNX_ERR_PARAMETER);
     Tnx_SessionConfiguration unknown = {};
     unknown.sessionType = 42;
     EXPECT_EQ(OVX_Tnx_CreateSession(&unknown, &code), nullptr);

@@ -59,6 +59,7 @@ struct TracingConfiguration {
 struct Configuration {
     bool autoRedirect = true;
     uint64_t maxRedirects = 50;
+    bool failOnHttpError = false;     // a status of 400 or more ends a fetch at its header fields
     uint64_t connectTimeout = 60000;  // milliseconds
     uint64_t transferTimeout = 60000; // milliseconds
     bool transferHint = false;
