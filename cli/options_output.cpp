@@ -84,8 +84,8 @@ const Option OPTIONS[] = {
      .name = "fail",
      .topic = Topic::OUTPUT,
      .help = "Fail silently on HTTP errors",
-     .man = "Write nothing and end with exit status 22 when the status is 400 or more. The body "
-            "waits in a temporary file until the status is known.",
+     .man = "End with exit status 22 when the status is 400 or more, at once and without the body; a "
+            "file of -o or -O stays as it is.",
      .target = &Settings::fail,
      .important = true},
     {.name = "fail-with-body",

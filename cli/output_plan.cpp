@@ -48,14 +48,14 @@ Sink::Plan PlanOutput(const Settings &settings, size_t number)
     if (file && *file != "-") {
         plan.kind = Sink::Kind::FILE;
         plan.path = *file;
-        plan.held = settings.fail || head;
+        plan.held = head;
     } else if (settings.asJson) {
         plan.kind = Sink::Kind::COUNT;
     } else {
         const bool terminal = IsTerminal(STDOUT_FILENO);
         plan.refuseBinary = terminal && !file;
         // What stands before the body, or decides whether it is shown, is known at the end.
-        plan.held = settings.fail || head || settings.parallel || settings.retry.count != 0 ||
+        plan.held = head || settings.parallel || settings.retry.count != 0 ||
                     settings.dumpHeader == "-" || (settings.verbose && terminal);
     }
     return plan;

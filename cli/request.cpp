@@ -8,6 +8,7 @@
 #include <new>
 
 #include "request_headers.h"
+#include "tnx_c_ext.h"
 #include "url.h"
 #include "values.h"
 
@@ -100,6 +101,7 @@ Request::Request(const Settings &settings, const std::string &url, const Text &u
     request_->headers = headers_.get();
     request_->cookies = cookies_.get();
     request_->configuration = &configuration_;
+    OVX_Tnx_SetRequestFailOnHttpError(request_.get(), settings.fail);
 }
 
 void Request::AddHeaders(const Settings &settings, bool upload)

@@ -32,6 +32,7 @@ bool MayPass(const RetrySettings &settings, const Outcome &outcome)
     const int http = outcome.HttpStatus();
     switch (outcome.errorCode) {
     case TNX_OK:
+    case TNX_ERR_HTTP_STATUS:
         return std::find(TRANSIENT_STATUS.begin(), TRANSIENT_STATUS.end(), http) !=
                    TRANSIENT_STATUS.end() ||
                (settings.allErrors && outcome.status != 0);
@@ -99,9 +100,9 @@ void AnnounceRetry(const Settings &settings, const Outcome &outcome, millisecond
     if (settings.silent && !settings.showError) {
         return;
     }
-    const std::string problem = outcome.errorCode != TNX_OK
-                                    ? outcome.error
-                                    : "HTTP status " + std::to_string(outcome.HttpStatus());
+    const bool byStatus = outcome.errorCode == TNX_OK || outcome.errorCode == TNX_ERR_HTTP_STATUS;
+    const std::string problem =
+        byStatus ? "HTTP status " + std::to_string(outcome.HttpStatus()) : outcome.error;
     Complain("warning: " + problem + "; trying again in " +
              std::to_string(std::chrono::ceil<seconds>(wait).count()) + " s, " +
              std::to_string(left) + (left == 1 ? " try left" : " tries left"));

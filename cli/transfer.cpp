@@ -153,8 +153,16 @@ void Transfer::Fetch(Request &request)
 void Transfer::Judge()
 {
     const int status = outcome_.HttpStatus();
+    if (resume_ == Resume::COMPLETE && outcome_.errorCode == TNX_ERR_HTTP_STATUS) {
+        outcome_.errorCode = TNX_OK; // there is no more to fetch
+    }
+    const bool failed = outcome_.errorCode == TNX_ERR_HTTP_STATUS ||
+                        (outcome_.errorCode == TNX_OK && run_.settings.failWithBody &&
+                         status >= FIRST_HTTP_ERROR && resume_ != Resume::COMPLETE);
     if (!sink_->Failure().empty()) {
         SetError(EXIT_WRITE, sink_->Failure());
+    } else if (failed) {
+        SetError(EXIT_HTTP_ERROR, "The requested URL returned error: " + std::to_string(status));
     } else if (resume_ == Resume::REFUSED) {
         SetError(EXIT_RANGE, "the server does not resume at byte " + std::to_string(offset_));
     } else if (outcome_.errorCode >= TNX_ERR_TRANSFER_BASE) {
@@ -162,9 +170,6 @@ void Transfer::Judge()
                  ErrorText(outcome_.conversation, outcome_.errorCode));
     } else if (outcome_.errorCode != TNX_OK) {
         SetError(EXIT_USAGE, OVX_Tnx_GetErrorText(outcome_.errorCode));
-    } else if ((run_.settings.fail || run_.settings.failWithBody) && status >= FIRST_HTTP_ERROR &&
-               resume_ != Resume::COMPLETE) {
-        SetError(EXIT_HTTP_ERROR, "The requested URL returned error: " + std::to_string(status));
     }
 }
 
@@ -176,8 +181,8 @@ void Transfer::SetError(int status, std::string text)
 
 void Transfer::FinishBody(std::string_view head)
 {
-    if (outcome_.status == EXIT_HTTP_ERROR && run_.settings.fail) {
-        sink_->Restart(); // drops the body
+    if (outcome_.errorCode == TNX_ERR_HTTP_STATUS && sink_->GetPlan().kind == Sink::Kind::FILE) {
+        return; // what is there stays
     }
     const bool nothing = outcome_.status != 0 && outcome_.bodyLength == 0 && head.empty();
     if (!nothing && !sink_->Finish(head) && outcome_.status == 0) {

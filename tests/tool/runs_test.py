@@ -6,6 +6,9 @@ import unittest
 from tool_case import ToolCase
 
 
+UNFINISHED = b"HTTP/1.1 404 Reason\r\nContent-Length: 9\r\n\r\n"
+
+
 class RunsTest(ToolCase):
     # What is printed.
 
@@ -18,6 +21,13 @@ class RunsTest(ToolCase):
             (["-o", "-"], "/", b"hello\n"),
             (["-i"], "/", head + b"hello\n"),
             (["-I"], "/", head),
+            (
+                ["-i"],
+                "/interim",
+                b"HTTP/1.1 102 Processing\r\n\r\n"
+                b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n"
+                b"HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nhello\n",
+            ),
             (["-D", "-"], "/", head + b"hello\n"),
             ([], "/to/x", b"moved\n"),
             (["-L"], "/to/x", b"hello\n"),
@@ -54,6 +64,23 @@ class RunsTest(ToolCase):
         nowhere = self.run_tool("-o", "no/such/folder", self.url("/"))
         self.assertEqual((nowhere.returncode, nowhere.stdout), (23, b""))
         self.assertEqual(self.run_tool("-O", self.url("/")).returncode, 23)
+
+    def test_files_stay_where_nothing_is_to_be_written(self):
+        self.write("f", b"before")
+        retry = ["--retry", "1", "--retry-delay", "0"]
+        for arguments, path, status in [
+            (["-f"], "/status/404", 22),
+            (["-fi"], "/status/404", 22),
+            (["-f", *retry], "/status/503", 22),
+            (["-fZ", "-o", "other", self.url("/status/404"), self.url("/")], "/x", 22),
+            (["-f", "-C", "3"], "/status/404", 22),
+            ([*retry, "--retry-all-errors"], "/drop", 52),
+        ]:
+            with self.subTest(arguments):
+                result = self.run_tool("-s", "-o", "f", *arguments, self.url(path))
+                self.assertEqual((result.returncode, self.read("f")), (status, b"before"))
+        self.run_tool("-f", "-o", "f", self.url("/"))
+        self.assertEqual(self.read("f"), b"hello\n")
 
     def test_resumed_downloads(self):
         # what is there, exit status, what is there then
@@ -234,6 +261,8 @@ class RunsTest(ToolCase):
                 b"",
             ),
             (["-fs", self.url("/status/500")], 22, b"", b""),
+            (["-f", self.url("/unfinished/404")], 22, b"returned error: 404", b""),
+            (["-fi", self.url("/unfinished/404")], 22, b"404", UNFINISHED),
             (["-fsS", self.url("/status/500")], 22, b"tnx: (22)", b""),
             (["--fail-with-body", self.url("/status/500")], 22, b"(22)", b"status body\n"),
             ([self.url("/status/500")], 0, b"", b"status body\n"),

@@ -118,6 +118,11 @@ class Server:
             return head + b"3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"
         if name == "cut":
             return b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\nConnection: close\r\n\r\nshort"
+        if name == "unfinished":
+            return f"HTTP/1.1 {route[1]} Reason\r\nContent-Length: 9\r\n\r\nbegun".encode()
+        if name == "interim":
+            hints = b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n"
+            return b"HTTP/1.1 102 Processing\r\n\r\n" + hints + answer("200 OK", b"hello\n")
         if name == "stall":
             threading.Event().wait(10)
             return None
