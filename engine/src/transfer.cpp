@@ -118,9 +118,7 @@ void Transfer::Start()
     }
     const CURLcode code = ParseUrl(request_->GetUrl(), hop_.url);
     if (code != CURLE_OK) {
-        Fail(code, code == CURLE_UNSUPPORTED_PROTOCOL
-                       ? "The scheme of the URL is neither http nor https: " + request_->GetUrl()
-                       : "The URL is not valid: " + request_->GetUrl());
+        Fail(code, "The URL is not valid, " + hop_.url.problem + ": " + request_->GetUrl());
         return;
     }
     origin_ = hop_.url.Origin();
@@ -348,7 +346,7 @@ void Transfer::Redirect(const std::string &location)
     Hop next;
     const CURLcode code = ParseUrl(location, next.url);
     if (code != CURLE_OK) {
-        Fail(code, "The server redirects to what is no URL of http or https: " + location);
+        Fail(code, "The server redirects to what is no URL, " + next.url.problem + ": " + location);
         return;
     }
     next.method = MethodAfterRedirect(receiver_.Block().Status(), hop_.method);

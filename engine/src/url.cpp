@@ -29,14 +29,44 @@ std::string GetPart(CURLU *url, CURLUPart part, unsigned flags = 0)
     return code == CURLUE_OK ? text : std::string();
 }
 
-// False: it is no URL.
-bool Set(CURLU *url, const std::string &text, unsigned flags)
+CURLUcode Set(CURLU *url, const std::string &text, unsigned flags)
 {
     const CURLUcode code = curl_url_set(url, CURLUPART_URL, text.c_str(), flags);
     if (code == CURLUE_OUT_OF_MEMORY) {
         throw std::bad_alloc();
     }
-    return code == CURLUE_OK;
+    return code;
+}
+
+// Which part of a URL libcurl has found wrong.
+const char *ProblemOf(CURLUcode code)
+{
+    switch (code) {
+    case CURLUE_BAD_SCHEME:
+        return "it does not begin with http:// or https://";
+    case CURLUE_BAD_SLASHES:
+        return "two slashes must follow its scheme";
+    case CURLUE_BAD_USER:
+    case CURLUE_BAD_PASSWORD:
+    case CURLUE_BAD_LOGIN:
+        return "its user name or password has a character that must be encoded";
+    case CURLUE_NO_HOST:
+        return "it has no host";
+    case CURLUE_BAD_HOSTNAME:
+        return "its host has a character that no name has";
+    case CURLUE_BAD_IPV6:
+        return "its IPv6 address is none";
+    case CURLUE_BAD_PORT_NUMBER:
+        return "its port is no number from 0 to 65535";
+    case CURLUE_BAD_PATH:
+        return "its path has a character that must be encoded";
+    case CURLUE_BAD_QUERY:
+        return "its query has a character that must be encoded";
+    case CURLUE_BAD_FRAGMENT:
+        return "its fragment has a character that must be encoded";
+    default:
+        return curl_url_strerror(code);
+    }
 }
 
 } // namespace
@@ -44,17 +74,22 @@ bool Set(CURLU *url, const std::string &text, unsigned flags)
 CURLcode ParseUrl(const std::string &text, Url &url)
 {
     const UrlHandle handle = MakeUrl();
-    if (text.find('\0') != std::string::npos ||
-        !Set(handle.get(), text, CURLU_NON_SUPPORT_SCHEME)) {
+    const bool cut = text.find('\0') != std::string::npos;
+    const CURLUcode code =
+        cut ? CURLUE_MALFORMED_INPUT : Set(handle.get(), text, CURLU_NON_SUPPORT_SCHEME);
+    if (code != CURLUE_OK) {
+        url.problem = cut ? "it has a NUL" : ProblemOf(code);
         return CURLE_URL_MALFORMAT;
     }
     url.text = text;
     url.scheme = Lower(GetPart(handle.get(), CURLUPART_SCHEME));
     if (url.scheme != "http" && url.scheme != "https") {
+        url.problem = "its scheme is neither http nor https";
         return CURLE_UNSUPPORTED_PROTOCOL;
     }
     url.host = Lower(GetPart(handle.get(), CURLUPART_HOST, CURLU_PUNYCODE));
     if (url.host.empty()) {
+        url.problem = "its host is no valid name";
         return CURLE_URL_MALFORMAT;
     }
     if (url.host.front() == '[') {
@@ -71,8 +106,9 @@ CURLcode ParseUrl(const std::string &text, Url &url)
 std::string ResolveUrl(const std::string &base, const std::string &reference)
 {
     const UrlHandle handle = MakeUrl();
-    if (!Set(handle.get(), base, 0) ||
-        !Set(handle.get(), reference, CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE)) {
+    constexpr unsigned ANY_SCHEME = CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE;
+    if (Set(handle.get(), base, 0) != CURLUE_OK ||
+        Set(handle.get(), reference, ANY_SCHEME) != CURLUE_OK) {
         return reference;
     }
     return GetPart(handle.get(), CURLUPART_URL);

@@ -17,6 +17,7 @@ struct Url {
     std::string path;   // starts with a slash, without query
     uint16_t port = 0;
     bool ownPort = false; // rather than the scheme's
+    std::string problem;  // which part is wrong, where it is no URL
 
     bool Secure() const { return scheme == "https"; }
 
@@ -24,7 +25,7 @@ struct Url {
     std::string Origin() const { return scheme + "://" + host + ":" + std::to_string(port); }
 };
 
-// Takes an absolute URL of http or https apart. Else the code tells what is wrong with it.
+// Takes an absolute URL of http or https apart. Else code and `problem` tell what is wrong with it.
 CURLcode ParseUrl(const std::string &text, Url &url);
 
 // Resolves a reference against an absolute URL (RFC 3986 section 5.2). Gives the reference as it is

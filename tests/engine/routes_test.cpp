@@ -60,7 +60,7 @@ TEST(UrlTest, TakesUrlsApart)
     const struct {
         std::string text;
         CURLcode code;
-        const char *origin;
+        const char *origin; // or a piece of what is wrong
         const char *path;
     } cases[] = {
         {"http://a.org", CURLE_OK, "http://a.org:80", "/"},
@@ -69,20 +69,21 @@ TEST(UrlTest, TakesUrlsApart)
         {"http://[::1]:8080/", CURLE_OK, "http://::1:8080", "/"},
         {"http://127.0.0.1:1/", CURLE_OK, "http://127.0.0.1:1", "/"},
         {"http://a.org:65535/", CURLE_OK, "http://a.org:65535", "/"},
-        {"http://a.org:65536/", CURLE_URL_MALFORMAT, "", ""},
-        {"http://a.org:x/", CURLE_URL_MALFORMAT, "", ""},
-        {"http://", CURLE_URL_MALFORMAT, "", ""},
+        {"http://a.org:65536/", CURLE_URL_MALFORMAT, "port", ""},
+        {"http://a.org:x/", CURLE_URL_MALFORMAT, "port", ""},
+        {"http://", CURLE_URL_MALFORMAT, "no host", ""},
         {"http:///x/y", CURLE_OK, "http://x:80", "/y"}, // as browsers read it
-        {"http://a b.org/", CURLE_URL_MALFORMAT, "", ""},
-        {"http://a.org/x y", CURLE_URL_MALFORMAT, "", ""},
-        {"http://a.org/\r\nX: y", CURLE_URL_MALFORMAT, "", ""},
-        {std::string("http://a.org/\0x", 15), CURLE_URL_MALFORMAT, "", ""},
-        {"http://[::1/", CURLE_URL_MALFORMAT, "", ""},
-        {"a.org/x", CURLE_URL_MALFORMAT, "", ""},
-        {"", CURLE_URL_MALFORMAT, "", ""},
-        {"ftp://a.org/", CURLE_UNSUPPORTED_PROTOCOL, "", ""},
-        {"file:///etc/hosts", CURLE_UNSUPPORTED_PROTOCOL, "", ""},
-        {"data:text/plain,x", CURLE_URL_MALFORMAT, "", ""},
+        {"http://a b.org/", CURLE_URL_MALFORMAT, "host", ""},
+        {"http://a.org/x y", CURLE_URL_MALFORMAT, "path", ""},
+        {"http://a.org/?x y", CURLE_URL_MALFORMAT, "query", ""},
+        {"http://a.org/\r\nX: y", CURLE_URL_MALFORMAT, "path", ""},
+        {std::string("http://a.org/\0x", 15), CURLE_URL_MALFORMAT, "NUL", ""},
+        {"http://[::1/", CURLE_URL_MALFORMAT, "IPv6", ""},
+        {"a.org/x", CURLE_URL_MALFORMAT, "begin", ""},
+        {"", CURLE_URL_MALFORMAT, "begin", ""},
+        {"ftp://a.org/", CURLE_UNSUPPORTED_PROTOCOL, "scheme", ""},
+        {"file:///etc/hosts", CURLE_UNSUPPORTED_PROTOCOL, "scheme", ""},
+        {"data:text/plain,x", CURLE_URL_MALFORMAT, "slashes", ""},
     };
     for (const auto &[text, code, origin, path] : cases) {
         Url url;
@@ -90,6 +91,8 @@ TEST(UrlTest, TakesUrlsApart)
         if (code == CURLE_OK) {
             EXPECT_EQ(url.Origin(), origin);
             EXPECT_EQ(url.path, path) << text;
+        } else {
+            EXPECT_NE(url.problem.find(origin), std::string::npos) << text << ": " << url.problem;
         }
     }
 }
