@@ -142,6 +142,25 @@ std::vector<const Hop *> Conversation::Exchanges() const
     return exchanges;
 }
 
+std::optional<ProxyUse> Conversation::Proxy() const
+{
+    constexpr std::string_view begin = "Uses the proxy ";
+    constexpr std::string_view middle = ", which ";
+    constexpr std::string_view end = " names";
+    std::optional<ProxyUse> proxy;
+    for (const std::string_view text : texts) {
+        if (text.starts_with("hop over: ")) {
+            proxy.reset();
+        } else if (text.starts_with(begin) && text.ends_with(end)) {
+            const size_t comma = std::min(text.find(middle), text.size() - end.size());
+            const size_t name = std::min(comma + middle.size(), text.size() - end.size());
+            proxy = {std::string(text.substr(begin.size(), comma - begin.size())),
+                     std::string(text.substr(name, text.size() - end.size() - name))};
+        }
+    }
+    return proxy;
+}
+
 std::string_view DebugBytes(const Tnx_DebugInfo &info)
 {
     return {info.data == nullptr ? "" : info.data, info.data == nullptr ? 0 : info.length};

@@ -2,6 +2,7 @@
 #ifndef TNX_CLI_CONVERSATION_H
 #define TNX_CLI_CONVERSATION_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,11 @@ struct Hop {
     std::string AnswerField(std::string_view lowerName) const;
 };
 
+struct ProxyUse {
+    std::string url;
+    std::string namedBy; // the environment variable, or "the configuration"
+};
+
 struct Conversation {
     std::vector<Hop> hops;
     std::vector<std::string> texts;
@@ -43,6 +49,9 @@ struct Conversation {
 
     // The answers that the application sees: no interim ones, none to CONNECT.
     std::vector<const Hop *> Exchanges() const;
+
+    // The proxy that the last hop took; nothing where it went directly.
+    std::optional<ProxyUse> Proxy() const;
 };
 
 Conversation ReadConversation(const Tnx_Response *response);

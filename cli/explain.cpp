@@ -69,17 +69,25 @@ std::string ExplainConnection(const Outcome &outcome, const std::vector<Phase> &
                               const std::vector<Attempt> &attempts)
 {
     std::string text;
+    const auto proxy = outcome.conversation.Proxy();
+    if (proxy) {
+        const bool own = proxy->namedBy == "the configuration";
+        text += Line("proxy", proxy->url + ", named by " + (own ? "-x" : proxy->namedBy));
+    }
     const std::string lookup = Took(phases, Phase::LOOKUP);
     if (!lookup.empty()) {
         const bool failed =
             outcome.errorCode == TNX_ERR_RESOLVE_HOST || outcome.errorCode == TNX_ERR_RESOLVE_PROXY;
-        text += Line("lookup", std::string(UrlHost(outcome.EffectiveUrl())) +
+        const bool ofServer = !proxy || outcome.errorCode == TNX_ERR_RESOLVE_HOST;
+        const std::string url = ofServer ? outcome.EffectiveUrl() : proxy->url;
+        text += Line("lookup", std::string(UrlHost(url)) +
                                    (failed ? " has no address" : " resolved") + lookup);
     }
     for (const Attempt &attempt : attempts) {
         const bool good = attempt.result == Attempt::CONNECTED;
         text += Line("connect",
-                     attempt.address + " port " + std::to_string(attempt.port) + ": " +
+                     (proxy ? "the proxy " : "") + attempt.address + " port " +
+                         std::to_string(attempt.port) + ": " +
                          (good ? "connected" + Took(phases, Phase::CONNECT) : attempt.reason));
     }
     if (attempts.empty() && outcome.HttpStatus() != 0) {
@@ -133,8 +141,7 @@ std::optional<Server> TlsServer(const Outcome &outcome, const std::vector<Attemp
     const std::string url = outcome.EffectiveUrl();
     const std::string host(UrlHost(url));
     for (const Attempt &attempt : attempts) {
-        // Where addresses were given to it, libcurl tells no name for the server.
-        const bool direct = attempt.host == host || attempt.host == "(nil)";
+        const bool direct = attempt.host == host && !outcome.conversation.Proxy();
         if (attempt.result == Attempt::CONNECTED && direct && UrlScheme(url) == "https") {
             return Server{host, attempt.address, attempt.port};
         }

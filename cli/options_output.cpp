@@ -84,8 +84,9 @@ const Option OPTIONS[] = {
      .name = "fail",
      .topic = Topic::OUTPUT,
      .help = "Fail silently on HTTP errors",
-     .man = "End with exit status 22 when the status is 400 or more, at once and without the body; a "
-            "file of -o or -O stays as it is.",
+     .man =
+         "End with exit status 22 when the status is 400 or more, at once and without the body; a "
+         "file of -o or -O stays as it is.",
      .target = &Settings::fail,
      .important = true},
     {.name = "fail-with-body",

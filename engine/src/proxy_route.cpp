@@ -96,11 +96,11 @@ bool IsLoopback(const std::string &host)
            (host.starts_with("127.") && IsAddress(host));
 }
 
-std::string FirstSet(std::initializer_list<const char *> names)
+ProxyChoice FirstSet(std::initializer_list<const char *> names)
 {
     for (const char *name : names) {
         if (const char *value = std::getenv(name); value != nullptr && *value != '\0') {
-            return value;
+            return {value, std::string("the environment variable ") + name};
         }
     }
     return {};
@@ -123,7 +123,7 @@ const EnvironmentProxies &EnvironmentProxies::Get()
         read.http = FirstSet({"http_proxy"});
         read.https = FirstSet({"https_proxy", "HTTPS_PROXY"});
         read.all = FirstSet({"all_proxy", "ALL_PROXY"});
-        const std::string list = FirstSet({"no_proxy", "NO_PROXY"});
+        const std::string list = FirstSet({"no_proxy", "NO_PROXY"}).address;
         size_t begin = 0;
         while (begin < list.size()) {
             const size_t end = std::min(list.find_first_of(", ", begin), list.size());
@@ -156,20 +156,29 @@ bool ExclusionMatches(const std::string &pattern, const Url &url)
     return (port == 0 || port == url.port) && HostMatches(host, url.host);
 }
 
-std::string ChooseProxy(const WebProxy &configuration, const Url &url)
+ProxyChoice ChooseProxy(const WebProxy &configuration, const Url &url)
 {
     if (configuration.mode == PROXY_EXPLICIT) {
         const auto *patterns =
             std::get_if<std::vector<std::string>>(&configuration.exclusions.Get());
-        return patterns != nullptr && Excluded(*patterns, url) ? std::string() : configuration.url;
+        return patterns != nullptr && Excluded(*patterns, url)
+                   ? ProxyChoice()
+                   : ProxyChoice{configuration.url, "the configuration"};
     }
     if (configuration.mode != PROXY_ENVIRONMENT || IsLoopback(url.host)) {
         return {};
     }
     const EnvironmentProxies &environment = EnvironmentProxies::Get();
-    const std::string &ofScheme = url.Secure() ? environment.https : environment.http;
-    const std::string &proxy = ofScheme.empty() ? environment.all : ofScheme;
-    return proxy.empty() || Excluded(environment.excluded, url) ? std::string() : proxy;
+    const ProxyChoice &ofScheme = url.Secure() ? environment.https : environment.http;
+    const ProxyChoice &proxy = ofScheme.address.empty() ? environment.all : ofScheme;
+    return proxy.address.empty() || Excluded(environment.excluded, url) ? ProxyChoice() : proxy;
+}
+
+std::string Proxy::Text() const
+{
+    const bool bracketed = host.find(':') != std::string::npos;
+    return scheme + "://" + (bracketed ? "[" + host + "]" : host) + ":" + std::to_string(port) +
+           ", which " + namedBy + " names";
 }
 
 bool ParseProxy(const std::string &text, Proxy &proxy)

@@ -12,11 +12,17 @@
 namespace OHOS::Pelloria::Tnx
 {
 
+// The address of a proxy, empty to go directly, and what names it: a text for people.
+struct ProxyChoice {
+    std::string address;
+    std::string namedBy;
+};
+
 // The proxies that the environment names.
 struct EnvironmentProxies {
-    std::string http;
-    std::string https;
-    std::string all;
+    ProxyChoice http;
+    ProxyChoice https;
+    ProxyChoice all;
     std::vector<std::string> excluded;
 
     // Reads http_proxy, https_proxy, all_proxy and no_proxy, once a process.
@@ -29,6 +35,10 @@ struct Proxy {
     std::string scheme; // http, https, socks4, socks4a, socks5 or socks5h
     std::string host;
     uint16_t port = 0;
+    std::string namedBy;
+
+    // "http://proxy:3128, which the environment variable http_proxy names", without a credential.
+    std::string Text() const;
 
     bool Direct() const { return url.empty(); }
 
@@ -39,9 +49,9 @@ struct Proxy {
 // Reads a proxy's address; http where it has no scheme. False when it is none.
 bool ParseProxy(const std::string &text, Proxy &proxy);
 
-// The address of the proxy that a configuration or the environment gives for a URL, before any
-// exclusion function is asked; empty to go directly.
-std::string ChooseProxy(const WebProxy &configuration, const Url &url);
+// The proxy that a configuration or the environment gives for a URL, before any exclusion function
+// is asked.
+ProxyChoice ChooseProxy(const WebProxy &configuration, const Url &url);
 
 // Whether a pattern covers a URL: `*`, a host, a domain suffix, host:port, an address, a CIDR
 // block, or a URL prefix.

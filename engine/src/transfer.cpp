@@ -169,10 +169,11 @@ void Transfer::ChooseRoute()
 {
     phases_.HopStarted(hop_.redirects > 0);
     route_ = {};
-    const std::string proxy = ChooseProxy(configuration_.proxy, hop_.url);
+    const ProxyChoice proxy = ChooseProxy(configuration_.proxy, hop_.url);
     const auto *excludes =
         std::get_if<Exclusions::UrlPredicate>(&configuration_.proxy.exclusions.Get());
-    if (proxy.empty() || excludes == nullptr || configuration_.proxy.mode != PROXY_EXPLICIT) {
+    if (proxy.address.empty() || excludes == nullptr ||
+        configuration_.proxy.mode != PROXY_EXPLICIT) {
         TakeProxy(proxy);
         return;
     }
@@ -189,15 +190,20 @@ bool Transfer::TakeExclusion()
     if (exclusion_ == UNKNOWN) {
         return false;
     }
-    TakeProxy(exclusion_ == 1 ? std::string() : configuration_.proxy.url);
+    TakeProxy(exclusion_ == 1 ? ProxyChoice() : ChooseProxy(configuration_.proxy, hop_.url));
     return true;
 }
 
-void Transfer::TakeProxy(const std::string &text)
+void Transfer::TakeProxy(const ProxyChoice &choice)
 {
-    if (!text.empty() && !ParseProxy(text, route_.proxy)) {
-        Fail(CURLE_COULDNT_RESOLVE_PROXY, "The proxy's address is not valid");
-        return;
+    if (!choice.address.empty()) {
+        route_.proxy.namedBy = choice.namedBy;
+        if (!ParseProxy(choice.address, route_.proxy)) {
+            Fail(CURLE_COULDNT_RESOLVE_PROXY,
+                 "The address of the proxy that " + choice.namedBy + " names is not valid");
+            return;
+        }
+        recorder_.Note("Uses the proxy " + route_.proxy.Text());
     }
     state_ = State::TARGET_LOOKUP;
     if (route_.proxy.ResolvesHere()) {
@@ -232,7 +238,7 @@ bool Transfer::TakeProxyAddresses()
     const LookupResult &result = lookup_.Result();
     if (!result.error.empty()) {
         Fail(CURLE_COULDNT_RESOLVE_PROXY,
-             "Could not resolve proxy " + route_.proxy.host + ": " + result.error);
+             "Could not resolve the proxy " + route_.proxy.Text() + ": " + result.error);
         return true;
     }
     route_.proxyAddresses = result.addresses;

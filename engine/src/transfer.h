@@ -96,7 +96,7 @@ private:
     void LeaveSlot();
     void ChooseRoute();
     bool TakeExclusion();
-    void TakeProxy(const std::string &text);
+    void TakeProxy(const ProxyChoice &choice);
     bool TakeTarget();
     bool TakeProxyAddresses();
     void Send();

@@ -109,6 +109,9 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
     if (code == CURLE_HTTP2 && exchange_.Error(code) == curl_easy_strerror(code)) {
         what = "The server does not speak HTTP/2, which was said to be known";
     }
+    if (code == CURLE_COULDNT_CONNECT && !route_.proxy.Direct()) {
+        what = "The proxy cannot be reached: " + what;
+    }
     return code;
 }
 
@@ -123,6 +126,9 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
     const bool reached = address != nullptr && *address != '\0';
     std::string where = phases_.HopPhase(hop_.url.Secure(), reached);
     where += ", host " + hop_.url.host;
+    if (!route_.proxy.Direct()) {
+        where += ", through the proxy " + route_.proxy.Text();
+    }
     if (reached) {
         where += ", address " + std::string(address) + " port " + std::to_string(port);
     }

@@ -222,20 +222,26 @@ TEST_F(ProxyTest, BadProxiesAreToldFromBadServers)
 {
     const RefusingPort refusing;
     const std::string nobody = "127.0.0.1:" + std::to_string(refusing.Port());
+    const std::string unreachable = "The proxy cannot be reached";
     const struct {
         Way way;
         uint32_t code;
+        std::string why;
     } cases[] = {
-        {{"http://" + nobody}, TNX_ERR_CONNECT},
-        {{nobody}, TNX_ERR_CONNECT},
-        {{"socks5://" + nobody}, TNX_ERR_CONNECT},
-        {{"gopher://" + nobody}, TNX_ERR_RESOLVE_PROXY},
-        {{"http://no such proxy/"}, TNX_ERR_RESOLVE_PROXY},
-        {{Scripted().Url("/"), TNX_PROXY_TUNNEL}, TNX_ERR_RECEIVE},
+        {{"http://user:s3cret@" + nobody}, TNX_ERR_CONNECT, unreachable},
+        {{nobody}, TNX_ERR_CONNECT, "proxy http://" + nobody + ", which the configuration names"},
+        {{"socks5://" + nobody}, TNX_ERR_CONNECT, unreachable},
+        {{"gopher://" + nobody}, TNX_ERR_RESOLVE_PROXY, "the proxy that the configuration names"},
+        {{"http://no such proxy/"}, TNX_ERR_RESOLVE_PROXY, "configuration names is not valid"},
+        {{"http://proxy.invalid"}, TNX_ERR_RESOLVE_PROXY, "the proxy http://proxy.invalid:1080"},
+        {{Scripted().Url("/"), TNX_PROXY_TUNNEL}, TNX_ERR_RECEIVE, "through the proxy http://"},
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.way.url);
-        EXPECT_EQ(Get(Nginx().Url("/1k"), one.way).code, one.code);
+        const Outcome outcome = Get(Nginx().Url("/1k"), one.way);
+        EXPECT_EQ(outcome.code, one.code);
+        EXPECT_NE(outcome.Why().find(one.why), std::string::npos) << outcome.Why();
+        EXPECT_EQ(outcome.Why().find("s3cret"), std::string::npos) << outcome.Why();
     }
 }
 

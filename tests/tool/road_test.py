@@ -179,6 +179,31 @@ class RoadTest(ToolCase):
                 self.assertEqual((result.returncode, self.server.take()), (6, []))
         self.assertEqual(self.run_tool("-p", "http://far.invalid/").returncode, 2)
 
+    def test_a_failed_proxy_is_named_with_its_reason(self):
+        nobody = "http://127.0.0.1:1"
+        ways = [
+            ({"http_proxy": nobody}, [], b"the environment variable http_proxy"),
+            ({"ALL_PROXY": nobody}, [], b"the environment variable ALL_PROXY"),
+            ({}, ["-x", nobody], b"the configuration"),
+        ]
+        for environment, arguments, reason in ways:
+            with self.subTest(reason):
+                result = self.run_tool(
+                    "-v", "--explain", *arguments, "http://far.invalid/", environment=environment
+                )
+                self.assertEqual(result.returncode, 7)
+                named = nobody.encode() + b", which " + reason + b" names"
+                self.assertIn(b"* Uses the proxy " + named, result.stderr)
+                self.assertRegex(
+                    result.stderr, rb"tnx: \(7\) The proxy cannot be reached: .*, which " + reason
+                )
+                reason = b"-x" if arguments else reason
+                self.assertRegex(result.stderr, rb"  proxy +http://127.0.0.1:1, named by " + reason)
+                self.assertIn(b"the proxy 127.0.0.1 port 1: Connection refused", result.stderr)
+        environment = {"http_proxy": "proxy.invalid:80"}
+        result = self.run_tool("--explain", "http://far.invalid/", environment=environment)
+        self.assertIn(b"lookup    proxy.invalid has no address", result.stderr)
+
     def test_names(self):
         port = self.server.port
         self.check(
