@@ -289,7 +289,8 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
     const Progress::State state{.downloadTotal = static_cast<uint64_t>(downloadTotal),
                                 .downloaded = exchange->receiver_.Received(),
                                 .uploadTotal = static_cast<uint64_t>(uploadTotal),
-                                .uploaded = static_cast<uint64_t>(uploaded)};
+                                .uploaded =
+                                    exchange->sender_.Uploaded(static_cast<uint64_t>(uploaded))};
     return exchange->Guarded(
         [&] {
             exchange->progress_.Report(state);

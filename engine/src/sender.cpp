@@ -178,6 +178,14 @@ bool Sender::Resumable() const
                        [](const auto &pull) { return pull->Ready(); });
 }
 
+// libcurl counts the framing of chunks too.
+uint64_t Sender::Uploaded(uint64_t counted) const
+{
+    const bool pulled =
+        HasBody() && std::holds_alternative<GetDataFunction>(request_.GetContent()->Get());
+    return pulled && !pulls_.empty() ? std::min(counted, pulls_.back()->Sent()) : counted;
+}
+
 PullBody::Failure Sender::GetFailure() const
 {
     for (const auto &pull : pulls_) {

@@ -38,6 +38,9 @@ public:
     // libcurl paused the body, and can go on.
     bool Resumable() const;
 
+    // Bytes of the body that were sent, of those that libcurl has counted.
+    uint64_t Uploaded(uint64_t counted) const;
+
     PullBody::Failure GetFailure() const;
 
     // The application is not asked for data any more.

@@ -195,6 +195,8 @@ struct Journal {
     }
 };
 
+size_t g_left; // of a body that is pulled
+
 void Follow(Call &call, Journal &journal)
 {
     Tnx_HttpEventsHandler &events = call.configuration.tracing.eventsHandler;
@@ -251,8 +253,24 @@ TEST_F(TracingTest, EventsComeInOrder)
                  EXPECT_GE(journal.events, 2);
              });
     }
-    // A failure brings no end of body.
+    // What is sent chunked counts without its chunks.
     Journal journal;
+    const auto pull = [&journal](Call &call) {
+        g_left = 100000;
+        Follow(call, journal);
+        call.Pull([](char *buffer, unsigned int size) {
+            const size_t count = std::min<size_t>({size, g_left, 1000});
+            std::fill_n(buffer, count, 'x');
+            g_left -= count;
+            return static_cast<int>(count);
+        });
+    };
+    Both(pull, Scripted().Url("/echo?line=X-Type:%20a"), "POST", [&journal](const Outcome &out) {
+        EXPECT_EQ(out.code, 0U) << out.Why();
+        EXPECT_GT(out.body.size(), 100000U);
+        EXPECT_EQ(journal.upNow, 100000U);
+    });
+    // A failure brings no end of body.
     const auto fill = [&journal](Call &call) {
         journal.text.clear();
         Follow(call, journal);
