@@ -91,7 +91,10 @@ std::string BashCompletion()
            "' -- \"$word\")); return ;;\n"
            "    " +
            files +
-           ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+           ")\n"
+           "      compopt -o filenames\n"
+           "      mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n"
+           "      return ;;\n"
            "    " +
            others +
            ") return ;;\n"
