@@ -69,6 +69,39 @@ bool NameLess(const Option &left, const Option &right)
     return std::string_view(left.name) < std::string_view(right.name);
 }
 
+// How many letters must be put in, taken out, changed or swapped to get from one to the other.
+size_t Distance(std::string_view from, std::string_view to)
+{
+    std::vector<std::vector<size_t>> table(from.size() + 1, std::vector<size_t>(to.size() + 1));
+    for (size_t i = 0; i <= from.size(); ++i) {
+        for (size_t j = 0; j <= to.size(); ++j) {
+            if (i == 0 || j == 0) {
+                table[i][j] = i + j;
+                continue;
+            }
+            const size_t changed = table[i - 1][j - 1] + (from[i - 1] == to[j - 1] ? 0 : 1);
+            table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, changed});
+            if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+                table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
+            }
+        }
+    }
+    return table.back().back();
+}
+
+// The option that somebody may have meant, as a question; empty where none is near.
+std::string Suggestion(std::string_view name)
+{
+    const std::string_view word = name.substr(0, name.find('='));
+    const auto &options = Options();
+    const auto nearest = std::min_element(
+        options.begin(), options.end(), [word](const Option &left, const Option &right) {
+            return Distance(word, left.name) < Distance(word, right.name);
+        });
+    const bool near = Distance(word, nearest->name) <= std::max<size_t>(1, word.size() / 3);
+    return near ? std::string("; did you mean --") + nearest->name + "?" : "";
+}
+
 // Tells why an option that a user may expect is not there.
 void RefuseUnsupported(std::string_view name)
 {
@@ -137,7 +170,7 @@ const Option &FindName(std::string_view name)
         });
     if (name.empty() || first == options.end() ||
         !std::string_view(first->name).starts_with(name)) {
-        throw UsageError("is unknown");
+        throw UsageError("is unknown" + Suggestion(name));
     }
     const auto second = std::next(first);
     if (first->name != name && second != options.end() &&

@@ -77,7 +77,9 @@ TEST(Arguments, AreRefusedWithAReason)
     } cases[] = {
         {{}, "no URL specified"},
         {{"--frobnicate", "u"}, "option --frobnicate: is unknown"},
-        {{"--request=POST", "u"}, "option --request=POST: is unknown"},
+        {{"--request=POST", "u"}, "option --request=POST: is unknown; did you mean --request?"},
+        {{"--lcoation", "u"}, "option --lcoation: is unknown; did you mean --location?"},
+        {{"--no-insecuer", "u"}, "option --no-insecuer: is unknown; did you mean --insecure?"},
         {{"--re", "u"}, "option --re: is ambiguous"},
         {{"-sQ", "u"}, "option -Q: is unknown"},
         {{"-", "u"}, "option -: is unknown"},
