@@ -8,6 +8,8 @@
 
 #include "conversation.h"
 #include "handles.h"
+#include "settings.h"
+#include "url.h"
 
 namespace TnxTool
 {
@@ -34,6 +36,13 @@ struct Outcome {
         return response && response->effectiveUrl != nullptr ? response->effectiveUrl : url;
     }
 };
+
+// Stands before what is told of a transfer that runs beside others: their lines come in any order.
+inline std::string WhichOf(const Settings &settings, const Outcome &outcome)
+{
+    const bool several = settings.parallel && settings.urls.size() > 1;
+    return several ? WithoutUser(outcome.url) + ": " : "";
+}
 
 } // namespace TnxTool
 

@@ -27,7 +27,8 @@ void Reporter::Report(Transfer &transfer)
         WriteAll(STDOUT_FILENO, ToJsonLine(outcome, settings_.verbose));
     }
     if (outcome.status != 0 && (!settings_.silent || settings_.showError)) {
-        Complain("(" + std::to_string(outcome.status) + ") " + outcome.error);
+        Complain("(" + std::to_string(outcome.status) + ") " + WhichOf(settings_, outcome) +
+                 outcome.error);
     }
     if (settings_.writeOut) {
         const Written written = WriteOut(*settings_.writeOut, outcome);

@@ -103,7 +103,7 @@ void AnnounceRetry(const Settings &settings, const Outcome &outcome, millisecond
     const bool byStatus = outcome.errorCode == TNX_OK || outcome.errorCode == TNX_ERR_HTTP_STATUS;
     const std::string problem =
         byStatus ? "HTTP status " + std::to_string(outcome.HttpStatus()) : outcome.error;
-    Complain("warning: " + problem + "; trying again in " +
+    Complain("warning: " + WhichOf(settings, outcome) + problem + "; trying again in " +
              std::to_string(std::chrono::ceil<seconds>(wait).count()) + " s, " +
              std::to_string(left) + (left == 1 ? " try left" : " tries left"));
 }

@@ -101,6 +101,13 @@ std::string_view UrlAuthority(std::string_view url)
     return authority.substr(authority.rfind('@') + 1); // npos + 1 is 0
 }
 
+std::string WithoutUser(std::string_view url)
+{
+    const size_t start = AuthorityStart(url);
+    return std::string(url.substr(0, start)) + std::string(UrlAuthority(url)) +
+           std::string(url.substr(PathStart(url)));
+}
+
 std::string_view UrlHost(std::string_view url)
 {
     const std::string_view authority = UrlAuthority(url);

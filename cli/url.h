@@ -21,6 +21,9 @@ std::string UrlFileName(std::string_view url);
 // segments).
 std::string ResolveUrl(std::string_view base, std::string_view reference);
 
+// A URL for people to see: without user and password.
+std::string WithoutUser(std::string_view url);
+
 std::string_view UrlScheme(std::string_view url);
 std::string_view UrlAuthority(std::string_view url); // without user and password
 std::string_view UrlHost(std::string_view url);

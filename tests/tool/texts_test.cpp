@@ -159,6 +159,7 @@ TEST(Url, IsCompletedAndTakenApart)
     EXPECT_EQ(UrlFileName("http://h"), "");
     EXPECT_EQ(UrlHost("http://u:p@[::1]:80/"), "::1");
     EXPECT_EQ(UrlHost("http://u@h/"), "h");
+    EXPECT_EQ(WithoutUser("http://u:p@h:1/a@b?c"), "http://h:1/a@b?c");
 
     const struct {
         const char *reference;
