@@ -77,7 +77,8 @@ void FillTracing(Tnx_TracingConfiguration &tracing, const Settings &s)
     bool(&kinds)[TNX_DEBUG_KINDS] = tracing.debugInfoKinds;
     kinds[TNX_DEBUG_TEXT] = lines;
     kinds[TNX_DEBUG_HEADER_IN] = kinds[TNX_DEBUG_HEADER_OUT] = headers;
-    kinds[TNX_DEBUG_DATA_IN] = kinds[TNX_DEBUG_DATA_OUT] = trace;
+    kinds[TNX_DEBUG_DATA_IN] = trace;
+    kinds[TNX_DEBUG_DATA_OUT] = trace || s.har;
     kinds[TNX_DEBUG_TLS_DATA_IN] = kinds[TNX_DEBUG_TLS_DATA_OUT] = trace;
     tracing.collectTimeInfo = true;
 }

@@ -85,6 +85,13 @@ public:
         }
     }
 
+    void AddSentBody(std::string_view bytes)
+    {
+        if (!conversation_.hops.empty()) {
+            conversation_.hops.back().body += bytes;
+        }
+    }
+
     void AddText(std::string_view bytes) { conversation_.texts.emplace_back(bytes); }
 
     Conversation Take() { return std::move(conversation_); }
@@ -177,6 +184,8 @@ Conversation ReadConversation(const Tnx_Response *response)
             reader.AddReceived(DebugBytes(*info));
         } else if (info->type == TNX_DEBUG_HEADER_OUT) {
             reader.AddSent(DebugBytes(*info));
+        } else if (info->type == TNX_DEBUG_DATA_OUT) {
+            reader.AddSentBody(DebugBytes(*info));
         }
     }
     return reader.Take();

@@ -25,6 +25,7 @@ struct Hop {
     std::string requestVersion;
     std::vector<Field> requestFields;
     size_t requestSize = 0; // bytes of its header section
+    std::string body;       // as it was sent, where data is recorded
 
     std::string version; // "1.1", "2"
     int status = 0;

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "bodies.h"
 #include "hop_times.h"
 #include "url.h"
 #include "values.h"
@@ -92,21 +93,54 @@ std::string Version(const std::string &number)
     return "HTTP/" + (number.empty() ? "1.1" : number);
 }
 
-Json RequestToJson(const Hop &hop, const std::string &url, uint64_t uploaded, bool secrets)
+// What the format can hold: UTF-8. A NUL tells that it is none, whatever its letters.
+bool IsText(const std::string &bytes)
 {
-    return {{"method", hop.method},
-            {"url", url},
-            {"httpVersion", Version(hop.requestVersion)},
-            {"cookies", CookiesToJson(hop.requestFields, "cookie", secrets)},
-            {"headers", FieldsToJson(hop.requestFields, secrets)},
-            {"queryString", QueryToJson(url)},
-            {"headersSize", hop.requestSize},
-            {"bodySize", uploaded}};
+    try {
+        static_cast<void>(Json(bytes).dump());
+    } catch (const Json::exception &) {
+        return false;
+    }
+    return bytes.find('\0') == std::string::npos;
 }
 
-Json ResponseToJson(const Hop &hop, uint64_t bodyLength, const std::string &error, bool secrets)
+// -1 stands for what is not known.
+Json SizeToJson(std::optional<uint64_t> size)
+{
+    return size ? Json(*size) : Json(-1);
+}
+
+Json RequestToJson(const Hop &hop, const std::string &url, bool secrets)
+{
+    const std::optional<uint64_t> size = SentSize(hop);
+    Json request = {{"method", hop.method},
+                    {"url", url},
+                    {"httpVersion", Version(hop.requestVersion)},
+                    {"cookies", CookiesToJson(hop.requestFields, "cookie", secrets)},
+                    {"headers", FieldsToJson(hop.requestFields, secrets)},
+                    {"queryString", QueryToJson(url)},
+                    {"headersSize", hop.requestSize},
+                    {"bodySize", SizeToJson(size)}};
+    if (size != 0U) {
+        const std::optional<std::string> body = SentBody(hop);
+        const bool shown = body && IsText(*body);
+        Json &data = request["postData"] = {{"mimeType", hop.RequestField("content-type")},
+                                            {"text", shown ? *body : ""}};
+        if (!shown) {
+            data["comment"] = body ? "not text" : "above 1 MiB";
+        }
+    }
+    return request;
+}
+
+// `wire`: the size of the body before its codings were undone; `body`: after that, where known.
+Json ResponseToJson(const Hop &hop, std::optional<uint64_t> wire, uint64_t bodyLength,
+                    const std::optional<std::string> &body, const std::string &error, bool secrets)
 {
     Json content = {{"size", bodyLength}, {"mimeType", hop.AnswerField("content-type")}};
+    if (body && IsText(*body)) {
+        content["text"] = *body;
+    }
     Json response = {{"status", hop.status},
                      {"statusText", hop.reason},
                      {"httpVersion", hop.version.empty() ? "" : Version(hop.version)},
@@ -115,11 +149,28 @@ Json ResponseToJson(const Hop &hop, uint64_t bodyLength, const std::string &erro
                      {"content", content},
                      {"redirectURL", hop.AnswerField("location")},
                      {"headersSize", hop.size},
-                     {"bodySize", bodyLength}};
+                     {"bodySize", SizeToJson(wire)}};
     if (!error.empty()) {
         response["_error"] = error;
     }
     return response;
+}
+
+// The body of an answer that another one follows is nowhere but on the wire.
+Json FollowedResponse(const Hop &hop, bool secrets)
+{
+    const std::optional<uint64_t> size = AnnouncedSize(hop);
+    return ResponseToJson(hop, size, size.value_or(0), std::nullopt, "", secrets);
+}
+
+Json LastResponse(const Hop &hop, const Outcome &outcome, bool secrets)
+{
+    const bool whole = outcome.errorCode == TNX_OK;
+    std::optional<uint64_t> size = whole ? AnnouncedSize(hop) : std::nullopt;
+    if (!size && hop.AnswerField("content-encoding").empty()) {
+        size = outcome.bodyLength;
+    }
+    return ResponseToJson(hop, size, outcome.bodyLength, outcome.body, outcome.error, secrets);
 }
 
 // Milliseconds; -1 where a phase did not happen, as the format has it. `connect` holds `ssl` too.
@@ -160,14 +211,13 @@ void HttpArchive::Add(const Outcome &outcome, bool secrets)
         const HopTimes &time = times[at];
         const auto begin =
             outcome.started + std::chrono::microseconds(static_cast<int64_t>(time.begin));
-        entries_.push_back(
-            {{"startedDateTime", IsoTime(begin)},
-             {"time", std::round(time.Total()) / 1000},
-             {"request", RequestToJson(hop, url, last ? outcome.uploaded : 0, secrets)},
-             {"response", ResponseToJson(hop, last ? outcome.bodyLength : 0,
-                                         last ? outcome.error : "", secrets)},
-             {"cache", Json::object()},
-             {"timings", TimingsToJson(time)}});
+        entries_.push_back({{"startedDateTime", IsoTime(begin)},
+                            {"time", std::round(time.Total()) / 1000},
+                            {"request", RequestToJson(hop, url, secrets)},
+                            {"response", last ? LastResponse(hop, outcome, secrets)
+                                              : FollowedResponse(hop, secrets)},
+                            {"cache", Json::object()},
+                            {"timings", TimingsToJson(time)}});
         if (const std::string location = hop.AnswerField("location");
             hop.status / 100 == 3 && !location.empty()) {
             url = ResolveUrl(url, location);

@@ -20,7 +20,8 @@ constexpr const char *AS_JSON_MAN =
 
 constexpr const char *HAR_MAN =
     "Write the transfers, with all their hops, as an HTTP archive (HAR 1.2), which the network "
-    "panel of a browser opens. Authorization and cookies are replaced unless --har-secrets is on.";
+    "panel of a browser opens. Bodies of up to 1 MiB stand in it where they are text. "
+    "Authorization and cookies are replaced unless --har-secrets is on.";
 
 constexpr const char *EXPLAIN_MAN =
     "Tell phase by phase what happened: the lookup, each address that was tried, TLS with the "

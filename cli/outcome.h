@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "conversation.h"
@@ -27,6 +28,7 @@ struct Outcome {
     ResponseHandle response;     // may be empty
     Conversation conversation;
     uint64_t bodyLength = 0;
+    std::optional<std::string> body; // for an archive, where it is small enough
     uint64_t uploaded = 0;
     uint32_t retries = 0;
 

@@ -45,6 +45,7 @@ Sink::Plan PlanOutput(const Settings &settings, size_t number)
     const bool head = (settings.include || settings.head) && !settings.asJson;
     plan.createDirectories = settings.createDirectories;
     plan.append = settings.continueAt.has_value();
+    plan.kept = settings.har.has_value();
     if (file && *file != "-") {
         plan.kind = Sink::Kind::FILE;
         plan.path = *file;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -41,6 +42,9 @@ bool Sink::Take(std::string_view piece) noexcept
             return Fail("binary output would garble the terminal; use -o FILE, or -o - to insist");
         }
         count_ += piece.size();
+        if (plan_.kept && count_ <= MAX_MEMORY) {
+            kept_.append(piece);
+        }
         return plan_.held ? Hold(piece) : Write(piece);
     } catch (const std::exception &error) {
         return Fail(error.what());
@@ -50,6 +54,7 @@ bool Sink::Take(std::string_view piece) noexcept
 void Sink::Restart() noexcept
 {
     memory_.clear();
+    kept_.clear();
     overflow_.reset();
     failure_.clear();
     if (file_ >= 0 && plan_.kind == Kind::FILE && count_ != 0) {
@@ -60,6 +65,12 @@ void Sink::Restart() noexcept
         }
     }
     count_ = 0;
+}
+
+std::optional<std::string> Sink::TakeKept()
+{
+    const bool whole = plan_.kept && kept_.size() == count_;
+    return whole ? std::optional(std::exchange(kept_, {})) : std::nullopt;
 }
 
 bool Sink::Finish(std::string_view head) noexcept

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,7 @@ public:
         bool append = false;
         bool createDirectories = false;
         bool refuseBinary = false; // a terminal would be garbled by it
+        bool kept = false;         // keep a copy of a small body
     };
 
     explicit Sink(Plan plan);
@@ -41,6 +43,10 @@ public:
     bool Finish(std::string_view head) noexcept;
 
     uint64_t Count() const { return count_; }
+
+    // The whole body, where it was to be kept and is not above 1 MiB; else nothing.
+    std::optional<std::string> TakeKept();
+
     const std::string &Failure() const { return failure_; }
     const Plan &GetPlan() const { return plan_; }
 
@@ -60,6 +66,7 @@ private:
     uint64_t start_ = 0; // where this transfer's bytes begin in the file
     uint64_t count_ = 0;
     std::string memory_;
+    std::string kept_;
     std::unique_ptr<std::FILE, CloseFile> overflow_;
     std::string failure_;
 };

@@ -147,6 +147,7 @@ void Transfer::Fetch(Request &request)
     outcome_.errorCode = answer.errorCode;
     outcome_.conversation = ReadConversation(outcome_.response.get());
     outcome_.bodyLength = sink_->Count();
+    outcome_.body = sink_->TakeKept();
 }
 
 // Tells success from failure, with the exit status that people know from curl.

@@ -241,6 +241,62 @@ class RunsTest(ToolCase):
         self.run_tool("-s", "--har", "har", "--har-secrets", "-u", "me:word", self.url("/"))
         self.assertIn(b"bWU6d29yZA", self.read("har"))
 
+    def test_bodies_of_an_archive(self):
+        self.write("big", b"x" * (2 << 20))
+        form = "application/x-www-form-urlencoded"
+        sent = {"mimeType": form, "text": "a=é"}
+        octets = "application/octet-stream"
+        packed = len(self.run_tool(self.url("/gzip")).stdout)
+        again = ["-L", "--data-raw", "a=é", self.url("/again")]
+        # arguments; for each hop: size and data of the request, sizes and text of the answer
+        cases = [
+            (
+                ["-L", "--data-raw", "a=é", self.url("/to/x")],
+                [(4, sent, 6, 6, None), (0, None, 6, 6, "hello\n")],
+            ),
+            (again, [(4, sent, 0, 0, None), (4, sent, 4, 4, "a=é")]),
+            (
+                ["-T", "-", self.url("/echo")],
+                [(5, {"mimeType": octets, "text": "stdin"}, 5, 5, "stdin")],
+            ),
+            (
+                ["-T", "big", self.url("/status/200")],
+                [
+                    (
+                        2 << 20,
+                        {"mimeType": octets, "text": "", "comment": "above 1 MiB"},
+                        12,
+                        12,
+                        "status body\n",
+                    )
+                ],
+            ),
+            (["--compressed", self.url("/gzip")], [(0, None, packed, 9, "unpacked\n")]),
+            ([self.url("/gzip")], [(0, None, packed, packed, None)]),
+            ([self.url("/chunked")], [(0, None, 5, 5, "abcde")]),
+            ([self.url("/big")], [(0, None, 3 << 20, 3 << 20, None)]),
+            ([self.url("/cut")], [(0, None, 5, 5, "short")]),
+            (["-I", self.url("/")], [(0, None, 0, 0, "")]),
+            (["-f", self.url("/unfinished/404")], [(0, None, 0, 0, "")]),
+        ]
+        for arguments, hops in cases:
+            with self.subTest(arguments):
+                self.run_tool("-s", "--har", "har", *arguments, stdin=b"stdin")
+                found = []
+                for entry in json.loads(self.read("har"))["log"]["entries"]:
+                    request, answer = entry["request"], entry["response"]
+                    content = answer["content"]
+                    found.append(
+                        (
+                            request["bodySize"],
+                            request.get("postData"),
+                            answer["bodySize"],
+                            content["size"],
+                            content.get("text"),
+                        )
+                    )
+                self.assertEqual(found, hops)
+
     def test_timing_and_explanation(self):
         result = self.run_tool("-s", "--timing", "--explain", self.url("/"))
         text = result.stderr.decode()
