@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 
+#include <arpa/inet.h>
 #include <netdb.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -104,7 +105,44 @@ std::string PinOf(const X509 *certificate)
     return "sha256//" + std::string(reinterpret_cast<const char *>(base64.data()));
 }
 
-using Problems = std::map<int, std::string>; // by depth in the chain
+std::string NameText(const GENERAL_NAME *name)
+{
+    const bool address = name->type == GEN_IPADD;
+    if (!address && name->type != GEN_DNS) {
+        return {};
+    }
+    const ASN1_STRING *value = address ? name->d.iPAddress : name->d.dNSName;
+    const auto *bytes = ASN1_STRING_get0_data(value);
+    const auto length = static_cast<size_t>(ASN1_STRING_length(value));
+    if (!address) {
+        return {reinterpret_cast<const char *>(bytes), length};
+    }
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    if (length == sizeof(in_addr) || length == sizeof(in6_addr)) {
+        inet_ntop(length == sizeof(in_addr) ? AF_INET : AF_INET6, bytes, text.data(), text.size());
+    }
+    return text.data();
+}
+
+// The hosts that a certificate is for (RFC 9110 section 4.3.4).
+std::string NamesOf(const X509 *certificate)
+{
+    const Handle<GENERAL_NAMES, &GENERAL_NAMES_free> names(static_cast<GENERAL_NAMES *>(
+        X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    std::string all;
+    for (int at = 0; at < (names ? sk_GENERAL_NAME_num(names.get()) : 0); ++at) {
+        const std::string name = NameText(sk_GENERAL_NAME_value(names.get(), at));
+        all += (all.empty() || name.empty() ? "" : ", ") + name;
+    }
+    return all.empty() ? "no host at all" : all;
+}
+
+struct Problem {
+    std::string text;
+    bool wrongHost = false;
+};
+
+using Problems = std::map<int, Problem>; // by depth in the chain
 
 // Notes what is wrong with a link, and goes on to the next.
 int NoteProblem(int good, X509_STORE_CTX *store)
@@ -113,10 +151,39 @@ int NoteProblem(int good, X509_STORE_CTX *store)
         const auto *connection = static_cast<SSL *>(
             X509_STORE_CTX_get_ex_data(store, SSL_get_ex_data_X509_STORE_CTX_idx()));
         auto &problems = *static_cast<Problems *>(SSL_get_ex_data(connection, 0));
-        problems.emplace(X509_STORE_CTX_get_error_depth(store),
-                         X509_verify_cert_error_string(X509_STORE_CTX_get_error(store)));
+        Problem &problem = problems[X509_STORE_CTX_get_error_depth(store)];
+        const int error = X509_STORE_CTX_get_error(store);
+        problem.text += problem.text.empty() ? "" : "; ";
+        problem.text += X509_verify_cert_error_string(error);
+        problem.wrongHost = problem.wrongHost || error == X509_V_ERR_HOSTNAME_MISMATCH ||
+                            error == X509_V_ERR_IP_ADDRESS_MISMATCH;
     }
     return 1;
+}
+
+// Keeps the first bytes that come from the peer.
+long KeepFirst(BIO *bio, int operation, const char *data, size_t, int, long, int result,
+               size_t *processed)
+{
+    auto &first = *reinterpret_cast<std::string *>(BIO_get_callback_arg(bio));
+    if (operation == (BIO_CB_READ | BIO_CB_RETURN) && result > 0 && first.empty()) {
+        first.assign(data, *processed);
+    }
+    return result;
+}
+
+// Why there is no chain, after what the peer began with.
+std::string FailureText(const std::string &first)
+{
+    constexpr std::string_view tls = "\x15\x16"; // an alert, a handshake
+    if (first.starts_with("HTTP/") || first.starts_with('<')) {
+        return "this port speaks plain HTTP, not TLS";
+    }
+    if (!first.empty() && tls.find(first.front()) == std::string_view::npos) {
+        return "this port does not speak TLS";
+    }
+    const char *reason = ERR_reason_error_string(ERR_get_error());
+    return reason == nullptr ? "the handshake failed" : reason;
 }
 
 bool Trust(SSL_CTX *context, const char *caFile, const char *caDirectory)
@@ -142,11 +209,13 @@ void ReadChain(CertificateChain &chain, const SSL *connection, const Problems &p
     for (int depth = 0; depth < (sent == nullptr ? 0 : sk_X509_num(sent)); ++depth) {
         const X509 *const certificate = sk_X509_value(sent, depth);
         const auto problem = problems.find(depth);
-        chain.certificates.push_back({NameText(X509_get_subject_name(certificate)),
-                                      NameText(X509_get_issuer_name(certificate)),
-                                      TimeText(X509_get0_notBefore(certificate)),
-                                      TimeText(X509_get0_notAfter(certificate)),
-                                      problem == problems.end() ? "" : problem->second});
+        const bool good = problem == problems.end();
+        chain.certificates.push_back(
+            {NameText(X509_get_subject_name(certificate)),
+             NameText(X509_get_issuer_name(certificate)),
+             TimeText(X509_get0_notBefore(certificate)), TimeText(X509_get0_notAfter(certificate)),
+             good ? "" : problem->second.text,
+             good || !problem->second.wrongHost ? "" : NamesOf(certificate)});
         if (depth == 0) {
             chain.pin = PinOf(certificate);
         }
@@ -175,11 +244,13 @@ CertificateChain LookAtCertificates(const Server &server, const char *caFile,
     SSL_set_verify(connection.get(), SSL_VERIFY_PEER, &NoteProblem);
     Expect(connection.get(), server.host);
     SSL_set_fd(connection.get(), socket.File());
+    std::string first;
+    BIO_set_callback_arg(SSL_get_rbio(connection.get()), reinterpret_cast<char *>(&first));
+    BIO_set_callback_ex(SSL_get_rbio(connection.get()), &KeepFirst);
     SSL_connect(connection.get()); // a refused client comes after the chain, which is all we want
     ReadChain(chain, connection.get(), problems);
     if (chain.certificates.empty()) {
-        const char *reason = ERR_reason_error_string(ERR_get_error());
-        chain.failure = reason == nullptr ? "the handshake failed" : reason;
+        chain.failure = FailureText(first);
     }
     return chain;
 }

@@ -16,6 +16,7 @@ struct Certificate {
     std::string notBefore;
     std::string notAfter;
     std::string problem; // why this link of the chain is refused; empty for a good one
+    std::string names;   // what it is for, where that is not the host that was asked for
 };
 
 struct CertificateChain {

@@ -131,6 +131,9 @@ std::string ExplainCertificates(const Server &server, const Tnx_SecurityConfigur
         if (!certificate.problem.empty()) {
             text += Line("", "  refused here: " + certificate.problem);
         }
+        if (!certificate.names.empty()) {
+            text += Line("", "  it is for " + certificate.names);
+        }
     }
     return text + Line("pin", "--pinnedpubkey '" + chain.pin + "'");
 }

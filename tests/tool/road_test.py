@@ -128,8 +128,26 @@ class RoadTest(ToolCase):
             "code 1007900060 in connect+TLS",
         ]:
             self.assertIn(piece, text)
+        good, wrong = self.servers["good"].port, self.servers["wrong-name"].port
+        names = "localhost, tnx.test, *.tnx.test, 127.0.0.1, ::1"
+        for host, port, pieces in [
+            ("other.test", good, ["refused here: hostname mismatch", f"it is for {names}\n"]),
+            ("127.0.0.1", wrong, ["IP address mismatch", "it is for elsewhere.test\n"]),
+            ("127.0.0.1", self.server.port, ["this port speaks plain HTTP", "code 1007900035"]),
+        ]:
+            with self.subTest((host, port)):
+                text = self.run_tool(
+                    "--explain",
+                    "--cacert",
+                    "ca.pem",
+                    "--resolve",
+                    f"other.test:{port}:127.0.0.1",
+                    f"https://{host}:{port}/",
+                ).stderr.decode()
+                for piece in pieces:
+                    self.assertIn(piece, text)
         pin = (self.folder / "good.pin").read_text().strip()
-        port = self.servers["good"].port
+        port = good
         for host in ("localhost", "tnx.test"):
             shown = self.run_tool(
                 "--explain",

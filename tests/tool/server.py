@@ -64,6 +64,8 @@ class Server:
         try:
             if self.tls:
                 connection = self.tls.wrap_socket(connection, server_side=True)
+            elif connection.recv(1, socket.MSG_PEEK) == b"\x16":  # TLS meets clear text
+                connection.sendall(answer("400 Bad Request", b"", "Connection: close"))
             with connection, connection.makefile("rb") as stream:
                 self.converse(connection, stream)
         except (OSError, ValueError, IndexError):
