@@ -1,4 +1,5 @@
-/* logging_interceptor URL: a line for each request and its outcome, of asynchronous fetches too. */
+/* logging_interceptor URL: a line for each request and its outcome, of asynchronous fetches too,
+ * and of the first one here, whose response nobody takes. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -33,7 +34,11 @@ static void LogOutcome(void *usrCtx, Tnx_Response *response, uint32_t errorCode)
     }
     const Tnx_ResponseCallbackObject callback = pending->callback;
     free(pending);
-    callback.callback(callback.usrCtx, response, errorCode);
+    if (callback.callback != NULL) {
+        callback.callback(callback.usrCtx, response, errorCode);
+    } else if (response != NULL) { /* who fetched does not want it */
+        response->destroyResponse(response);
+    }
 }
 
 /* Passes the request on with a callback of its own, which passes the response on. */
@@ -79,16 +84,20 @@ int main(int argc, char **argv)
         return 2;
     }
     Tnx_Interceptor interceptors[] = {{Log}};
-    const Tnx_SessionConfiguration config = {.interceptors = {interceptors, 1}};
+    const Tnx_SessionConfiguration config = {.interceptors = {interceptors, 1},
+                                             .maxConnectionsPerHost = 1}; /* in turn */
     uint32_t code = TNX_OK;
     Tnx_Session *session = OVX_Tnx_CreateSession(&config, &code);
     if (session == NULL) {
         fprintf(stderr, "no session: %s\n", OVX_Tnx_GetErrorText(code));
         return 1;
     }
-    Tnx_Request *request = OVX_Tnx_CreateRequest(argv[1]);
+    Tnx_Request *first = OVX_Tnx_CreateRequest(argv[1]);
+    Tnx_Request *second = OVX_Tnx_CreateRequest(argv[1]);
+    const Tnx_ResponseCallbackObject nobody = {NULL, NULL};
     const Tnx_ResponseCallbackObject callback = {OnResponse, &code};
-    if (OVX_Tnx_Fetch(session, request, &callback) == TNX_OK) {
+    OVX_Tnx_Fetch(session, first, &nobody);
+    if (OVX_Tnx_Fetch(session, second, &callback) == TNX_OK) {
         pthread_mutex_lock(&g_mutex);
         while (!g_done) {
             pthread_cond_wait(&g_finished, &g_mutex);
@@ -96,6 +105,7 @@ int main(int argc, char **argv)
         pthread_mutex_unlock(&g_mutex);
     }
     OVX_Tnx_CloseSession(&session);
-    OVX_Tnx_DestroyRequest(request);
+    OVX_Tnx_DestroyRequest(first);
+    OVX_Tnx_DestroyRequest(second);
     return code == TNX_OK ? 0 : 1;
 }

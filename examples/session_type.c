@@ -68,7 +68,11 @@ static uint32_t Fetch(Tnx_Session *session, Tnx_Request *request,
 {
     uint32_t code = TNX_OK;
     Tnx_Response *response = FetchSync(session, request, &code);
-    callback->callback(callback->usrCtx, response, code);
+    if (callback->callback != NULL) {
+        callback->callback(callback->usrCtx, response, code);
+    } else if (response != NULL) {
+        response->destroyResponse(response);
+    }
     return TNX_OK;
 }
 
