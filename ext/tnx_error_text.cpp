@@ -34,7 +34,7 @@ constexpr struct {
     {TNX_ERR_OUT_OF_MEMORY, "Memory ran out"},
     {TNX_ERR_TIMEOUT, "A time-out of the configuration passed"},
     {TNX_ERR_TLS_CONNECT, "The TLS handshake failed"},
-    {TNX_ERR_CALLBACK, "A body callback reported failure"},
+    {TNX_ERR_CALLBACK, "A callback reported failure or threw an exception"},
     {TNX_ERR_BAD_ARGUMENT, "A header field or method must not be sent"},
     {TNX_ERR_TOO_MANY_REDIRECTS, "There are more than 50 redirects"},
     {TNX_ERR_EMPTY_REPLY, "The server closed the connection without an answer"},

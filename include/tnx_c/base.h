@@ -50,7 +50,8 @@ enum {
     TNX_ERR_OUT_OF_MEMORY = 1007900027,      /**< Memory ran out. */
     TNX_ERR_TIMEOUT = 1007900028,            /**< A time-out of the configuration passed. */
     TNX_ERR_TLS_CONNECT = 1007900035,        /**< The TLS handshake failed. */
-    TNX_ERR_CALLBACK = 1007900042,           /**< A body callback reported failure. */
+    TNX_ERR_CALLBACK = 1007900042,           /**< A callback reported failure or threw an
+                                                  exception. */
     TNX_ERR_BAD_ARGUMENT = 1007900043,       /**< A header field or method must not be sent. */
     TNX_ERR_TOO_MANY_REDIRECTS = 1007900047, /**< There are more than 50 redirects. */
     TNX_ERR_EMPTY_REPLY = 1007900052,        /**< The server closed the connection without an
