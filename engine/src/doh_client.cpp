@@ -1,14 +1,11 @@
 // Asks for both kinds of address at once, over one connection where the resolver speaks HTTP/2.
 #include "doh_client.h"
 
-#include <algorithm>
-#include <array>
 #include <utility>
 
-#include <ares.h>
-#include <arpa/inet.h>
 #include <arpa/nameser.h>
 
+#include "dns_message.h"
 #include "text.h"
 #include "url.h"
 
@@ -18,33 +15,12 @@ namespace
 {
 
 constexpr long MAX_IDLE_CONNECTIONS = 8;
-constexpr int MAX_ADDRESSES = 32;
 
 std::string Key(const DohResolver &resolver, const std::string &host)
 {
     const SecurityConfiguration &trust = resolver.trust;
     return resolver.url + " " + (trust.skipValidation ? "unchecked" : "checked") + " " +
            trust.trustedCas + " " + trust.trustedCaDirectory + " " + Lower(host);
-}
-
-template <class Record, class Parse>
-void TakeRecords(std::string_view answer, int family, Parse parse, LookupResult &result)
-{
-    std::array<Record, MAX_ADDRESSES> records{};
-    int count = MAX_ADDRESSES;
-    const auto *const bytes = reinterpret_cast<const unsigned char *>(answer.data());
-    if (parse(bytes, static_cast<int>(answer.size()), nullptr, records.data(), &count) !=
-        ARES_SUCCESS) {
-        return;
-    }
-    for (int i = 0; i < count; ++i) {
-        const Record &record = records[static_cast<size_t>(i)];
-        std::array<char, INET6_ADDRSTRLEN> text{};
-        inet_ntop(family, &record, text.data(), text.size()); // the address comes first in it
-        const std::chrono::seconds life(std::max(record.ttl, 0));
-        result.timeToLive = result.addresses.empty() ? life : std::min(result.timeToLive, life);
-        result.addresses.emplace_back(text.data());
-    }
 }
 
 } // namespace
@@ -113,10 +89,10 @@ private:
     {
         LookupResult result;
         if (v6_.Error().empty()) {
-            TakeRecords<ares_addr6ttl>(v6_.Answer(), AF_INET6, ares_parse_aaaa_reply, result);
+            ReadAddresses(v6_.Answer(), ns_t_aaaa, result);
         }
         if (v4_.Error().empty()) {
-            TakeRecords<ares_addrttl>(v4_.Answer(), AF_INET, ares_parse_a_reply, result);
+            ReadAddresses(v4_.Answer(), ns_t_a, result);
         }
         if (result.addresses.empty()) {
             result.error = !v4_.Error().empty() ? v4_.Error() : v6_.Error();

@@ -1,13 +1,12 @@
 // The DNS message goes out by POST and comes back as the body (RFC 8484 section 4.1).
 #include "doh_query.h"
 
-#include <memory>
 #include <new>
 #include <utility>
 
-#include <ares.h>
 #include <arpa/nameser.h>
 
+#include "dns_message.h"
 #include "text.h"
 #include "tls_options.h"
 
@@ -62,18 +61,13 @@ DohQuery::~DohQuery()
 void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
                      const std::string &host, int type)
 {
-    unsigned char *message = nullptr;
-    int length = 0;
-    // The identifier 0 lets caches between here and there answer (RFC 8484 section 4.1).
-    const int status = ares_create_query(host.c_str(), ns_c_in, type, 0, 1, &message, &length, 0);
-    const std::unique_ptr<unsigned char, decltype(&ares_free_string)> owned(
-        message, [](void *text) { ares_free_string(text); });
-    if (status != ARES_SUCCESS) {
-        End(ares_strerror(status));
+    std::string message;
+    if (std::string error = WriteQuestion(host, type, message); !error.empty()) {
+        End(std::move(error));
         return;
     }
-    curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(length));
-    SetText(easy_.get(), CURLOPT_COPYPOSTFIELDS, reinterpret_cast<const char *>(message));
+    curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message.size()));
+    SetText(easy_.get(), CURLOPT_COPYPOSTFIELDS, message.data());
     const CURLcode code = SetOptions(resolver, resolve);
     if (code != CURLE_OK) {
         End(curl_easy_strerror(code));
