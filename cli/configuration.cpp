@@ -159,7 +159,7 @@ void RunConfiguration::FillCertificate(Tnx_ClientCertificate &record, const Peer
 void RunConfiguration::FillProxy(const Settings &settings)
 {
     Tnx_WebProxy &proxy = record_.proxy;
-    PeerSettings peer = settings.proxyPeer;
+    PeerSettings &peer = proxyPeer_ = settings.proxyPeer;
     if (!settings.proxy) {
         if (settings.noProxy == "*") {
             proxy.mode = TNX_PROXY_NONE;

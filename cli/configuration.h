@@ -33,6 +33,7 @@ private:
 
     Tnx_Configuration record_{};
     Tnx_DnsRule dnsRule_{};
+    PeerSettings proxyPeer_;        // with the credential out of the proxy's address
     std::deque<std::string> texts_; // never moves what it holds
     std::deque<Tnx_UrlNode> exclusions_;
     std::deque<Tnx_DnsServer> servers_;

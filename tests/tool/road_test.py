@@ -57,6 +57,7 @@ class RoadTest(ToolCase):
         pin = (self.folder / "good.pin").read_text().strip()
         other = (self.folder / "self-signed.pin").read_text().strip()
         ca = ["--cacert", "ca.pem"]
+        far = "http://far.invalid/"
         self.check(
             [
                 ([url["good"]], 60, b"tnx: (60) "),
@@ -71,6 +72,9 @@ class RoadTest(ToolCase):
                 ([*ca, "--pinnedpubkey", f"{other};{pin}", url["good"]], 0, b"hello\n"),
                 ([*ca, "--pinnedpubkey", other, url["good"]], 90, b"tnx: (90) "),
                 (["--cacert", "nowhere.pem", url["good"]], 77, b"tnx: (77) "),
+                (["-x", url["good"], "--proxy-cacert", "ca.pem", far], 0, b"hello\n"),
+                (["-x", url["good"], "--proxy-cacert", "self-signed.pem", far], 60, b"issuer"),
+                (["-x", url["good"], "--proxy-insecure", far], 0, b"hello\n"),
             ]
         )
 
