@@ -55,6 +55,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     sentBefore_ = false;
     bodySent_ = 0;
     refusedCertificate_ = nullptr;
+    protocolRefused_ = false;
     SetBasics(easy, hop, share);
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
@@ -138,6 +139,8 @@ CURLcode Exchange::SetVersion(const Hop &hop)
             // A kept connection of clear-text HTTP/2 cannot be used again with this libcurl.
             curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
             curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);
+        } else if (configuration.transferHint) {
+            WatchEvents(); // for the alert of a server that does not speak it
         }
         return set(configuration.transferHint ? CURL_HTTP_VERSION_2_PRIOR_KNOWLEDGE
                                               : CURL_HTTP_VERSION_2_0);
@@ -266,6 +269,8 @@ int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void 
     auto *const exchange = static_cast<Exchange *>(self);
     if (type == CURLINFO_SSL_DATA_OUT && exchange->refusedCertificate_ == nullptr) {
         exchange->refusedCertificate_ = Tnx::RefusedCertificate({data, size});
+    } else if (type == CURLINFO_SSL_DATA_IN && RefusesProtocol({data, size})) {
+        exchange->protocolRefused_ = true;
     }
     return exchange->Guarded(
         [&] {

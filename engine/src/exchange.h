@@ -61,6 +61,9 @@ public:
     // Why the server's certificate was refused, where libcurl cannot tell; else null.
     const char *RefusedCertificate() const { return refusedCertificate_; }
 
+    // Whether the server refused TLS because it speaks no version of HTTP that was offered.
+    bool ProtocolRefused() const { return protocolRefused_; }
+
     // A callback of libcurl ran out of memory.
     bool OutOfMemory() const { return outOfMemory_; }
 
@@ -106,6 +109,7 @@ private:
     curl_off_t bodySent_ = 0;
     bool refusedRetry_ = false;
     const char *refusedCertificate_ = nullptr;
+    bool protocolRefused_ = false;
     bool outOfMemory_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};
 };

@@ -176,6 +176,13 @@ unsigned long AuthenticationOf(uint32_t kind)
     }
 }
 
+// The description of a fatal alert (RFC 8446 section 6); -1 for any other message.
+int FatalAlert(std::string_view message)
+{
+    constexpr char FATAL = 2;
+    return message.size() == 2 && message[0] == FATAL ? message[1] : -1;
+}
+
 CURLcode SetCredential(CURL *easy, const TlsOptions &options, const SecurityConfiguration &security)
 {
     if (security.credentialName.Empty() && security.credentialPassword.Empty()) {
@@ -219,11 +226,7 @@ CURLcode SetProxyCredential(CURL *easy, const SecurityConfiguration &security)
 
 const char *RefusedCertificate(std::string_view message)
 {
-    constexpr char FATAL = 2; // RFC 8446 section 6
-    if (message.size() != 2 || message[0] != FATAL) {
-        return nullptr;
-    }
-    switch (message[1]) {
+    switch (FatalAlert(message)) {
     case 42:
     case 43:
     case 46:
@@ -237,6 +240,12 @@ const char *RefusedCertificate(std::string_view message)
     default:
         return nullptr;
     }
+}
+
+bool RefusesProtocol(std::string_view message)
+{
+    constexpr int NO_APPLICATION_PROTOCOL = 120; // RFC 7301 section 3.2
+    return FatalAlert(message) == NO_APPLICATION_PROTOCOL;
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -21,6 +21,9 @@ CURLcode SetProxyCredential(CURL *easy, const SecurityConfiguration &security);
 // Why a certificate was refused, if that is what a TLS message to the peer says. Static, or null.
 const char *RefusedCertificate(std::string_view message);
 
+// Whether the message is the alert of a server that speaks no protocol which was offered to it.
+bool RefusesProtocol(std::string_view message);
+
 } // namespace OHOS::Pelloria::Tnx
 
 #endif

@@ -316,10 +316,7 @@ void Transfer::CollectOutcome(CURL *easy)
     if (version == CURL_HTTP_VERSION_2_0 && hop_.url.Secure() && !exclusive_) {
         core_->GetAdmission().SharesConnections(slot_.host);
     }
-    const bool wrongVersion = configuration_.transferHint &&
-                              configuration_.transferPreference == PREFER_HTTP2 &&
-                              version != CURL_HTTP_VERSION_2_0;
-    if (wrongVersion) {
+    if (KnowsHttp2() && version != CURL_HTTP_VERSION_2_0) {
         FailExchange(easy, CURLE_HTTP2);
         return;
     }

@@ -109,6 +109,11 @@ private:
     void FailExchange(CURL *easy, CURLcode code);
     void FailOfTrouble();
     CURLcode CauseOf(CURLcode code, std::string &what) const;
+    std::string HopAddress(CURL *easy) const;
+    bool KnowsHttp2() const
+    {
+        return configuration_.transferHint && configuration_.transferPreference == PREFER_HTTP2;
+    }
     void Finish(uint32_t code);
     uint32_t TellEnd(uint32_t code);
     void Abandon(bool closed);

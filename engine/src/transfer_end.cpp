@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "curl_versions.h"
 #include "session_core.h"
 #include "tnx_native/session.h"
 #include "transfer.h"
@@ -106,8 +107,9 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The answer is not HTTP: " + what;
         return CURLE_WEIRD_SERVER_REPLY;
     }
-    if (code == CURLE_HTTP2 && exchange_.Error(code) == curl_easy_strerror(code)) {
-        what = "The server does not speak HTTP/2, which was said to be known";
+    if (KnowsHttp2() && LacksHttp2(easy_, code, hop_.url.Secure(), exchange_.ProtocolRefused())) {
+        what = "The server does not answer in HTTP/2, which it was said to speak";
+        return CURLE_HTTP2;
     }
     if (code == CURLE_COULDNT_CONNECT && !route_.proxy.Direct()) {
         what = "The proxy cannot be reached: " + what;
@@ -115,23 +117,34 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
     return code;
 }
 
+// The address that was reached, or those that there were to try.
+std::string Transfer::HopAddress(CURL *easy) const
+{
+    char *reached = nullptr;
+    long port = 0;
+    curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &reached);
+    curl_easy_getinfo(easy, CURLINFO_PRIMARY_PORT, &port);
+    std::string text = reached != nullptr ? reached : "";
+    if (text.empty()) {
+        const bool direct = route_.proxy.Direct();
+        port = direct ? hop_.url.port : route_.proxy.port;
+        for (const std::string &address : direct ? route_.addresses : route_.proxyAddresses) {
+            text += (text.empty() ? "" : " or ") + address;
+        }
+    }
+    return text.empty() ? "" : ", address " + text + " port " + std::to_string(port);
+}
+
 void Transfer::FailExchange(CURL *easy, CURLcode code)
 {
     std::string what;
     const CURLcode cause = CauseOf(code, what);
-    char *address = nullptr;
-    long port = 0;
-    curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address);
-    curl_easy_getinfo(easy, CURLINFO_PRIMARY_PORT, &port);
-    const bool reached = address != nullptr && *address != '\0';
-    std::string where = phases_.HopPhase(hop_.url.Secure(), reached);
+    std::string where = phases_.HopPhase(hop_.url.Secure(), WasConnected(easy));
     where += ", host " + hop_.url.host;
     if (!route_.proxy.Direct()) {
         where += ", through the proxy " + route_.proxy.Text();
     }
-    if (reached) {
-        where += ", address " + std::string(address) + " port " + std::to_string(port);
-    }
+    where += HopAddress(easy);
     DropExchange(cause != CURLE_OUT_OF_MEMORY);
     Fail(cause, what, where + ", ");
 }

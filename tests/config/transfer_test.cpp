@@ -53,7 +53,7 @@ TEST_F(TransferTest, VersionsAreSpokenAsPreferred)
         {Site::PLAIN, TNX_PREFER_AUTOMATIC, false, 0, "HTTP/1.1"},
         {Site::PLAIN, TNX_PREFER_HTTP1_1, true, 0, "HTTP/1.1"},
         {Site::PLAIN, TNX_PREFER_HTTP2, false, 0, "HTTP/1.1"}, // it does not upgrade
-        {Site::PLAIN, TNX_PREFER_HTTP2, true, TNX_ERR_EMPTY_REPLY, ""},
+        {Site::PLAIN, TNX_PREFER_HTTP2, true, TNX_ERR_HTTP2, ""},
         {Site::CLEAR_HTTP2, TNX_PREFER_HTTP2, true, 0, "HTTP/2.0"},
         {Site::TLS, TNX_PREFER_AUTOMATIC, false, 0, "HTTP/2.0"},
         {Site::TLS, TNX_PREFER_HTTP1_0, false, 0, "HTTP/1.0"},

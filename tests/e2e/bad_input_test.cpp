@@ -120,7 +120,15 @@ TEST_F(BadInputTest, ABadCertificateIsRefused)
         call.configuration.transfer.transferHint = true;
         call.configuration.transfer.transferPreference = TNX_PREFER_HTTP2;
     };
+    Tnx_IpAddress address = {"127.0.0.1", nullptr};
+    Tnx_StaticDnsRule table = {"near.test", 0, &address, nullptr};
+    Tnx_DnsRule rule = {TNX_DNS_STATIC, {}};
+    rule.rule.staticRules = &table;
+    const auto ruled = [&rule](Call &call) { call.configuration.dnsRule = &rule; };
+    const std::string near = "near.test:" + std::to_string(Nginx().Port(Site::EXPIRED));
     Run({
+        {"https://" + near, TNX_ERR_PEER_VERIFICATION,
+         "(TLS handshake, host near.test, address 127.0.0.1 port", 0, ruled},
         {Nginx().Url("/1k", Site::EXPIRED), TNX_ERR_PEER_VERIFICATION, "expired"},
         {Nginx().Url("/1k", Site::WRONG_NAME), TNX_ERR_PEER_VERIFICATION, "localhost"},
         {Nginx().Url("/1k", Site::SELF_SIGNED), TNX_ERR_PEER_VERIFICATION, "self-signed"},
