@@ -62,7 +62,9 @@ TlsFront::TlsFront(uint16_t server)
 SocksProxy::SocksProxy(const Credentials &credentials)
 {
     process_ = StartOnFreePort(port_, directory_.Path("log"), [&](const std::string &port) {
-        std::vector<std::string> command = {"microsocks", "-i", "127.0.0.1", "-p", port};
+        // It tries one address of a name, of the family that it binds to.
+        std::vector<std::string> command = {"microsocks", "-i", "127.0.0.1", "-b",
+                                            "127.0.0.1",  "-p", port};
         if (!credentials.first.empty()) {
             command.insert(command.end(), {"-u", credentials.first, "-P", credentials.second});
         }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "curl_versions.h"
 #include "resolver.h"
 #include "tls_options.h"
 
@@ -60,8 +61,11 @@ CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
                      ResolveLine(route.proxy.host, route.proxy.port, route.proxyAddresses));
         }
     }
+    const bool throughSocks = !route.proxy.Direct() && route.proxy.ResolvesHere();
     if (!route.addresses.empty()) {
         SetTargetAddresses(hop, route.addresses);
+    } else if (throughSocks && IsLocalName(hop.url.host)) {
+        SetTargetAddresses(hop, LoopbackAddresses());
     } else if (hop.url.Secure() && HasKey(request_.GetConfiguration().security)) {
         KeepKeyApart(hop, route);
     }
@@ -92,9 +96,8 @@ void Exchange::SetTargetAddresses(const Hop &hop, const std::vector<std::string>
 void Exchange::KeepKeyApart(const Hop &hop, const Route &route)
 {
     if (route.proxy.ResolvesHere()) {
-        SetTargetAddresses(hop, IsLocalName(hop.url.host)
-                                    ? std::vector<std::string>{"127.0.0.1", "::1"}
-                                    : std::vector{hop.url.host});
+        SetTargetAddresses(hop, IsLocalName(hop.url.host) ? LoopbackAddresses()
+                                                          : std::vector{hop.url.host});
         return;
     }
     curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
