@@ -1,6 +1,7 @@
 // The addresses that were tried.
 #include "attempts.h"
 
+#include <algorithm>
 #include <charconv>
 #include <regex>
 
@@ -29,12 +30,15 @@ Attempt *Find(std::vector<Attempt> &attempts, const std::string &address, const 
 
 } // namespace
 
+// Reads what libcurl says. The newer one tells this end of a refused connection too, and tells of a
+// good one only when TLS stands as well; before, the library's last text has the phase.
 std::vector<Attempt> ReadAttempts(const std::vector<std::string> &texts)
 {
     static const std::regex trying(R"(\s*Trying \[?([0-9a-fA-F.:]+?)\]?:(\d+)\.\.\.)");
-    static const std::regex refused(R"(connect to (\S+) port (\d+) failed: (.*))");
+    static const std::regex refused(R"(connect to (\S+) port (\d+)(?: from .*)? failed: (.*))");
     static const std::regex connected(R"(Connected to (\S+) \((\S+)\) port (\d+).*)");
     std::vector<Attempt> attempts;
+    constexpr const char *UNDER_TLS = " (TLS handshake, ";
     bool over = false; // the next one tried belongs to the next hop
     for (const std::string &text : texts) {
         std::smatch match;
@@ -55,6 +59,13 @@ std::vector<Attempt> ReadAttempts(const std::vector<std::string> &texts)
                 attempt->host = match[1];
             }
             over = true;
+        } else if (text.find(UNDER_TLS) != std::string::npos && !over) {
+            const auto last =
+                std::find_if(attempts.rbegin(), attempts.rend(),
+                             [](const Attempt &a) { return a.result == Attempt::NO_ANSWER; });
+            if (last != attempts.rend()) {
+                last->result = Attempt::CONNECTED;
+            }
         }
     }
     return attempts;

@@ -144,7 +144,10 @@ std::optional<Server> TlsServer(const Outcome &outcome, const std::vector<Attemp
     const std::string url = outcome.EffectiveUrl();
     const std::string host(UrlHost(url));
     for (const Attempt &attempt : attempts) {
-        const bool direct = attempt.host == host && !outcome.conversation.Proxy();
+        // The newer libcurl tells no name of the server when TLS fails.
+        const bool named = attempt.host == host || (attempt.host.empty() &&
+                                                    std::to_string(attempt.port) == UrlPort(url));
+        const bool direct = named && !outcome.conversation.Proxy();
         if (attempt.result == Attempt::CONNECTED && direct && UrlScheme(url) == "https") {
             return Server{host, attempt.address, attempt.port};
         }

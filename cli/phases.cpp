@@ -16,8 +16,8 @@ const char *PhaseName(Phase::Kind kind)
 namespace
 {
 
-// Failures of the handshake or of the check of certificates. The library has no time for the
-// connection then: it tells of a connection with its handshake or not at all.
+// Failures of the handshake or of the check of certificates. With an older libcurl the library has
+// no time for the connection then: it is told with its handshake or not at all.
 bool IsTlsFailure(uint32_t errorCode)
 {
     switch (errorCode) {

@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import socket
 import ssl
 import subprocess
 import sys
@@ -129,9 +130,9 @@ class RoadTest(ToolCase):
             "0 CN = expired",
             "issued by CN = Tests CA",
             "refused here: certificate has expired",
-            "code 1007900060 in connect+TLS",
         ]:
             self.assertIn(piece, text)
+        self.assertRegex(text, r"code 1007900060 in (connect\+)?TLS")
         good, wrong = self.servers["good"].port, self.servers["wrong-name"].port
         names = "localhost, tnx.test, *.tnx.test, 127.0.0.1, ::1"
         for host, port, pieces in [
@@ -228,6 +229,9 @@ class RoadTest(ToolCase):
 
     def test_names(self):
         port = self.server.port
+        silent = socket.socket(type=socket.SOCK_DGRAM)
+        self.addCleanup(silent.close)
+        silent.bind(("127.0.0.1", 0))
         self.check(
             [
                 (
@@ -257,7 +261,7 @@ class RoadTest(ToolCase):
                 (
                     [
                         "--dns-servers",
-                        "127.0.0.1:1",
+                        f"127.0.0.1:{silent.getsockname()[1]}",
                         "--connect-timeout",
                         "1",
                         f"http://far.invalid:{port}/",

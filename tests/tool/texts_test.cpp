@@ -238,6 +238,14 @@ TEST(Attempts, AreReadPerAddress)
     EXPECT_EQ(attempts[1].result, Attempt::NO_ANSWER);
     EXPECT_EQ(attempts[2].result, Attempt::CONNECTED);
     EXPECT_EQ(attempts[2].host, "example.org");
+
+    // As libcurl 8 has it when TLS fails.
+    const auto newer = ReadAttempts(
+        {"  Trying [::1]:443...", "connect to ::1 port 443 from ::1 port 5 failed: Network is down",
+         "  Trying 192.0.2.2:443...", "expired (TLS handshake, host example.org, 3.0 ms)"});
+    ASSERT_EQ(newer.size(), 2U);
+    EXPECT_EQ(newer[0].reason, "Network is down");
+    EXPECT_EQ(newer[1].result, Attempt::CONNECTED);
 }
 
 TEST(Meter, ShowsBytesRateAndTimeLeft)
