@@ -51,9 +51,9 @@ std::string LittleEndian(uint64_t value)
 }
 
 // Servers that are static objects send until the process ends.
-const std::shared_ptr<const std::string> &Immortal(std::string block)
+const std::shared_ptr<const std::string> *Immortal(std::string block)
 {
-    return *new auto(std::make_shared<const std::string>(std::move(block)));
+    return new auto(std::make_shared<const std::string>(std::move(block)));
 }
 
 } // namespace
@@ -69,7 +69,7 @@ std::string Pattern(uint64_t length, uint64_t from)
 
 void SendPattern(Script &script, uint64_t length)
 {
-    static const auto &block = Immortal(Pattern(LETTERS * 2520));
+    static const auto &block = *Immortal(Pattern(LETTERS * 2520));
     script.Repeat(block, length / block->size());
     script.Send(block->substr(0, length % block->size()));
 }
@@ -105,8 +105,8 @@ std::string Zstd(std::string_view bytes)
 void SendGzipBomb(Script &script, uint64_t length)
 {
     // A full flush resets the compressor, so its output for one block of zeros can be repeated.
-    static const auto &zeros = Immortal(std::string(MEBIBYTE, '\0'));
-    static const auto &block = Immortal(Compress(*zeros, RAW_WINDOW, Z_FULL_FLUSH));
+    static const auto &zeros = *Immortal(std::string(MEBIBYTE, '\0'));
+    static const auto &block = *Immortal(Compress(*zeros, RAW_WINDOW, Z_FULL_FLUSH));
     const uint64_t blocks = (length + MEBIBYTE - 1) / MEBIBYTE;
     const auto *bytes = reinterpret_cast<const Bytef *>(zeros->data());
     const uLong blockSum = crc32(0, bytes, static_cast<uInt>(MEBIBYTE));

@@ -83,12 +83,13 @@ void Ntlm(const Visit &visit, Script &script)
     constexpr char CHALLENGE[] = "NTLMSSP\0\2\0\0\0\0\0\0\0\x30\0\0\0\2\x82\0\0nonce-is"
                                  "\0\0\0\0\0\0\0\0\0\0\0\0\x30\0\0";
     const std::string challenge(CHALLENGE, sizeof(CHALLENGE));
-    const bool welcome = field.starts_with(authenticate);
-    Decide(visit, script, welcome,
-           field.starts_with(negotiate) ? "NTLM " + Base64(challenge) : "NTLM");
-    if (welcome) {
+    if (field.starts_with(authenticate)) {
+        Reply(visit, script, 200, "welcome", {"Connection: close"});
         script.Close();
+        return;
     }
+    Decide(visit, script, false,
+           field.starts_with(negotiate) ? "NTLM " + Base64(challenge) : "NTLM");
 }
 
 } // namespace
