@@ -145,8 +145,8 @@ std::optional<Server> TlsServer(const Outcome &outcome, const std::vector<Attemp
     const std::string host(UrlHost(url));
     for (const Attempt &attempt : attempts) {
         // The newer libcurl tells no name of the server when TLS fails.
-        const bool named = attempt.host == host || (attempt.host.empty() &&
-                                                    std::to_string(attempt.port) == UrlPort(url));
+        const bool named = attempt.host == host ||
+                           (attempt.host.empty() && std::to_string(attempt.port) == UrlPort(url));
         const bool direct = named && !outcome.conversation.Proxy();
         if (attempt.result == Attempt::CONNECTED && direct && UrlScheme(url) == "https") {
             return Server{host, attempt.address, attempt.port};
