@@ -1,6 +1,7 @@
 // Writes nginx's configuration and keeps the process.
 #include "nginx_server.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 
@@ -138,7 +139,9 @@ NginxServer::NginxServer(uint16_t scripted)
 bool NginxServer::Start(uint16_t scripted)
 {
     for (auto &port : ports_) {
-        port = FreePort();
+        do {
+            port = FreePort();
+        } while (std::count(ports_.begin(), ports_.end(), port) > 1);
     }
     std::string locations = LOCATIONS;
     if (scripted != 0) {
