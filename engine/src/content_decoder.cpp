@@ -16,6 +16,29 @@ namespace
 constexpr size_t BUFFER = 32 * 1024;
 constexpr size_t MOST_CODINGS = 5; // more are an attack
 
+// The codings in the order in which they were applied. Counted before a decoder is made for any: a
+// header section has room for a hundred thousand.
+std::vector<std::string> NamesOf(const std::vector<std::string> &codings)
+{
+    std::vector<std::string> names;
+    for (const std::string &list : codings) {
+        for (std::string_view rest = list; !rest.empty();) {
+            const size_t comma = std::min(rest.find(','), rest.size());
+            std::string name = Lower(Trim(rest.substr(0, comma)));
+            rest.remove_prefix(std::min(comma + 1, rest.size()));
+            if (name.empty() || name == "identity" || name == "none") {
+                continue; // "none" is nowhere defined, but some servers say so
+            }
+            if (names.size() == MOST_CODINGS) {
+                throw DamagedContent("The content is encoded more than " +
+                                     std::to_string(MOST_CODINGS) + " times");
+            }
+            names.push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 struct ContentDecoder::Stage {
@@ -33,25 +56,14 @@ struct ContentDecoder::Stage {
 
 ContentDecoder::ContentDecoder(const std::vector<std::string> &codings)
 {
-    for (const std::string &list : codings) {
-        for (std::string_view rest = list; !rest.empty();) {
-            const size_t comma = std::min(rest.find(','), rest.size());
-            const std::string name = Lower(Trim(rest.substr(0, comma)));
-            rest.remove_prefix(std::min(comma + 1, rest.size()));
-            if (name.empty() || name == "identity" || name == "none") {
-                continue; // "none" is nowhere defined, but some servers say so
-            }
-            std::unique_ptr<ContentCoding> coding = MakeContentCoding(name);
-            if (coding == nullptr) {
-                throw DamagedContent("The content coding " + name + " is not known");
-            }
-            stages_.insert(stages_.begin(), Stage{.name = name, .coding = std::move(coding)});
+    for (std::string &name : NamesOf(codings)) {
+        std::unique_ptr<ContentCoding> coding = MakeContentCoding(name);
+        if (coding == nullptr) {
+            throw DamagedContent("The content coding " + name + " is not known");
         }
+        stages_.push_back({.name = std::move(name), .coding = std::move(coding)});
     }
-    if (stages_.size() > MOST_CODINGS) {
-        throw DamagedContent("The content is encoded more than " + std::to_string(MOST_CODINGS) +
-                             " times");
-    }
+    std::reverse(stages_.begin(), stages_.end());
 }
 
 ContentDecoder::~ContentDecoder() = default;
