@@ -84,6 +84,11 @@ std::string Deflate(std::string_view bytes)
     return Compress(bytes, ZLIB_WINDOW, Z_FINISH);
 }
 
+std::string RawDeflate(std::string_view bytes)
+{
+    return Compress(bytes, RAW_WINDOW, Z_FULL_FLUSH);
+}
+
 std::string Brotli(std::string_view bytes)
 {
     size_t size = BrotliEncoderMaxCompressedSize(bytes.size()) + 64;

@@ -21,7 +21,8 @@ std::string Pattern(uint64_t length, uint64_t from = 0);
 void SendPattern(Script &script, uint64_t length);
 
 std::string Gzip(std::string_view bytes);
-std::string Deflate(std::string_view bytes); // with the zlib header, as HTTP means it
+std::string Deflate(std::string_view bytes);    // with the zlib header, as HTTP means it
+std::string RawDeflate(std::string_view bytes); // without, and without an end
 std::string Brotli(std::string_view bytes);
 std::string Zstd(std::string_view bytes);
 

@@ -2,8 +2,10 @@
 #include "routes_faults.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "bodies.h"
+#include "bombs.h"
 #include "reply.h"
 
 namespace OHOS::Pelloria::TnxTest
@@ -20,6 +22,16 @@ constexpr milliseconds BEFORE_RESET{30};
 milliseconds Pause(const Visit &visit)
 {
     return milliseconds(visit.query.Number("ms", 100));
+}
+
+Lines Split(const std::string &list)
+{
+    Lines items;
+    std::istringstream stream(list);
+    for (std::string item; std::getline(stream, item, ',');) {
+        items.push_back(item);
+    }
+    return items;
 }
 
 // /reset: a reset before any byte; with after=100 in the middle of a body, after 100 bytes of it.
@@ -118,11 +130,20 @@ void Endless(const Visit &visit, Script &script)
     SendPattern(script, UINT64_MAX);
 }
 
-// /bomb?n=3000000000: n zero bytes, compressed to a thousandth.
-void Bomb(const Visit &visit, Script &script)
+// /bomb?n=3000000000: n zero bytes, compressed to a thousandth. /bomb?codings=gzip,br&of=nothing:
+// what bombs.h tells, `times` blocks of it and then an end that comes too early.
+void SendBomb(const Visit &visit, Script &script)
 {
-    script.Send(ReplyHead(visit, 200, {"Content-Encoding: gzip", "Connection: close"}));
-    SendGzipBomb(script, visit.query.Number("n", 3'000'000'000));
+    const std::string codings = visit.query.Text("codings", "gzip");
+    script.Send(ReplyHead(visit, 200, {"Content-Encoding: " + codings, "Connection: close"}));
+    if (visit.query.Text("codings").empty()) {
+        SendGzipBomb(script, visit.query.Number("n", 3'000'000'000));
+    } else {
+        auto [head, block] = MakeBomb(Split(codings), visit.query.Text("of", "zeros"));
+        script.Send(std::move(head));
+        script.Repeat(std::make_shared<const std::string>(std::move(block)),
+                      visit.query.Number("times", 1));
+    }
     script.Close();
 }
 
@@ -212,7 +233,7 @@ std::unordered_map<std::string, Route> FaultRoutes()
         {"/bad-chunk", {BadChunk}},
         {"/endless-header", {EndlessHeader}},
         {"/endless", {Endless}},
-        {"/bomb", {Bomb}},
+        {"/bomb", {SendBomb}},
         {"/bad-coding", {BadCoding}},
         {"/early-answer", {EarlyAnswer, true}},
         {"/slow-read", {SlowRead, true}},

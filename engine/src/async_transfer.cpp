@@ -78,6 +78,24 @@ void AsyncTransfer::RunStrand() noexcept
     Core().GetRuntime().GetWorkers().RunLater(std::move(task));
 }
 
+bool AsyncTransfer::HasTime() const
+{
+    return Core().GetRuntime().GetLoop().HasTime();
+}
+
+void AsyncTransfer::RunAside(std::shared_ptr<LongWork> work)
+{
+    aside_ = std::move(work);
+    Core().GetRuntime().RunAside(
+        std::shared_ptr<AsideTask>(shared_from_this(), static_cast<AsideTask *>(this)));
+}
+
+void AsyncTransfer::RunAside() noexcept
+{
+    aside_->Run();
+    Wake();
+}
+
 CURL *AsyncTransfer::TakeHandle()
 {
     CURL *const easy = Core().TakeEasy().release();

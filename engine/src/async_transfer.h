@@ -13,7 +13,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-class AsyncTransfer final : public Transfer, public LoopTask
+class AsyncTransfer final : public Transfer, public LoopTask, public AsideTask
 {
 public:
     AsyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
@@ -21,9 +21,12 @@ public:
 
     void Wake() noexcept override;
     void RunOnLoop() override;
+    void RunAside() noexcept override;
 
 private:
     void Deliver(std::function<void()> callback) override;
+    bool HasTime() const override;
+    void RunAside(std::shared_ptr<LongWork> work) override;
     void ExchangeDone(CURLcode code) override;
     CURL *TakeHandle() override;
     void StartExchange(CURL *easy) override;
@@ -38,6 +41,7 @@ private:
     Strand strand_;
     std::unique_ptr<Loop::Timer> limit_;
     std::atomic<bool> posted_ = false;
+    std::shared_ptr<LongWork> aside_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

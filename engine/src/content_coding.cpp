@@ -115,6 +115,9 @@ public:
 
     bool Ended() const override { return BrotliDecoderIsFinished(state_) != 0; }
 
+    // A few bytes of input may fill a window of 16 MiB before the first byte comes out.
+    bool Quick() const override { return false; }
+
 private:
     BrotliDecoderState *const state_;
 };
@@ -136,8 +139,14 @@ public:
 
     Step Decode(std::string_view input, std::span<char> output) override
     {
-        if (input.empty() && ended_) {
-            return {};
+        if (!begun_ || ended_) {
+            if (input.empty()) {
+                return {};
+            }
+            if (!BeginsFrame(input.front())) {
+                return {.error = "Unknown frame descriptor"};
+            }
+            begun_ = true;
         }
         ZSTD_inBuffer in{input.data(), input.size(), 0};
         ZSTD_outBuffer out{output.data(), output.size(), 0};
@@ -152,7 +161,14 @@ public:
     bool Ended() const override { return ended_; }
 
 private:
+    // The library knows the formats before the standard's too, and no limit of memory for them.
+    static bool BeginsFrame(char first)
+    {
+        return first == 0x28 || (first & 0xf0) == 0x50; // RFC 8878 section 3.1
+    }
+
     ZSTD_DStream *const stream_;
+    bool begun_ = false;
     bool ended_ = false;
 };
 

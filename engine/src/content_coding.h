@@ -28,6 +28,9 @@ public:
     // The encoded data is complete. What follows it is passed over or begins a new one, as its
     // format has it.
     virtual bool Ended() const = 0;
+
+    // A step takes no more time than the lengths of its input and output say.
+    virtual bool Quick() const { return true; }
 };
 
 // By its lower-case name; null when it is not known.

@@ -14,6 +14,11 @@ namespace
 {
 
 constexpr size_t BUFFER = 32 * 1024;
+
+// Bytes that go into or come out of any stage before Take returns: a stage may swallow gigabytes
+// of the one before it and make nothing of them.
+constexpr size_t MOST_WORK = 64 * 1024;
+
 constexpr size_t MOST_CODINGS = 5; // more are an attack
 
 // The codings in the order in which they were applied. Counted before a decoder is made for any: a
@@ -76,43 +81,58 @@ bool ContentDecoder::Empty() const
 void ContentDecoder::Give(std::string_view piece)
 {
     stages_.front().input = piece;
+    usedUp_ = false;
+}
+
+void ContentDecoder::KeepPiece()
+{
+    std::string_view &input = stages_.front().input;
+    kept_ = std::string(input);
+    input = kept_;
 }
 
 std::string_view ContentDecoder::Take()
 {
+    work_ = 0;
     return Take(stages_.size() - 1);
 }
 
 std::string_view ContentDecoder::Take(size_t index)
 {
     Stage &stage = stages_[index];
-    for (;;) {
+    while (work_ < MOST_WORK) {
         const ContentCoding::Step step = stage.coding->Decode(stage.input, stage.buffer);
         if (!step.error.empty()) {
             stage.Fail(step.error);
         }
         stage.begun = stage.begun || step.used > 0;
         stage.input.remove_prefix(step.used);
+        work_ += step.used + step.made;
         if (step.made > 0) {
             return {stage.buffer.data(), step.made};
         }
         if (step.used > 0) {
             continue;
         }
-        if (stage.input.empty() && index > 0) {
-            stage.input = Take(index - 1);
-        } else if (!stage.input.empty()) {
+        if (!stage.input.empty()) {
             stage.Fail("it makes no progress");
         }
+        if (index == 0) {
+            usedUp_ = true;
+            break;
+        }
+        stage.input = Take(index - 1);
         if (stage.input.empty()) {
-            return {};
+            break;
         }
     }
+    return {};
 }
 
-size_t ContentDecoder::Left() const
+bool ContentDecoder::Quick() const
 {
-    return stages_.front().input.size();
+    return std::all_of(stages_.begin(), stages_.end(),
+                       [](const Stage &stage) { return stage.coding->Quick(); });
 }
 
 void ContentDecoder::End() const

@@ -32,15 +32,21 @@ public:
     // There is nothing to undo, and nothing to call.
     bool Empty() const;
 
-    // The next encoded bytes, which stay the caller's and good until they are used up.
+    // The next encoded bytes, which stay the caller's and good until they are used up or kept.
     void Give(std::string_view piece);
 
-    // The next decoded bytes, good until the next call; empty when the piece is used up. Throws
-    // DamagedContent.
+    // Copies what is left of the piece: the caller's bytes are not good for longer.
+    void KeepPiece();
+
+    // Some of the decoded bytes, good until the next call. Does little at a time, so it may have
+    // made none although the piece is not used up. Throws DamagedContent.
     std::string_view Take();
 
-    // Bytes of the piece that are still to be decoded.
-    size_t Left() const;
+    // Nothing more comes out before the next piece.
+    bool UsedUp() const { return usedUp_; }
+
+    // Each call of Take is over in a few milliseconds.
+    bool Quick() const;
 
     // To be called at the end of the body: throws DamagedContent when it came too early.
     void End() const;
@@ -51,6 +57,9 @@ private:
     std::string_view Take(size_t stage);
 
     std::vector<Stage> stages_; // the coding that was applied last comes first
+    std::string kept_;
+    size_t work_ = 0; // of this call of Take, in bytes
+    bool usedUp_ = true;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -4,12 +4,23 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <new>
 
 #include "tnx_native/callback_gate.h"
 
 namespace OHOS::Pelloria::Tnx
 {
+
+// Work that nobody should have to wait for.
+class LongWork
+{
+public:
+    virtual void Run() noexcept = 0;
+
+protected:
+    ~LongWork() = default;
+};
 
 class Delivery
 {
@@ -48,6 +59,13 @@ public:
         trouble_ = trouble;
         Wake();
     }
+
+    // Whether the driving thread may go on, rather than look at what else there is to do.
+    virtual bool HasTime() const = 0;
+
+    // Does the work and wakes the transfer: on another thread, where others depend on the driving
+    // one. Not before the last such work is done.
+    virtual void RunAside(std::shared_ptr<LongWork> work) = 0;
 
 protected:
     explicit Delivery(CallbackGate &gate)

@@ -16,6 +16,9 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
+// Of a round, as far as it has a choice. A request that waits for the loop does so several times.
+constexpr auto ROUND_TIME = std::chrono::milliseconds(2);
+
 class ActionTask : public LoopTask
 {
 public:
@@ -226,6 +229,7 @@ void Loop::RunRound()
     const int count =
         epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), MillisecondsToWait());
     asleep_ = false;
+    roundEnd_ = Clock::now() + ROUND_TIME;
     for (int i = 0; i < count; ++i) {
         const int fd = events[static_cast<size_t>(i)].data.fd;
         if (fd == wakeup_) {

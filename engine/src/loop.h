@@ -90,6 +90,9 @@ public:
     // no memory for a descriptor whose birth was told.
     void Watch(int fd, uint32_t events, Watcher *watcher);
 
+    // Whether the round may go on with work that can wait.
+    bool HasTime() const { return Clock::now() < roundEnd_; }
+
     // Tells of a descriptor's birth and death. Between the two its registration is kept when it is
     // no longer watched, because it will be again: libcurl asks for two changes a request.
     void Opened(int fd);
@@ -120,6 +123,7 @@ private:
     TaskQueue<LoopTask> running_;
     std::vector<Registration> registrations_;
     Timers timers_;
+    TimePoint roundEnd_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

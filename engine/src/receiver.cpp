@@ -5,6 +5,7 @@
 #include <charconv>
 #include <ctime>
 #include <limits>
+#include <utility>
 
 #include <curl/curl.h>
 
@@ -16,7 +17,6 @@ namespace
 {
 
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
-constexpr uint64_t MAX_RESERVED = 16 * 1024 * 1024; // a server's word alone buys no more memory
 
 bool IsRedirect(int32_t status)
 {
@@ -29,6 +29,7 @@ Receiver::Receiver(Response &response, Delivery &delivery)
     : response_(response)
     , delivery_(delivery)
     , configuration_(response.GetRequest()->GetConfiguration())
+    , body_(response.MutableBody())
 {
     const auto &consumer = configuration_.tracing.eventsHandler.onDataReceive;
     if (consumer) {
@@ -63,6 +64,7 @@ void Receiver::EndOfBlock()
 {
     const int32_t status = block_.Status();
     decoder_.reset();
+    bodyBegun_ = false;
     KeepCookies();
     if (status < 200) {
         return;
@@ -104,44 +106,74 @@ size_t Receiver::OnBody(std::string_view piece)
     }
     TellHeaders();
     try {
-        return Decodes() ? Decode(piece) : Accept(piece);
+        if (!std::exchange(bodyBegun_, true)) {
+            StartDecoding();
+        }
+        return decoder_ != nullptr ? Decode(piece) : Accept(piece);
     } catch (const DamagedContent &damage) {
         return Fail(CURLE_BAD_CONTENT_ENCODING, damage.what());
     }
 }
 
-bool Receiver::Decodes()
+void Receiver::StartDecoding()
 {
-    if (!decoder_) {
-        const auto field = block_.Fields()->find("content-encoding");
-        const bool coded = decodes_ && field != block_.Fields()->end();
-        decoder_.emplace(coded ? field->second : std::vector<std::string>());
-        decoded_ = {};
-        consumed_ = 0;
+    const auto field = block_.Fields()->find("content-encoding");
+    if (!decodes_ || field == block_.Fields()->end()) {
+        return;
     }
-    return !decoder_->Empty();
+    decoder_ = std::make_shared<SlicedDecoder>(field->second);
+    if (decoder_->Decoder().Empty()) {
+        decoder_.reset();
+    }
+    decoded_ = {};
+    given_ = 0;
+    aside_ = false;
 }
 
+// Decodes as long as nobody has to wait for that, and the rest aside, while libcurl keeps the
+// piece.
 size_t Receiver::Decode(std::string_view piece)
 {
-    decoder_->Give(piece.substr(std::min(consumed_, piece.size())));
-    for (;;) {
-        if (decoded_.empty()) {
-            decoded_ = decoder_->Take();
-        }
-        if (decoded_.empty()) {
-            consumed_ = 0;
-            return piece.size();
-        }
-        const size_t accepted = Accept(decoded_);
-        if (accepted == CURL_WRITEFUNC_PAUSE) {
-            consumed_ = piece.size() - decoder_->Left();
-        }
-        if (accepted != decoded_.size()) {
-            return accepted;
-        }
-        decoded_ = {};
+    if (aside_ && decoder_->Running()) {
+        return CURL_WRITEFUNC_PAUSE; // woken for something else
     }
+    ContentDecoder &decoder = decoder_->Decoder();
+    if (std::exchange(aside_, false)) {
+        decoded_ = decoder_->Made();
+    }
+    for (;;) {
+        if (!decoded_.empty()) {
+            const size_t accepted = Accept(decoded_);
+            if (accepted == CURL_WRITEFUNC_PAUSE) {
+                decoder.KeepPiece();
+            }
+            if (accepted != decoded_.size()) {
+                return accepted;
+            }
+            decoded_ = {};
+        }
+        if (decoder.UsedUp()) {
+            if (given_ >= piece.size()) {
+                given_ -= piece.size();
+                return piece.size();
+            }
+            decoder.Give(piece.substr(given_));
+            given_ = piece.size();
+        }
+        if (!decoder.Quick() || !delivery_.HasTime()) {
+            return DecodeAside();
+        }
+        decoded_ = decoder.Take();
+    }
+}
+
+size_t Receiver::DecodeAside()
+{
+    decoder_->Decoder().KeepPiece();
+    aside_ = true;
+    decoder_->Begin();
+    delivery_.RunAside(decoder_);
+    return CURL_WRITEFUNC_PAUSE;
 }
 
 size_t Receiver::Accept(std::string_view piece)
@@ -160,15 +192,14 @@ size_t Receiver::Accept(std::string_view piece)
 
 size_t Receiver::Keep(std::string_view piece)
 {
-    std::string &body = response_.MutableBody();
-    if (body.empty()) {
+    if (body_.Size() == 0) {
         ReserveBody();
     }
-    if (announced_ > MAX_BODY || body.size() + piece.size() > MAX_BODY) {
+    if (announced_ > MAX_BODY || body_.Size() + piece.size() > MAX_BODY) {
         return Fail(CURLE_FILESIZE_EXCEEDED,
                     "The body is larger than 2147483647 bytes, the most that is kept in memory");
     }
-    body.append(piece);
+    body_.Append(piece);
     received_ += piece.size();
     return piece.size();
 }
@@ -177,19 +208,19 @@ void Receiver::ReserveBody()
 {
     const auto field = block_.Fields()->find("content-length");
     announced_ = 0;
-    if (field != block_.Fields()->end() && decoder_->Empty()) {
+    if (field != block_.Fields()->end() && decoder_ == nullptr) {
         const std::string &text = field->second.front();
         std::from_chars(text.data(), text.data() + text.size(), announced_);
     }
-    response_.MutableBody().reserve(std::min(announced_, MAX_RESERVED));
+    body_.Reserve(announced_);
 }
 
 bool Receiver::EndOfBody()
 {
     TellHeaders();
     try {
-        if (decoder_ && !decoder_->Empty()) {
-            decoder_->End();
+        if (decoder_ != nullptr) {
+            decoder_->Decoder().End();
         }
     } catch (const DamagedContent &damage) {
         Fail(CURLE_BAD_CONTENT_ENCODING, damage.what());

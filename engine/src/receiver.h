@@ -3,15 +3,17 @@
 #define TNX_ENGINE_RECEIVER_H
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "body_pipe.h"
-#include "content_decoder.h"
 #include "delivery.h"
 #include "header_block.h"
 #include "hop_cookies.h"
+#include "kept_body.h"
+#include "sliced_decoder.h"
 #include "tnx_native/response.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -43,13 +45,20 @@ public:
     const HeaderBlock &Block() const { return block_; }
     const HopCookies &Cookies() const { return hopCookies_; }
 
-    // libcurl waits for the application to take what it has. Whether it can go on.
-    bool Resumable() const { return paused_ && pipe_->HasRoom(); }
+    // libcurl waits until the application has taken what it has, or until that is decoded. Whether
+    // it can go on.
+    bool Resumable() const
+    {
+        return (paused_ && pipe_->HasRoom()) || (aside_ && !decoder_->Running());
+    }
     void Resumed() { paused_ = false; }
 
     // The application has had everything, or wants no more.
     bool Drained() const { return !pipe_ || pipe_->Drained(); }
     bool Refused() const { return pipe_ && pipe_->Refused(); }
+
+    // The body, when nothing more comes.
+    KeptBody &Body() { return body_; }
 
     // Bytes of body so far, and why the receiver itself stopped, if it did.
     uint64_t Received() const { return received_; }
@@ -64,8 +73,9 @@ private:
     void KeepCookies();
     void TellHeaders();
     void ReserveBody();
-    bool Decodes();
+    void StartDecoding();
     size_t Decode(std::string_view piece);
+    size_t DecodeAside();
     size_t Accept(std::string_view piece);
     size_t Keep(std::string_view piece);
     size_t Fail(CURLcode code, std::string problem);
@@ -82,10 +92,13 @@ private:
     bool headersTold_ = false;
     bool paused_ = false;
     bool decodes_ = false;
-    std::optional<ContentDecoder> decoder_;
-    std::string_view decoded_; // in the decoder, waits for room
-    size_t consumed_ = 0;      // of the piece that libcurl brings again after a pause
-    uint64_t announced_ = 0;   // by the content-length
+    bool bodyBegun_ = false;
+    std::shared_ptr<SlicedDecoder> decoder_; // null where there is nothing to undo
+    std::string_view decoded_;               // in the decoder, waits for room
+    size_t given_ = 0;   // to the decoder, of the piece that libcurl brings again after a pause
+    bool aside_ = false; // decodes a slice, or has done so
+    KeptBody body_;
+    uint64_t announced_ = 0; // by the content-length
     uint64_t received_ = 0;
     CURLcode failure_ = CURLE_OK;
     std::string problem_;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include <curl/curl.h>
 #include <pthread.h>
@@ -59,6 +60,13 @@ Runtime::Runtime()
     resolver_ = std::make_unique<Resolver>(loop_);
     dohClient_ = std::make_unique<DohClient>(loop_, *resolver_);
     workers_.Start();
+}
+
+void Runtime::RunAside(std::shared_ptr<AsideTask> task) noexcept
+{
+    if (aside_->Push(std::move(task))) {
+        workers_.RunLater(aside_);
+    }
 }
 
 void Runtime::PrepareFork()

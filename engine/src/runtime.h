@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "aside.h"
 #include "loop.h"
 #include "workers.h"
 
@@ -30,6 +31,9 @@ public:
 
     Workers &GetWorkers() { return workers_; }
 
+    // On the loop's thread.
+    void RunAside(std::shared_ptr<AsideTask> task) noexcept;
+
 private:
     Runtime();
     ~Runtime() = delete; // lives as long as the process: callbacks may outlast main
@@ -41,6 +45,7 @@ private:
 
     Loop loop_;
     Workers workers_{loop_};
+    const std::shared_ptr<Aside> aside_ = std::make_shared<Aside>();
     std::unique_ptr<Resolver> resolver_;
     std::unique_ptr<DohClient> dohClient_;
 };

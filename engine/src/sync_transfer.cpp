@@ -10,6 +10,9 @@ namespace
 
 constexpr std::chrono::milliseconds MAX_WAIT(60000);
 
+// Between two looks at the time-outs and at a cancel.
+constexpr std::chrono::milliseconds TURN(10);
+
 } // namespace
 
 SyncTransfer::SyncTransfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
@@ -23,11 +26,13 @@ SyncTransfer::~SyncTransfer() = default;
 std::shared_ptr<Response> SyncTransfer::Run(uint32_t &code)
 {
     while (!Done()) {
+        turnEnd_ = Clock::now() + TURN;
         if (woken_.exchange(false)) {
             Advance();
-        } else if (UnderWay()) {
+        }
+        if (UnderWay()) {
             Perform();
-        } else {
+        } else if (!Done()) {
             Wait();
         }
     }
@@ -45,6 +50,12 @@ void SyncTransfer::Wake() noexcept
         }
         changed_.NotifyOne();
     }
+}
+
+void SyncTransfer::RunAside(std::shared_ptr<LongWork> work)
+{
+    work->Run();
+    Wake();
 }
 
 void SyncTransfer::Perform()

@@ -29,6 +29,8 @@ public:
 
 private:
     void Deliver(std::function<void()> callback) override { callback(); }
+    bool HasTime() const override { return Clock::now() < turnEnd_; }
+    void RunAside(std::shared_ptr<LongWork> work) override;
     CURL *TakeHandle() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
@@ -40,6 +42,7 @@ private:
     const std::thread::id caller_ = std::this_thread::get_id();
     std::unique_ptr<SyncHandles> handles_; // while an exchange is under way
     std::atomic<bool> woken_ = true;
+    TimePoint turnEnd_;
     Mutex mutex_;
     CondVar changed_;
     CURLM *polled_ GUARDED_BY(mutex_) = nullptr;

@@ -287,6 +287,7 @@ bool Transfer::GoOn()
         return false;
     }
     StopExchange(easy_);
+    phases_.HopEnded(easy_);
     FailExchange(easy_, code);
     return true;
 }

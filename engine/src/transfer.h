@@ -67,7 +67,7 @@ protected:
     // The outcome; the last call.
     virtual void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept = 0;
 
-    SessionCore &Core() { return *core_; }
+    SessionCore &Core() const { return *core_; }
 
 private:
     enum class State {

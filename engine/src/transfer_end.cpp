@@ -231,6 +231,9 @@ void Transfer::Finish(uint32_t code)
 uint32_t Transfer::TellEnd(uint32_t code)
 {
     try {
+        if (receiver_.Body().MakeRoom()) {
+            Deliver([this] { receiver_.Body().Join(); });
+        }
         progress_.Finish();
         const auto &dataEnd = configuration_.tracing.eventsHandler.onDataEnd;
         if (code == 0 && dataEnd) {

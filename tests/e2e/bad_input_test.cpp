@@ -4,6 +4,9 @@
 
 #include "ports.h"
 
+#include <future>
+#include <thread>
+
 namespace
 {
 
@@ -109,9 +112,54 @@ TEST_F(BadInputTest, ABadServerIsToldByItsFault)
          "coding rot13 is not known", 200},
         {url("/stall?ms=30000&after=3&n=9&code=404"), TNX_ERR_HTTP_STATUS, "404", 404, failing},
         {url("/401-digest?user=other"), TNX_ERR_HTTP_STATUS, "401", 401, failing},
+        // Minutes of decoding, without a byte of body and with gigabytes.
+        {url("/bomb?codings=gzip,gzip,gzip&of=nothing"), TNX_ERR_TIMEOUT, "receiving", 200,
+         timeout},
+        {url("/bomb?codings=br,br"), TNX_ERR_TIMEOUT, "receiving", 200, timeout},
     });
     Both(failing, url("/401-digest"), "GET",
          [](const Outcome &outcome) { EXPECT_EQ(outcome.body, "welcome") << outcome.Why(); });
+}
+
+// Whatever a server sends, the requests of other sessions go on, and a cancel gets through.
+TEST_F(BadInputTest, ABombHoldsUpNobodyElse)
+{
+    Tnx_Session *other = nullptr;
+    uint32_t code = 1;
+    other = OVX_Tnx_CreateSession(nullptr, &code);
+    ASSERT_EQ(code, 0U);
+    for (const char *query :
+         {"codings=gzip&times=500", "codings=deflate&times=500", "codings=br&times=500",
+          "codings=zstd&times=500", "codings=gzip,gzip", "codings=br,gzip", "codings=zstd,zstd",
+          "codings=br,br", "codings=deflate,br,zstd,gzip,gzip", "codings=gzip,gzip,gzip&of=nothing",
+          "codings=zstd,br,gzip&of=nothing", "codings=gzip,gzip,gzip&of=bytes",
+          "codings=zstd,zstd,br&of=bytes"}) {
+        SCOPED_TRACE(query);
+        std::promise<void> decoding;
+        Call bomb(Scripted().Url(std::string("/bomb?") + query));
+        bomb.configuration.tracing.eventsHandler.onHeaderReceive = {
+            [](void *ctx, Tnx_Headers *headers) {
+                OVX_Tnx_DestroyHeaders(headers);
+                static_cast<std::promise<void> *>(ctx)->set_value();
+            },
+            &decoding};
+        bomb.Start(Session());
+        ASSERT_EQ(decoding.get_future().wait_for(std::chrono::seconds(60)),
+                  std::future_status::ready);
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_EQ(Call(Scripted().Url("/bytes?n=3")).Fetch(other).body, "abc");
+        }
+        EXPECT_EQ(bomb.Answers(), 0U);
+        OVX_Tnx_CancelRequest(Session(), bomb.Get());
+        EXPECT_EQ(bomb.Wait().code, TNX_ERR_REQUEST_CANCELED);
+
+        decoding = {};
+        auto canceled = std::async(std::launch::async, [&] { return bomb.FetchSync(session_); });
+        decoding.get_future().wait_for(std::chrono::seconds(60));
+        OVX_Tnx_CancelSession(session_);
+        EXPECT_EQ(canceled.get().code, TNX_ERR_REQUEST_CANCELED);
+    }
+    OVX_Tnx_CloseSession(&other);
 }
 
 TEST_F(BadInputTest, ABadCertificateIsRefused)

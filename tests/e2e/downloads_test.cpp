@@ -287,6 +287,11 @@ TEST_F(DownloadsTest, EncodingsAreDecoded)
             });
         }
     }
+    // So long that it is kept in several blocks.
+    Both({}, Scripted().Url("/chunked?n=40000000&size=500000"), "GET", [](const Outcome &outcome) {
+        EXPECT_EQ(outcome.code, 0U) << outcome.Why();
+        EXPECT_TRUE(outcome.body == Pattern(40000000));
+    });
     // An application that names encodings decodes by itself.
     const auto own = [](Call &call) { call.Header("accept-encoding", "gzip"); };
     Both(own, Scripted().Url("/gzip?n=1000"), "GET", [](const Outcome &outcome) {

@@ -23,10 +23,9 @@ std::string Decode(const std::vector<std::string> &codings, std::string_view enc
             const std::string piece(encoded.substr(0, size));
             encoded.remove_prefix(piece.size());
             decoder.Give(piece);
-            for (std::string_view out; !(out = decoder.Take()).empty();) {
-                decoded += out;
+            while (!decoder.UsedUp()) {
+                decoded += decoder.Take();
             }
-            EXPECT_EQ(decoder.Left(), 0U);
         }
         decoder.End();
     } catch (const DamagedContent &damage) {
@@ -95,6 +94,8 @@ TEST(ContentDecoderTest, WhatIsNotDecodedIsNamed)
         {"br", "plain text that is none", "The br content is damaged: "},
         {"zstd", "plain", "The zstd content is damaged: Unknown frame descriptor"},
         {"zstd", {"\x28\xb5\x2f\xfd\x00\x88\x00\x00\x00", 9}, "too much memory"},
+        // An older format, whose windows the library does not limit.
+        {"zstd", {"\x27\xb5\x2f\xfd\x00\x88\x00\x00\x00", 9}, "Unknown frame descriptor"},
         {"zstd", Zstd("abc") + "garbage", "The zstd content is damaged: "},
         {"rot13", "nop", "The content coding rot13 is not known"},
         // Counted before anything is made for the first of them.

@@ -23,6 +23,8 @@ struct Stage final : Delivery {
     }
     void Deliver(std::function<void()> callback) override { callbacks.push_back(callback); }
     void Wake() noexcept override {}
+    bool HasTime() const override { return true; }
+    void RunAside(std::shared_ptr<LongWork>) override {}
 
     CallbackGate gate;
     std::vector<std::function<void()>> callbacks;
