@@ -6,11 +6,15 @@
 #include <libpsl.h>
 
 #include "resolver.h"
+#include "text.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
+
+constexpr size_t MOST_BYTES = 4096; // of a name and its value
+constexpr size_t MOST_OF_DOMAIN = 180;
 
 // RFC 6265 section 5.1.4: the path up to, but not including, its last slash.
 std::string DefaultPath(const std::string &path)
@@ -27,6 +31,17 @@ bool IsPublicSuffix(std::string domain)
         domain.pop_back();
     }
     return psl_is_public_suffix(psl_builtin(), domain.c_str()) == 1;
+}
+
+// A name can promise how its cookie was set; one that breaks the promise is refused.
+bool KeepsPromise(const ResponseCookie &cookie)
+{
+    const std::string name = Lower(std::string_view(cookie.name).substr(0, 9));
+    const bool secure = cookie.secure.value_or(false);
+    if (name.starts_with("__host-")) {
+        return secure && cookie.domain.empty() && cookie.path == "/";
+    }
+    return secure || !name.starts_with("__secure-");
 }
 
 } // namespace
@@ -46,49 +61,57 @@ bool PathMatches(const std::string &path, const std::string &cookiePath)
 
 void HopCookies::Store(const ResponseCookie &cookie, const Url &url)
 {
+    const bool secure = cookie.secure.value_or(false);
+    if (cookie.name.size() + cookie.value.size() > MOST_BYTES || !KeepsPromise(cookie) ||
+        (secure && !url.Secure())) {
+        return;
+    }
     const bool publicSuffix = IsPublicSuffix(cookie.domain);
     const bool hostOnly = cookie.domain.empty() || (publicSuffix && cookie.domain == url.host);
     if (!hostOnly && (publicSuffix || !DomainMatches(url.host, cookie.domain))) {
         return;
     }
-    Stored stored{.name = cookie.name,
-                  .value = cookie.value,
-                  .domain = hostOnly ? url.host : cookie.domain,
-                  .path = cookie.path.empty() ? DefaultPath(url.path) : cookie.path,
-                  .hostOnly = hostOnly,
-                  .secure = cookie.secure.value_or(false)};
-    const auto same = std::find_if(cookies_.begin(), cookies_.end(), [&](const Stored &other) {
-        return other.name == stored.name && other.domain == stored.domain &&
-               other.path == stored.path;
-    });
-    const bool expired = cookie.expiryTime == 1;
-    if (same == cookies_.end()) {
-        if (!expired) {
-            cookies_.push_back(std::move(stored));
-        }
-    } else if (expired) {
-        cookies_.erase(same);
-    } else {
-        *same = std::move(stored);
+    OfDomain &cookies = domains_[hostOnly ? url.host : cookie.domain];
+    const NameAndPath key(cookie.name, cookie.path.empty() ? DefaultPath(url.path) : cookie.path);
+    if (cookie.expiryTime == 1) {
+        cookies.erase(key);
+        return;
+    }
+    const auto [place, added] = cookies.try_emplace(key);
+    place->second = {.value = cookie.value,
+                     .hostOnly = hostOnly,
+                     .secure = secure,
+                     .created = added ? ++created_ : place->second.created};
+    if (cookies.size() > MOST_OF_DOMAIN) {
+        cookies.erase(std::min_element(cookies.begin(), cookies.end(), [](auto &a, auto &b) {
+            return a.second.created < b.second.created;
+        }));
     }
 }
 
 std::vector<std::pair<std::string, std::string>> HopCookies::For(const Url &url) const
 {
-    std::vector<const Stored *> matching;
-    for (const Stored &cookie : cookies_) {
-        const bool domain =
-            cookie.hostOnly ? url.host == cookie.domain : DomainMatches(url.host, cookie.domain);
-        if (domain && PathMatches(url.path, cookie.path) && (!cookie.secure || url.Secure())) {
-            matching.push_back(&cookie);
+    std::vector<const OfDomain::value_type *> matching;
+    for (const auto &[domain, cookies] : domains_) {
+        if (!DomainMatches(url.host, domain)) {
+            continue;
+        }
+        for (const auto &entry : cookies) {
+            const auto &[key, cookie] = entry;
+            if ((!cookie.hostOnly || url.host == domain) && PathMatches(url.path, key.second) &&
+                (!cookie.secure || url.Secure())) {
+                matching.push_back(&entry);
+            }
         }
     }
-    std::stable_sort(matching.begin(), matching.end(), [](const Stored *a, const Stored *b) {
-        return a->path.size() > b->path.size();
+    std::sort(matching.begin(), matching.end(), [](auto *a, auto *b) {
+        const size_t length = a->first.second.size();
+        const size_t other = b->first.second.size();
+        return length != other ? length > other : a->second.created < b->second.created;
     });
     std::vector<std::pair<std::string, std::string>> pairs;
-    for (const Stored *cookie : matching) {
-        pairs.emplace_back(cookie->name, cookie->value);
+    for (const auto *entry : matching) {
+        pairs.emplace_back(entry->first.first, entry->second.value);
     }
     return pairs;
 }

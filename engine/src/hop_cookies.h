@@ -2,6 +2,8 @@
 #ifndef TNX_ENGINE_HOP_COOKIES_H
 #define TNX_ENGINE_HOP_COOKIES_H
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,7 +17,9 @@ namespace OHOS::Pelloria::Tnx
 class HopCookies
 {
 public:
-    // Keeps what a response from `url` set, unless the rules of RFC 6265 section 5.3 refuse it.
+    // Keeps what a response from `url` set, unless the rules of RFC 6265 section 5.3 and its
+    // revision refuse it. Bounded as browsers are: a longer one is refused, and of a domain that
+    // has too many the oldest goes.
     void Store(const ResponseCookie &cookie, const Url &url);
 
     // The cookies to send to `url`, in order (RFC 6265 section 5.4).
@@ -23,15 +27,16 @@ public:
 
 private:
     struct Stored {
-        std::string name;
         std::string value;
-        std::string domain;
-        std::string path;
         bool hostOnly;
         bool secure;
+        uint64_t created; // a number that grows
     };
+    using NameAndPath = std::pair<std::string, std::string>;
+    using OfDomain = std::map<NameAndPath, Stored>;
 
-    std::vector<Stored> cookies_;
+    std::map<std::string, OfDomain> domains_;
+    uint64_t created_ = 0; // so far
 };
 
 // Whether `host` is `domain` or below it (RFC 6265 section 5.1.3).

@@ -91,6 +91,10 @@ void ApplyAttribute(ResponseCookie &cookie, const std::string &name, std::string
 
 std::optional<ResponseCookie> ParseSetCookie(std::string_view line, int64_t now)
 {
+    // The revision of RFC 6265 refuses these, for servers read them each in a way of its own.
+    if (std::any_of(line.begin(), line.end(), [](char c) { return c != '\t' && IsControl(c); })) {
+        return std::nullopt;
+    }
     std::string_view rest = line;
     const std::string_view pair = TakePart(rest);
     const auto [name, value] = SplitAtEquals(pair);

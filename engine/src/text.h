@@ -19,6 +19,16 @@ constexpr bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr bool IsControl(char c)
+{
+    return (c >= '\0' && c < ' ') || c == '\x7f';
+}
+
+inline bool HasControl(std::string_view text)
+{
+    return std::any_of(text.begin(), text.end(), IsControl);
+}
+
 inline std::string Lower(std::string_view text)
 {
     std::string lower(text);

@@ -67,7 +67,8 @@ TNX_API void OVX_Tnx_DestroyHeaders(Tnx_Headers *headers) TNX_NOEXCEPT;
 TNX_API Tnx_RequestCookies *OVX_Tnx_CreateRequestCookies(void) TNX_NOEXCEPT;
 
 /**
- * Sets the value of a cookie, in place of the one that it has. Copies both.
+ * Sets the value of a cookie, in place of the one that it has. Copies both. A fetch refuses control
+ * characters in them with TNX_ERR_BAD_ARGUMENT.
  * @return TNX_OK, TNX_ERR_PARAMETER for null, or TNX_ERR_OUT_OF_MEMORY, after which the cookie has
  *         no value.
  */

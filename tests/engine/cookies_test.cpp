@@ -57,6 +57,10 @@ TEST(SetCookieTest, ReadsLinesAsUserAgentsDo)
         {"A=b", "A=[b]"},
         {"a=caf\xc3\xa9", "a=[caf\xc3\xa9]"},
         {"a=%3B%20", "a=[%3B%20]"},
+        {"a=b\tc", "a=[b\tc]"},
+        {"a=b\x01", "ignored"},
+        {"a\x7f=b", "ignored"},
+        {"a=b; Path=/\x1f", "ignored"},
         {"", "ignored"},
         {"a", "ignored"},
         {"=b", "ignored"},
@@ -222,6 +226,15 @@ TEST(HopCookiesTest, SendsWhatTheRulesAllow)
         {{{"http://a.org/", "a=1"}, {"http://a.org/", "a=2; Path=/x"}},
          "http://a.org/x",
          "a=2; a=1"},
+        // Names that promise how they were set, and who may say Secure.
+        {{{"http://a.org/", "n=v; Secure"}}, "https://a.org/", ""},
+        {{{"https://a.org/", "__Secure-n=v; Secure"}}, "https://a.org/", "__Secure-n=v"},
+        {{{"https://a.org/", "__Secure-n=v"}}, "https://a.org/", ""},
+        {{{"http://a.org/", "__secure-n=v; Secure"}}, "https://a.org/", ""},
+        {{{"https://a.org/", "__Host-n=v; Secure; Path=/"}}, "https://a.org/", "__Host-n=v"},
+        {{{"https://a.org/", "__HOST-n=v; Secure; Path=/; Domain=a.org"}}, "https://a.org/", ""},
+        {{{"https://a.org/", "__Host-n=v; Secure"}}, "https://a.org/", ""},
+        {{{"https://a.org/", "__Host-n=v; Path=/"}}, "https://a.org/", ""},
         {{{"http://a.org/", "a=1"}, {"http://a.org/", "a=; Max-Age=0"}}, "http://a.org/", ""},
         {{{"http://a.org/", "a=1"}, {"http://a.org/", "a=; Path=/x; Max-Age=0"}},
          "http://a.org/",
@@ -242,6 +255,27 @@ TEST(HopCookiesTest, SendsWhatTheRulesAllow)
         }
         EXPECT_EQ(sent, expected) << sets.front().url << " " << sets.front().line << " " << target;
     }
+}
+
+TEST(HopCookiesTest, HasTheBoundsOfBrowsers)
+{
+    constexpr int SET = 1000;
+    HopCookies cookies;
+    Url url;
+    ASSERT_EQ(ParseUrl("http://www.a.org/", url), CURLE_OK);
+    for (int i = 0; i < SET; ++i) {
+        const std::string name = "n" + std::to_string(i);
+        cookies.Store(*ParseSetCookie(name + "=v", NOW), url);
+        cookies.Store(*ParseSetCookie(name + "=v; Domain=a.org", NOW), url);
+    }
+    const auto kept = cookies.For(url);
+    ASSERT_EQ(kept.size(), 2 * 180U);
+    EXPECT_EQ(kept.front().first, "n" + std::to_string(SET - 180)); // the oldest went
+    EXPECT_EQ(kept.back().first, "n" + std::to_string(SET - 1));
+
+    cookies.Store(*ParseSetCookie("long=" + std::string(4092, 'v'), NOW), url);
+    cookies.Store(*ParseSetCookie("longer=" + std::string(4091, 'v'), NOW), url);
+    EXPECT_EQ(cookies.For(url).back().first, "long");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -107,6 +108,26 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
     }
 }
 
+TEST(HeaderListTest, CookiesOfHopsMakeNoFieldLongerThanServersTake)
+{
+    Request request("1", "http://a.org/");
+    request.SetRequestCookies({{"own", std::string(2000, 'o')}});
+    Hop hop;
+    ASSERT_EQ(ParseUrl("http://a.org/", hop.url), CURLE_OK);
+    HopCookies cookies;
+    ResponseCookie cookie;
+    for (const char *name : {"a", "b", "c", "d"}) {
+        cookie.name = name;
+        cookie.value.assign(*name == 'c' ? 4000 : 3000, 'h');
+        cookies.Store(cookie, hop.url);
+    }
+    const HeaderList list = BuildHeaderList(request, hop, cookies);
+    const std::string line = list.lines->data;
+    EXPECT_LT(line.size(), 8200U);
+    EXPECT_NE(line.find("; b="), std::string::npos);
+    EXPECT_EQ(line.find("; c="), std::string::npos) << "does not fit";
+}
+
 TEST(HeaderListTest, FindsWhatMustNotBeSent)
 {
     const struct {
@@ -129,6 +150,7 @@ TEST(HeaderListTest, FindsWhatMustNotBeSent)
         {"GET", "x", "y\n", false},
         {"GET", "x", "\r", false},
         {"GET", "x", std::string("y\0z", 3), false},
+        {"GET", "x", "y\x7f", true},
     };
     for (const auto &[method, name, value, good] : cases) {
         Request request("1", "http://a.org/");
@@ -138,7 +160,8 @@ TEST(HeaderListTest, FindsWhatMustNotBeSent)
         Request cookie("1", "http://a.org/");
         cookie.SetRequestCookies({{"a", value}});
         EXPECT_EQ(FindBadField(cookie).empty(),
-                  value.find_first_of(std::string("\r\n\0", 3)) == std::string::npos);
+                  std::none_of(value.begin(), value.end(),
+                               [](char c) { return (c >= 0 && c < ' ') || c == 127; }));
     }
 }
 
