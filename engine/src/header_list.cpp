@@ -24,12 +24,21 @@ constexpr std::array<std::string_view, 5> SINGLE = {"content-type", "host", "con
                                                     "user-agent", "authorization"};
 
 // Names that are meant for the request's own origin and are dropped where a redirect leaves it.
-constexpr std::array<std::string_view, 3> OF_ORIGIN = {"authorization", "cookie", "host"};
+constexpr std::array<std::string_view, 7> OF_ORIGIN = {
+    "authorization",      "cookie", "cookie2", "host", "proxy-authorization", "www-authenticate",
+    "proxy-authenticate",
+};
+
+// So are those of which a word speaks of a secret, X-Api-Key for instance.
+constexpr std::array<std::string_view, 9> SECRET_WORDS = {
+    "auth", "token", "secret", "key", "apikey", "password", "credential", "session", "csrf"};
 
 // The content types that a body's kind adds.
 constexpr std::array<std::string_view, 4> ADDED_TYPES = {
     "text/plain", "application/x-www-form-urlencoded", "multipart/form-data",
     "application/octet-stream"};
+
+constexpr std::string_view LETTERS_AND_DIGITS = "abcdefghijklmnopqrstuvwxyz0123456789";
 
 constexpr bool IsTokenChar(char c)
 {
@@ -51,6 +60,31 @@ bool IsSafeValue(std::string_view value)
 template <class Range> bool Contains(const Range &range, std::string_view text)
 {
     return std::find(range.begin(), range.end(), text) != range.end();
+}
+
+// Whether the word is one of them, or made of them, as in X-CSRFToken.
+bool SpeaksOfSecret(std::string_view word)
+{
+    return std::any_of(SECRET_WORDS.begin(), SECRET_WORDS.end(), [word](std::string_view secret) {
+        return word.starts_with(secret) &&
+               (word == secret || SpeaksOfSecret(word.substr(secret.size())));
+    });
+}
+
+// Takes a name in lower case.
+bool IsForOrigin(std::string_view name)
+{
+    if (Contains(OF_ORIGIN, name)) {
+        return true;
+    }
+    while (!name.empty()) {
+        const size_t end = std::min(name.find_first_not_of(LETTERS_AND_DIGITS), name.size());
+        if (SpeaksOfSecret(name.substr(0, end))) {
+            return true;
+        }
+        name.remove_prefix(std::min(end + 1, name.size()));
+    }
+    return false;
 }
 
 // One name in all its spellings, with the values to send.
@@ -111,7 +145,7 @@ private:
 
     void AddField(const std::string &lower, const Field &field)
     {
-        if (!hop_.sameOrigin && Contains(OF_ORIGIN, lower)) {
+        if (!hop_.sameOrigin && IsForOrigin(lower)) {
             return;
         }
         if (!hop_.body && IsAboutBody(lower, field)) {

@@ -15,7 +15,7 @@ struct Hop {
     Url url;
     std::string method;
     bool body = false;      // carries the request's body
-    bool sameOrigin = true; // as the request: sees its credentials and cookies
+    bool sameOrigin = true; // as the request, and never left it: sees its credentials and cookies
     uint64_t redirects = 0; // hops before this one
 };
 

@@ -356,7 +356,8 @@ void Transfer::Redirect(const std::string &location)
     next.method = MethodAfterRedirect(receiver_.Block().Status(), hop_.method);
     next.body = hop_.body && next.method == hop_.method;
     next.redirects = hop_.redirects + 1;
-    next.sameOrigin = next.url.Origin() == origin_;
+    // Where another origin chose the path, it may not have the request's credentials sent there.
+    next.sameOrigin = hop_.sameOrigin && next.url.Origin() == origin_;
     if (next.body && !sender_.CanReplay()) {
         Fail(CURLE_SEND_FAIL_REWIND, "The redirect needs the body again, which is gone");
         return;

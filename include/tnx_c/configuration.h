@@ -30,7 +30,13 @@ typedef enum Tnx_TransferPreference {
 
 /** Redirects, time-outs and versions. */
 typedef struct Tnx_TransferConfiguration {
-    bool autoRedirect;           /**< Follow redirects, at most 50 (RFC 9110 section 15.4). */
+    bool autoRedirect;           /**< Follow redirects, at most 50 (RFC 9110 section 15.4). One that
+                                      leaves the origin drops the credential, the cookies, the
+                                      fields of credentials (Authorization, Proxy-Authorization,
+                                      Cookie, Cookie2, WWW- and Proxy-Authenticate), Host, and the
+                                      fields whose names speak of a secret: a word of the name is
+                                      auth, token, secret, key, apikey, password, credential,
+                                      session or csrf. They stay dropped on later hops. */
     uint32_t connectTimeout;     /**< Lookup, TCP, TLS and proxy; ms; 0: 60000. */
     uint32_t transferTimeout;    /**< The whole exchange with its redirects; ms; 0: 60000. The
                                       wait for a free connection does not count. */

@@ -153,6 +153,15 @@ TEST_F(RedirectsTest, AnotherOriginSeesNoSecrets)
         EXPECT_EQ(last.Field("host"), "127.0.0.1:" + std::to_string(other.Port()));
         EXPECT_EQ(last.Field("x-other"), "y");
     });
+    // Back to the request's origin, on a path that the other one chose.
+    const std::string back = other.Url("/redirect?to=" + Scripted().Url("/echo"));
+    Both(fill, To(back), "GET", [](const Outcome &outcome) {
+        EXPECT_EQ(outcome.code, 0U) << outcome.Why();
+        const ReceivedRequest last = Scripted().LastRequest();
+        EXPECT_EQ(last.Field("authorization"), "");
+        EXPECT_EQ(last.Field("cookie"), "");
+        EXPECT_EQ(last.Field("x-other"), "y");
+    });
     Both(fill, To("/echo"), "GET", [](const Outcome &) {
         const ReceivedRequest last = Scripted().LastRequest();
         EXPECT_EQ(last.Field("authorization"), "Bearer x");
