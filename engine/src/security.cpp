@@ -39,7 +39,9 @@ SecretString &SecretString::operator=(SecretString &&other) noexcept
     if (this != &other) {
         Wipe();
         text_.swap(other.text_);
-        other.Wipe();
+        if (!text_.empty()) {
+            WipeText(other.text_); // a short text leaves a copy behind
+        }
     }
     return *this;
 }
