@@ -16,7 +16,6 @@ std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers)
     if (headers == nullptr || headers->fields == nullptr) {
         return out;
     }
-    out->reserve(headers->fields->size);
     WalkMap(headers->fields, [&out](const Tnx_MapEntry &entry) {
         std::vector<std::string> &values = (*out)[entry.key];
         const auto *value = static_cast<const Tnx_HeaderValue *>(entry.value);

@@ -63,9 +63,11 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
         SetText(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
         curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
     }
+    if (!headers_.ranges.empty()) {
+        SetText(easy, CURLOPT_RANGE, headers_.ranges.c_str());
+    }
     receiver_.DecodeContent(!headers_.ownEncoding);
     SetTimeouts(left);
-    SetRanges();
     SetObservers();
     for (const CURLcode code : {SetBody(hop), SetMethod(hop), SetVersion(hop), SetRoute(hop, route),
                                 SetSecurity(hop, route.proxy.scheme == "https")}) {
@@ -190,20 +192,6 @@ void Exchange::SetTimeouts(const TimeLeft &left)
                      static_cast<long>(std::min<long>(connect, INT_MAX)));
     curl_easy_setopt(easy_, CURLOPT_TIMEOUT_MS,
                      static_cast<long>(std::min<long>(left.transfer.count(), INT_MAX)));
-}
-
-void Exchange::SetRanges()
-{
-    std::string ranges;
-    for (const ByteRange &range : request_.GetTransferRange()) {
-        ranges += ranges.empty() ? "" : ",";
-        ranges += range.from ? std::to_string(*range.from) : "";
-        ranges += "-";
-        ranges += range.to ? std::to_string(*range.to) : "";
-    }
-    if (!ranges.empty()) {
-        SetText(easy_, CURLOPT_RANGE, ranges.c_str());
-    }
 }
 
 void Exchange::SetObservers()

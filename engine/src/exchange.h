@@ -77,7 +77,6 @@ private:
     void KeepKeyApart(const Hop &hop, const Route &route);
     CURLcode SetSecurity(const Hop &hop, bool proxyTls);
     void SetTimeouts(const TimeLeft &left);
-    void SetRanges();
     void SetObservers();
     void WatchEvents();
     void WatchProgress();

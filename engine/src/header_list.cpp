@@ -87,6 +87,21 @@ bool IsForOrigin(std::string_view name)
     return false;
 }
 
+// A range without bounds asks for nothing.
+std::string JoinRanges(const TransferRange &ranges)
+{
+    std::string joined;
+    for (const ByteRange &range : ranges) {
+        if (range.from || range.to) {
+            joined += joined.empty() ? "" : ",";
+            joined += range.from ? std::to_string(*range.from) : "";
+            joined += "-";
+            joined += range.to ? std::to_string(*range.to) : "";
+        }
+    }
+    return joined;
+}
+
 // One name in all its spellings, with the values to send.
 struct Field {
     std::string_view name;
@@ -119,7 +134,8 @@ public:
         if (!hop_.body && !contentType_) {
             Append("Content-Type:"); // else libcurl calls an empty body a form
         }
-        list_.ownEncoding = list_.ownEncoding || !request_.GetTransferRange().empty();
+        list_.ranges = JoinRanges(request_.GetTransferRange());
+        list_.ownEncoding = list_.ownEncoding || !list_.ranges.empty();
         return std::move(list_);
     }
 

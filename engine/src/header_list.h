@@ -23,6 +23,7 @@ struct HeaderList {
     StringList lines;
     std::optional<uint64_t> contentLength; // the application's own
     bool ownEncoding = false;              // it decodes, or wants the bytes as they come
+    std::string ranges;                    // the bytes that are asked for, empty for all
 };
 
 HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies);

@@ -60,7 +60,7 @@ typedef struct Tnx_RequestContent {
 
 /**
  * One byte range (RFC 9110 section 14.1.2): `a-b`, `a-` or `-b`. A bound is given when it is
- * non-zero or its flag is set.
+ * non-zero or its flag is set. A node without bounds is left out.
  */
 typedef struct Tnx_TransferRange {
     int64_t from;

@@ -97,6 +97,9 @@ TEST_F(RequestTest, HeaderListEndsAtANodeWithoutValue)
     EXPECT_EQ(*TnxToCppHeaders(&headers), (Tnx::Headers{{"name", {"kept"}}, {"hollow", {}}}));
     const Tnx_Headers mapless = {nullptr};
     EXPECT_TRUE(TnxToCppHeaders(&mapless)->empty());
+    Tnx_Map unusable = {map->entries, UINT32_MAX, 17000};
+    const Tnx_Headers unwalkable = {&unusable};
+    EXPECT_TRUE(TnxToCppHeaders(&unwalkable)->empty());
     EXPECT_TRUE(TnxToCppHeaders(nullptr)->empty());
 }
 
