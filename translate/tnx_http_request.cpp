@@ -60,6 +60,7 @@ std::shared_ptr<Tnx::Headers> MakeHeaders(const Tnx_SessionConfiguration *sessio
         const auto [field, added] = headers->try_emplace(CONTENT_TYPE);
         if (added) {
             field->second.emplace_back(DEFAULT_CONTENT_TYPES[content->type]);
+            field->second.source = Tnx::FieldSource::DEFAULT;
         }
     }
     return headers;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -17,7 +16,7 @@ std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers)
         return out;
     }
     WalkMap(headers->fields, [&out](const Tnx_MapEntry &entry) {
-        std::vector<std::string> &values = (*out)[entry.key];
+        Tnx::FieldValues &values = (*out)[entry.key];
         const auto *value = static_cast<const Tnx_HeaderValue *>(entry.value);
         for (; value != nullptr && value->value != nullptr; value = value->next) {
             values.emplace_back(value->value);
@@ -26,15 +25,18 @@ std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers)
     return out;
 }
 
-void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *defaults)
+void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *ofSession)
 {
-    if (defaults == nullptr) {
+    if (ofSession == nullptr) {
         return;
     }
-    WalkMap(defaults->fields, [&out](const Tnx_MapEntry &entry) {
+    WalkMap(ofSession->fields, [&out](const Tnx_MapEntry &entry) {
         const auto *value = static_cast<const Tnx_HeaderValue *>(entry.value);
         for (; value != nullptr && value->value != nullptr; value = value->next) {
-            std::vector<std::string> &values = out[entry.key];
+            Tnx::FieldValues &values = out[entry.key];
+            if (values.empty()) {
+                values.source = Tnx::FieldSource::SESSION;
+            }
             if (std::find(values.begin(), values.end(), value->value) == values.end()) {
                 values.emplace_back(value->value);
             }

@@ -17,8 +17,8 @@ std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers);
 // Adds the cookies whose names are not there yet.
 void TnxToCppRequestCookies(const Tnx_RequestCookies *cookies, Tnx::RequestCookies &out);
 
-// Adds each value that its name does not have yet, after the values that it has.
-void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *defaults);
+// Adds each value of the session that its name does not have yet, after the values that it has.
+void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *ofSession);
 
 } // namespace OHOS::Pelloria::TnxC
 

@@ -6,6 +6,8 @@
 #include <charconv>
 #include <map>
 #include <string_view>
+#include <tuple>
+#include <vector>
 
 #include "text.h"
 
@@ -19,9 +21,11 @@ constexpr const char *USER_AGENT = "User-Agent: libtnx/1.0";
 // What servers take of one field: cookies of hops that would make the field longer stay behind.
 constexpr size_t MOST_COOKIES = 8 * 1024;
 
-// Names that may stand only once.
-constexpr std::array<std::string_view, 5> SINGLE = {"content-type", "host", "content-length",
-                                                    "user-agent", "authorization"};
+// Names of requests that may stand only once (RFC 9110).
+constexpr auto SINGLE = std::to_array<std::string_view>(
+    {"authorization", "content-length", "content-location", "content-range", "content-type", "date",
+     "from", "host", "if-modified-since", "if-range", "if-unmodified-since", "max-forwards",
+     "proxy-authorization", "range", "referer", "user-agent"});
 
 // Names that are meant for the request's own origin and are dropped where a redirect leaves it.
 constexpr std::array<std::string_view, 7> OF_ORIGIN = {
@@ -32,11 +36,6 @@ constexpr std::array<std::string_view, 7> OF_ORIGIN = {
 // So are those of which a word speaks of a secret, X-Api-Key for instance.
 constexpr std::array<std::string_view, 9> SECRET_WORDS = {
     "auth", "token", "secret", "key", "apikey", "password", "credential", "session", "csrf"};
-
-// The content types that a body's kind adds.
-constexpr std::array<std::string_view, 4> ADDED_TYPES = {
-    "text/plain", "application/x-www-form-urlencoded", "multipart/form-data",
-    "application/octet-stream"};
 
 constexpr std::string_view LETTERS_AND_DIGITS = "abcdefghijklmnopqrstuvwxyz0123456789";
 
@@ -102,10 +101,19 @@ std::string JoinRanges(const TransferRange &ranges)
     return joined;
 }
 
-// One name in all its spellings, with the values to send.
+// One spelling of a name, with its values.
 struct Field {
+    std::string lower;
     std::string_view name;
-    const std::vector<std::string> *values;
+    const FieldValues *values;
+
+    // Orders fields as they are sent, the winner first where a name may stand once. One source may
+    // have several spellings: neither they nor the order of a hash table decide, the values do.
+    bool operator<(const Field &other) const
+    {
+        return std::tie(lower, values->source, *values, name) <
+               std::tie(other.lower, other.values->source, *other.values, other.name);
+    }
 };
 
 class ListBuilder
@@ -121,8 +129,8 @@ public:
     HeaderList Build()
     {
         CollectFields();
-        for (const auto &[lower, field] : fields_) {
-            AddField(lower, field);
+        for (const Field &field : fields_) {
+            AddField(field);
         }
         AddCookies();
         if (!userAgent_) {
@@ -146,30 +154,32 @@ private:
             return;
         }
         for (const auto &[name, values] : *request_.GetHeaders()) {
-            if (values.empty()) {
-                continue;
-            }
-            const std::string lower = Lower(name);
-            const auto range = fields_.equal_range(lower);
-            if (range.first == range.second || !Contains(SINGLE, lower)) {
-                fields_.emplace(lower, Field{name, &values});
-            } else if (name != lower) {
-                range.first->second = {name, &values}; // wins over the spelling that was added
+            if (!values.empty()) {
+                fields_.push_back({Lower(name), name, &values});
             }
         }
+        std::sort(fields_.begin(), fields_.end());
+        const auto isRival = [](const Field &first, const Field &other) {
+            return first.lower == other.lower && Contains(SINGLE, first.lower);
+        };
+        fields_.erase(std::unique(fields_.begin(), fields_.end(), isRival), fields_.end());
     }
 
-    void AddField(const std::string &lower, const Field &field)
+    void AddField(const Field &field)
     {
+        const std::string &lower = field.lower;
         if (!hop_.sameOrigin && IsForOrigin(lower)) {
             return;
         }
-        if (!hop_.body && IsAboutBody(lower, field)) {
+        if (DroppedByRedirect(lower)) {
             return;
         }
         if (lower == "content-length") {
             TakeLength(field.values->front());
-            return;
+            // Otherwise it is libcurl that tells the length of the body.
+            if (hop_.body || list_.contentLength != uint64_t{0}) {
+                return;
+            }
         }
         if (lower == "cookie") {
             for (const std::string &value : *field.values) {
@@ -190,23 +200,19 @@ private:
         }
     }
 
-    // Without a body the content type that its kind added is not sent, and after a redirect that
-    // dropped the body nothing is that described it.
-    bool IsAboutBody(const std::string &lower, const Field &field) const
+    // A redirect that changed the method dropped the body, and drops what described it.
+    bool DroppedByRedirect(const std::string &lower) const
     {
-        if (hop_.redirects > 0) {
-            return lower.starts_with("content-") || lower == "transfer-encoding";
-        }
-        return (lower == "content-type" && field.name == lower &&
-                Contains(ADDED_TYPES, field.values->front())) ||
-               lower == "content-length";
+        return hop_.method != request_.GetMethod() &&
+               (lower.starts_with("content-") || lower == "transfer-encoding");
     }
 
     void TakeLength(const std::string &text)
     {
         uint64_t length = 0;
         const char *const end = text.data() + text.size();
-        if (std::from_chars(text.data(), end, length).ptr == end) {
+        const auto [stop, error] = std::from_chars(text.data(), end, length);
+        if (error == std::errc() && stop == end) {
             list_.contentLength = length;
         }
     }
@@ -247,7 +253,7 @@ private:
     const Request &request_;
     const Hop &hop_;
     const HopCookies &cookies_;
-    std::multimap<std::string, Field> fields_;
+    std::vector<Field> fields_;
     std::string ownCookies_;
     bool userAgent_ = false;
     bool expect_ = false;

@@ -16,7 +16,9 @@ typedef struct Tnx_HeaderValue {
 } Tnx_HeaderValue;
 
 /** Header fields: from a name to a list of values. In a request, names are kept as given and are
- *  compared byte by byte; in a response, names are lower case under every version of HTTP. */
+ *  compared byte by byte; in a response, names are lower case under every version of HTTP. Of a
+ *  name that may stand once (Authorization, Content-Type, Host, ...) one value is sent, however it
+ *  is spelled: the request's own, else the session's, else the default that content brings. */
 typedef struct Tnx_Headers {
     Tnx_Map *fields;
 } Tnx_Headers;

@@ -44,7 +44,8 @@ typedef enum Tnx_RequestContentType {
                                          7.1) unless a content-length header is set. */
 } Tnx_RequestContentType;
 
-/** The body of a request. GET and HEAD carry none. Any other kind counts as no body. */
+/** The body of a request. GET and HEAD carry none, only its type as a header. Any other kind counts
+ * as no body. */
 typedef struct Tnx_RequestContent {
     uint32_t type; /**< A Tnx_RequestContentType; says which member of `value` counts. */
     union {

@@ -13,6 +13,9 @@ TEST_F(SessionConfigurationTest, FieldsAndCookiesJoinThoseOfTheRequest)
     const HeadersPtr headers(OVX_Tnx_CreateHeaders());
     OVX_Tnx_SetHeaderValue(headers.get(), "X-Default", "session");
     OVX_Tnx_SetHeaderValue(headers.get(), "X-Both", "session");
+    for (const char *name : {"Authorization", "user-agent", "Content-Type"}) {
+        OVX_Tnx_SetHeaderValue(headers.get(), name, "session");
+    }
     const RequestCookiesPtr cookies(OVX_Tnx_CreateRequestCookies());
     OVX_Tnx_SetRequestCookieValue(cookies.get(), "default", "session");
     OVX_Tnx_SetRequestCookieValue(cookies.get(), "both", "session");
@@ -20,12 +23,17 @@ TEST_F(SessionConfigurationTest, FieldsAndCookiesJoinThoseOfTheRequest)
     configuration_.cookies = cookies.get();
     const auto fill = [](Call &call) {
         call.Header("X-Both", "request").Cookie("both", "request").Cookie("own", "request");
+        call.Header("authorization", "request").Header("User-Agent", "request").Body("");
     };
-    Both(fill, Scripted().Url("/echo"), "GET", [](const Outcome &outcome) {
+    Both(fill, Scripted().Url("/echo"), "POST", [](const Outcome &outcome) {
         ASSERT_EQ(outcome.code, 0U) << outcome.Why();
         const ReceivedRequest received = Scripted().LastRequest();
         EXPECT_EQ(received.Field("x-default"), "session");
         EXPECT_EQ(received.Fields("x-both"), (std::vector<std::string>{"request", "session"}));
+        // These stand once, whoever spells them how.
+        EXPECT_EQ(received.Fields("authorization"), std::vector<std::string>{"request"});
+        EXPECT_EQ(received.Fields("user-agent"), std::vector<std::string>{"request"});
+        EXPECT_EQ(received.Fields("content-type"), std::vector<std::string>{"session"});
         EXPECT_EQ(received.Field("cookie"), "both=request; default=session; own=request");
     });
 }

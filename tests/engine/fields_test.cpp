@@ -19,7 +19,7 @@ using Lines = std::vector<std::string>;
 struct Sent {
     Headers headers;
     bool body = true;
-    uint64_t redirects = 0;
+    const char *method = "POST"; // after a redirect
     bool sameOrigin = true;
     RequestCookies cookies = {};
     const char *hopCookie = nullptr;
@@ -28,13 +28,13 @@ struct Sent {
 Lines Build(const Sent &sent)
 {
     Request request("1", "http://a.org/");
+    request.SetMethod("POST");
     request.SetHeaders(std::make_shared<Headers>(sent.headers));
     request.SetRequestCookies(sent.cookies);
     Hop hop;
-    hop.method = "POST";
+    hop.method = sent.method;
     hop.body = sent.body;
     hop.sameOrigin = sent.sameOrigin;
-    hop.redirects = sent.redirects;
     EXPECT_EQ(ParseUrl("http://a.org/", hop.url), CURLE_OK);
     HopCookies cookies;
     if (sent.hopCookie != nullptr) {
@@ -70,21 +70,25 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
         {"own agent and expectation",
          {.headers = {{"user-agent", {"mine"}}, {"Expect", {"100-continue"}}}},
          {"Expect: 100-continue", "user-agent: mine"}},
-        {"the application's content type wins over the added one",
-         {.headers = {{"content-type", {"text/plain"}}, {"Content-Type", {"a/b"}}}},
-         {"Content-Type: a/b", agent, "Expect:"}},
-        {"no added content type without a body",
-         {.headers = {{"content-type", {"text/plain"}}}, .body = false},
+        {"what tells of a body, without one too",
+         {.headers = {{"content-type", {"text/plain"}},
+                      {"Content-Encoding", {"gzip"}},
+                      {"content-length", {"0"}}},
+          .body = false},
+         {"Content-Encoding: gzip", "content-length: 0", "content-type: text/plain", agent,
+          "Expect:"}},
+        {"but no length that is not true",
+         {.headers = {{"content-length", {"5"}}}, .body = false},
          {agent, "Expect:", "Content-Type:"}},
-        {"but the application's own",
-         {.headers = {{"Content-Type", {"a/b"}}}, .body = false},
-         {"Content-Type: a/b", agent, "Expect:"}},
+        {"nor one that is none",
+         {.headers = {{"content-length", {""}}}, .body = false},
+         {agent, "Expect:", "Content-Type:"}},
         {"nothing about a body that a redirect dropped",
          {.headers = {{"Content-Type", {"a/b"}},
                       {"Content-Encoding", {"gzip"}},
                       {"Transfer-Encoding", {"chunked"}}},
           .body = false,
-          .redirects = 1},
+          .method = "GET"},
          {agent, "Expect:", "Content-Type:"}},
         {"single fields once",
          {.headers = {{"Host", {"one", "two"}}, {"Authorization", {"x", "y"}}}},
@@ -102,7 +106,6 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
                       {"X_Auth_User", {"x"}},
                       {"X-Monkey", {"x"}},
                       {"Author", {"x"}}},
-          .redirects = 1,
           .sameOrigin = false,
           .cookies = {{"a", "b"}},
           .hopCookie = "h"},
@@ -136,6 +139,38 @@ TEST(HeaderListTest, CookiesOfHopsMakeNoFieldLongerThanServersTake)
     EXPECT_LT(line.size(), 8200U);
     EXPECT_NE(line.find("; b="), std::string::npos);
     EXPECT_EQ(line.find("; c="), std::string::npos) << "does not fit";
+}
+
+TEST(HeaderListTest, SourcesDecideAmongSpellings)
+{
+    const auto of = [](FieldSource source, FieldValues values) {
+        values.source = source;
+        return values;
+    };
+    const FieldValues own = of(FieldSource::REQUEST, {"own"});
+    const FieldValues session = of(FieldSource::SESSION, {"a session", "own"});
+    const FieldValues added = of(FieldSource::DEFAULT, {"a default"});
+    std::vector<std::string> names = {"User-Agent", "USER-AGENT", "user-agent"};
+    do {
+        const struct {
+            Headers headers;
+            Lines lines;
+        } cases[] = {
+            {{{names[0], added}, {names[1], session}, {names[2], own}}, {names[2] + ": own"}},
+            {{{names[0], added}, {names[1], session}}, {names[1] + ": a session"}},
+            {{{names[0], {"b"}}, {names[1], {"a"}}, {names[2], {"c"}}}, {names[1] + ": a"}},
+            {{{"X" + names[0], added}, {"X" + names[1], session}, {"X" + names[2], own}},
+             {"X" + names[2] + ": own", "X" + names[1] + ": a session", "X" + names[1] + ": own",
+              "X" + names[0] + ": a default", "User-Agent: libtnx/1.0"}},
+        };
+        for (auto [headers, lines] : cases) {
+            lines.emplace_back("Expect:");
+            for (size_t buckets = 3; buckets < 40; buckets += 3) {
+                headers.rehash(buckets); // another order
+                EXPECT_EQ(Build({.headers = headers}), lines);
+            }
+        }
+    } while (std::next_permutation(names.begin(), names.end()));
 }
 
 TEST(HeaderListTest, FindsWhatMustNotBeSent)

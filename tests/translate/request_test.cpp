@@ -15,7 +15,7 @@ namespace
 using namespace OHOS::Pelloria;
 using namespace OHOS::Pelloria::TnxC;
 
-using Values = std::vector<std::string>;
+using Values = Tnx::FieldValues;
 
 class RequestTest : public testing::Test
 {
@@ -80,9 +80,16 @@ TEST_F(RequestTest, SessionAddsTheHeaderValuesThatAreMissing)
     }
     OVX_Tnx_SetHeaderValue(headers_.get(), "accept", "b");
     OVX_Tnx_SetHeaderValue(headers_.get(), "y", "3");
+    OVX_Tnx_PutMapEntry(headers_->fields, "x", nullptr); // without values
+    const Tnx::Headers merged = *Translate()->GetHeaders();
     EXPECT_EQ(
-        *Translate()->GetHeaders(),
+        merged,
         (Tnx::Headers{{"accept", {"b", "a"}}, {"Accept", {"a"}}, {"x", {"1", "2"}}, {"y", {"3"}}}));
+    for (const auto &[name, values] : merged) {
+        const bool own = name == "accept" || name == "y";
+        EXPECT_EQ(values.source, own ? Tnx::FieldSource::REQUEST : Tnx::FieldSource::SESSION)
+            << name;
+    }
 }
 
 TEST_F(RequestTest, HeaderListEndsAtANodeWithoutValue)
@@ -143,6 +150,10 @@ TEST_F(RequestTest, DefaultContentType)
         const Tnx::Headers translated = *Translate()->GetHeaders();
         const auto field = translated.find("content-type");
         EXPECT_EQ(field == translated.end() ? Values() : field->second, expected);
+        if (!expected.empty()) {
+            EXPECT_EQ(field->second.source,
+                      own ? Tnx::FieldSource::REQUEST : Tnx::FieldSource::DEFAULT);
+        }
         EXPECT_EQ(translated.at("Content-Type"), Values{"other/spelling"});
     }
     request_->content = nullptr;

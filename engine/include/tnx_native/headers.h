@@ -11,8 +11,18 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-// From a field name to its values, in order. Response names are in lower case.
-using Headers = std::unordered_map<std::string, std::vector<std::string>>;
+// Who gave a field of a request. Where a name may stand once, the one named first here wins.
+enum class FieldSource : uint8_t { REQUEST, SESSION, DEFAULT };
+
+// The values of a field, in order, and the source of the first.
+struct FieldValues : std::vector<std::string> {
+    using vector::vector;
+
+    FieldSource source = FieldSource::REQUEST;
+};
+
+// From a field name to its values. Response names are in lower case.
+using Headers = std::unordered_map<std::string, FieldValues>;
 
 // From a cookie name to its value.
 using RequestCookies = std::unordered_map<std::string, std::string>;
