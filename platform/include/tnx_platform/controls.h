@@ -1,5 +1,5 @@
-// Controls of the stand-ins, for tests: each holds while the object lives, for the whole process.
-// They may be nested; the innermost counts.
+// Controls of the stand-ins, for tests, which link the objects of the library. Each holds while it
+// lives, for the whole process. They may be nested; the innermost counts.
 #ifndef TNX_PLATFORM_CONTROLS_H
 #define TNX_PLATFORM_CONTROLS_H
 
@@ -9,8 +9,6 @@
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#pragma GCC visibility push(default)
 
 namespace OHOS::Pelloria::Platform
 {
@@ -78,7 +76,5 @@ private:
 };
 
 } // namespace OHOS::Pelloria::Platform
-
-#pragma GCC visibility pop
 
 #endif
