@@ -56,8 +56,10 @@ BodySource::BodySource(const std::string &path)
     : file_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC))
     , slot_(0)
 {
-    if (file_ < 0) {
-        throw ToolError(EXIT_READ, "cannot open '" + path + "': " + std::strerror(errno));
+    if (file_ < 0 || read(file_, nullptr, 0) < 0) { // a directory can be opened, but not read
+        const std::string reason = std::strerror(errno);
+        close(file_);
+        throw ToolError(EXIT_READ, "cannot read '" + path + "': " + reason);
     }
     slot_ = TakeSlot(this);
 }

@@ -1,9 +1,11 @@
 // Reads the values of options.
 #include "values.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -104,7 +106,7 @@ std::string ReadWhole(const std::string &path)
     std::ifstream file(path, std::ios::binary);
     if (!file || file.peek() == std::ifstream::traits_type::eof()) {
         if (!file.eof()) { // an empty file is content too, a directory or a missing file is not
-            throw UsageError("cannot read '" + path + "'");
+            throw UsageError("cannot read '" + path + "': " + std::strerror(errno));
         }
         return {};
     }

@@ -2,8 +2,13 @@
 #include "sender.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <string_view>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "content_type.h"
 #include "form_encoding.h"
@@ -28,6 +33,21 @@ int SeekPull(void *pull, curl_off_t offset, int origin)
 {
     const bool atStart = static_cast<PullBody *>(pull)->Sent() == 0;
     return atStart && offset == 0 && origin == SEEK_SET ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
+}
+
+// Why libcurl could not read the file, or nothing. It opens the file late, and takes a directory
+// for an empty one.
+std::string WhyUnreadable(const std::string &path)
+{
+    struct stat status = {};
+    int error = 0;
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+        error = errno;
+    } else if (S_ISDIR(status.st_mode)) {
+        error = EISDIR;
+    }
+    return error == 0 ? std::string()
+                      : "Cannot read '" + path + "': " + std::generic_category().message(error);
 }
 
 } // namespace
@@ -148,7 +168,9 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
                            if (fileName.empty()) {
                                fileName = path.name.substr(path.name.rfind('/') + 1);
                            }
-                           return curl_mime_filedata(part, path.name.c_str());
+                           problem_ = WhyUnreadable(path.name);
+                           return problem_.empty() ? curl_mime_filedata(part, path.name.c_str())
+                                                   : CURLE_READ_ERROR;
                        },
                        [&](const GetDataFunction &function) {
                            return curl_mime_data_cb(part, -1, ReadPull, SeekPull, nullptr,

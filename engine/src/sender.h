@@ -43,6 +43,9 @@ public:
 
     PullBody::Failure GetFailure() const;
 
+    // What CURLE_READ_ERROR of Prepare is about.
+    const std::string &Problem() const { return problem_; }
+
     // The application is not asked for data any more.
     void Stop();
 
@@ -58,6 +61,7 @@ private:
     const Request &request_;
     Delivery &delivery_;
     std::string form_; // the encoded form, while it is sent
+    std::string problem_;
     MimeHandle mime_;
     std::vector<std::unique_ptr<PullBody>> pulls_;
 };

@@ -88,6 +88,10 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
                "because it may have been carried out";
         return CURLE_GOT_NOTHING;
     }
+    if (!sender_.Problem().empty()) {
+        what = sender_.Problem();
+        return code;
+    }
     switch (sender_.GetFailure()) {
     case PullBody::Failure::CALLBACK:
         what = "The body callback reported failure";

@@ -257,12 +257,19 @@ TEST_F(BodiesTest, MultipartFormsAreWrittenPartByPart)
         EXPECT_EQ(request.Field("transfer-encoding"), "chunked");
         EXPECT_NE(request.content.find("\r\n\r\npullpull\r\n--"), std::string::npos);
     });
-    std::strcpy(path.value.fileValue.contentOrPath.value.path, "/no/such/file");
-    const std::vector<std::pair<const char *, Tnx_MultipartFormFieldValue>> missing{{"f", path}};
-    Both(filler(missing), Scripted().Url("/echo"), "POST", [](const Outcome &outcome) {
-        EXPECT_EQ(outcome.code, TNX_ERR_READ);
-        EXPECT_FALSE(outcome.Why().empty());
-    });
+    for (const auto &[name, reason] : {std::pair{"/no/such/file", "No such file or directory"},
+                                       {"/proc/self", "Is a directory"},
+                                       {"/proc/version/x", "Not a directory"}}) {
+        Scripted().ForgetRequests();
+        std::strcpy(path.value.fileValue.contentOrPath.value.path, name);
+        const std::vector<std::pair<const char *, Tnx_MultipartFormFieldValue>> bad{{"f", path}};
+        const std::string why = std::string("Cannot read '") + name + "': " + reason;
+        Both(filler(bad), Scripted().Url("/echo"), "POST", [&why](const Outcome &outcome) {
+            EXPECT_EQ(outcome.code, TNX_ERR_READ);
+            EXPECT_EQ(outcome.Why().substr(0, why.size()), why);
+        });
+        EXPECT_TRUE(Scripted().Requests().empty());
+    }
 }
 
 TEST_F(BodiesTest, ContentThatIsNoneSendsAnEmptyBody)

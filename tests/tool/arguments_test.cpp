@@ -99,7 +99,9 @@ TEST(Arguments, AreRefusedWithAReason)
          "option --pinnedpubkey: expected sha256//HASH[;sha256//HASH]...; files are not read"},
         {{"-w", "%{remote_ip}", "u"},
          "option -w: the variable %{remote_ip} of --write-out is not there"},
-        {{"-d", "@/nowhere/at/all", "u"}, "option -d: cannot read '/nowhere/at/all'"},
+        {{"-d", "@/nowhere/at/all", "u"},
+         "option -d: cannot read '/nowhere/at/all': No such file or directory"},
+        {{"-F", "a=</", "u"}, "option -F: cannot read '/': Is a directory"},
     };
     for (const auto &c : cases) {
         try {

@@ -345,7 +345,9 @@ class RunsTest(ToolCase):
             (["-b", "cookies.txt", self.url("/")], 2, b"cookie files are not read", b""),
             (["-r", "x", self.url("/")], 2, b"option -r: expected a-b", b""),
             (["-o", "/dev/full", self.url("/big")], 23, b"No space left on device", b""),
-            (["-T", "nowhere", self.url("/")], 26, b"tnx: (26) cannot open 'nowhere'", b""),
+            (["-T", "nowhere", self.url("/")], 26, b"tnx: (26) cannot read 'nowhere': No", b""),
+            (["-T", "/", self.url("/x")], 26, b"tnx: (26) cannot read '/': Is a directory", b""),
+            (["-F", "a=@/", self.url("/")], 26, b"tnx: (26) cannot read '/': Is a directory", b""),
             (["-H", "Bad Name: x", self.url("/")], 43, b"tnx: (43) ", b""),
         ]
         for arguments, status, error, output in cases:
