@@ -46,6 +46,7 @@ public:
             done_({.addresses = {}, .error = "the resolver URL is none of https"});
             return;
         }
+        resolver_.url = url.Ascii();
         if (IsAddress(url.host) || IsLocalName(url.host)) {
             Ask("");
             return;
@@ -54,9 +55,9 @@ public:
         system.Lookup({}, url.host, [this, url](const LookupResult &result) {
             try {
                 if (result.addresses.empty()) {
-                    done_(
-                        {.addresses = {},
-                         .error = "the resolver " + url.host + " has no address: " + result.error});
+                    done_({.addresses = {},
+                           .error =
+                               "the resolver " + url.Name() + " has no address: " + result.error});
                     return;
                 }
                 Ask(ResolveLine(url.host, url.port, result.addresses));
@@ -102,7 +103,7 @@ private:
         return result;
     }
 
-    const DohResolver resolver_;
+    DohResolver resolver_;
     const std::string host_;
     const LookupDone done_;
     DohQuery v6_;

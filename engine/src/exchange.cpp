@@ -81,7 +81,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
 void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
-    SetText(easy, CURLOPT_URL, hop.url.text.c_str());
+    SetText(easy, CURLOPT_URL, hop.url.Ascii().c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_SHARE, share);
     const bool streams =

@@ -87,7 +87,7 @@ void Exchange::SetTargetAddresses(const Hop &hop, const std::vector<std::string>
         hash.Add(client.keyPassword.Get());
     }
     syntheticName_ = std::to_string(hash.Value()) + ".invalid";
-    realName_ = hop.url.host;
+    realName_ = hop.url.Name();
     AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url.port));
     AppendTo(resolve_, ResolveLine(syntheticName_, hop.url.port, addresses));
 }

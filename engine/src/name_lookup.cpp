@@ -4,8 +4,8 @@
 #include <new>
 
 #include "doh_client.h"
+#include "host_name.h"
 #include "resolver.h"
-#include "text.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -125,7 +125,7 @@ bool NameLookup::AskRule()
 bool NameLookup::AskTable(const std::vector<StaticDnsRuleItem> &items)
 {
     for (const StaticDnsRuleItem &item : items) {
-        if (EqualsIgnoringCase(item.host, host_) && (item.port == 0 || item.port == port_)) {
+        if (AsciiName(item.host) == host_ && (item.port == 0 || item.port == port_)) {
             return Settle({.addresses = item.addresses, .error = {}});
         }
     }

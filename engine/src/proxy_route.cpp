@@ -12,6 +12,7 @@
 
 #include <arpa/inet.h>
 
+#include "host_name.h"
 #include "resolver.h"
 #include "text.h"
 
@@ -63,13 +64,8 @@ bool HostMatches(std::string_view pattern, const std::string &host)
         pattern.remove_prefix(1);
     }
     const bool suffixOnly = pattern.starts_with('.');
-    const std::string_view bare = pattern.substr(suffixOnly ? 1 : 0);
-    if (EqualsIgnoringCase(bare, host)) {
-        return true;
-    }
-    return host.size() > bare.size() && host[host.size() - bare.size() - 1] == '.' &&
-           EqualsIgnoringCase(bare, std::string_view(host).substr(host.size() - bare.size())) &&
-           !IsAddress(host);
+    const std::optional<std::string> bare = AsciiName(std::string(pattern.substr(suffixOnly)));
+    return bare && (host == *bare || (host.ends_with("." + *bare) && !IsAddress(host)));
 }
 
 // Splits `host:port` or `[address]:port`; the port is 0 where there is none.
@@ -176,8 +172,8 @@ ProxyChoice ChooseProxy(const WebProxy &configuration, const Url &url)
 
 std::string Proxy::Text() const
 {
-    const bool bracketed = host.find(':') != std::string::npos;
-    return scheme + "://" + (bracketed ? "[" + host + "]" : host) + ":" + std::to_string(port) +
+    const bool bracketed = name.find(':') != std::string::npos;
+    return scheme + "://" + (bracketed ? "[" + name + "]" : name) + ":" + std::to_string(port) +
            ", which " + namedBy + " names";
 }
 
@@ -203,7 +199,9 @@ bool ParseProxy(const std::string &text, Proxy &proxy)
     if (ParseUrl("http" + proxy.url.substr(end), parts) != CURLE_OK) {
         return false;
     }
+    proxy.url.replace(end, std::string::npos, parts.Ascii(), std::strlen("http"));
     proxy.host = parts.host;
+    proxy.name = parts.Name();
     proxy.port = parts.ownPort ? parts.port : scheme->second;
     return true;
 }

@@ -33,7 +33,8 @@ struct EnvironmentProxies {
 struct Proxy {
     std::string url;    // as libcurl wants it, with a scheme; empty: go directly
     std::string scheme; // http, https, socks4, socks4a, socks5 or socks5h
-    std::string host;
+    std::string host;   // in ASCII
+    std::string name;   // for people to read
     uint16_t port = 0;
     std::string namedBy;
 

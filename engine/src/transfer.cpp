@@ -61,7 +61,7 @@ void Transfer::Steps()
             return;
         }
         if (const std::optional<TimePoint> limit = WaitLimit(); limit && *limit <= Clock::now()) {
-            Fail(CURLE_OPERATION_TIMEDOUT, "Timed out while looking up " + hop_.url.host);
+            Fail(CURLE_OPERATION_TIMEDOUT, "Timed out while looking up " + hop_.url.Name());
             return;
         }
         if (!Step()) {
@@ -221,7 +221,7 @@ bool Transfer::TakeTarget()
     const LookupResult &result = lookup_.Result();
     if (!result.error.empty()) {
         Fail(CURLE_COULDNT_RESOLVE_HOST,
-             "Could not resolve host " + hop_.url.host + ": " + result.error);
+             "Could not resolve host " + hop_.url.Name() + ": " + result.error);
         return true;
     }
     route_.addresses = result.addresses;

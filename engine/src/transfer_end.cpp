@@ -144,7 +144,7 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
     std::string what;
     const CURLcode cause = CauseOf(code, what);
     std::string where = phases_.HopPhase(hop_.url.Secure(), WasConnected(easy));
-    where += ", host " + hop_.url.host;
+    where += ", host " + hop_.url.Name();
     if (!route_.proxy.Direct()) {
         where += ", through the proxy " + route_.proxy.Text();
     }

@@ -4,8 +4,11 @@
 #include <charconv>
 #include <memory>
 #include <new>
+#include <optional>
+#include <utility>
 
 #include "curl_handles.h"
+#include "host_name.h"
 #include "text.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -17,21 +20,20 @@ struct CurlFree {
     void operator()(char *text) const noexcept { curl_free(text); }
 };
 
-std::string GetPart(CURLU *url, CURLUPart part, unsigned flags = 0)
+std::string GetPart(CURLU *url, CURLUPart part)
 {
     char *text = nullptr;
-    const CURLUcode code = curl_url_get(url, part, &text, flags);
+    const CURLUcode code = curl_url_get(url, part, &text, 0);
     const std::unique_ptr<char, CurlFree> owned(text);
-    // A name that is no valid IDN has the same code, and leaves a text behind.
-    if (code == CURLUE_OUT_OF_MEMORY && text == nullptr) {
+    if (code == CURLUE_OUT_OF_MEMORY) {
         throw std::bad_alloc();
     }
     return code == CURLUE_OK ? text : std::string();
 }
 
-CURLUcode Set(CURLU *url, const std::string &text, unsigned flags)
+CURLUcode Set(CURLU *url, CURLUPart part, const std::string &text, unsigned flags)
 {
-    const CURLUcode code = curl_url_set(url, CURLUPART_URL, text.c_str(), flags);
+    const CURLUcode code = curl_url_set(url, part, text.c_str(), flags);
     if (code == CURLUE_OUT_OF_MEMORY) {
         throw std::bad_alloc();
     }
@@ -69,14 +71,33 @@ const char *ProblemOf(CURLUcode code)
     }
 }
 
+// Goes on with the name in ASCII.
+CURLcode ParseInternational(CURLU *handle, const std::string &name, const std::string &text,
+                            Url &url)
+{
+    const std::optional<std::string> ascii = AsciiName(name);
+    CURLcode code = CURLE_URL_MALFORMAT;
+    if (ascii && Set(handle, CURLUPART_HOST, *ascii, 0) == CURLUE_OK) {
+        code = ParseUrl(GetPart(handle, CURLUPART_URL), url);
+    }
+    // What some letters stand for, a slash for instance, would end the name.
+    if (code != CURLE_OK || url.host != *ascii) {
+        url.problem = "its host is no valid name";
+        return CURLE_URL_MALFORMAT;
+    }
+    url.asciiText = std::exchange(url.text, text);
+    url.givenName = name;
+    return CURLE_OK;
+}
+
 } // namespace
 
 CURLcode ParseUrl(const std::string &text, Url &url)
 {
     const UrlHandle handle = MakeUrl();
     const bool cut = text.find('\0') != std::string::npos;
-    const CURLUcode code =
-        cut ? CURLUE_MALFORMED_INPUT : Set(handle.get(), text, CURLU_NON_SUPPORT_SCHEME);
+    const CURLUcode code = cut ? CURLUE_MALFORMED_INPUT
+                               : Set(handle.get(), CURLUPART_URL, text, CURLU_NON_SUPPORT_SCHEME);
     if (code != CURLUE_OK) {
         url.problem = cut ? "it has a NUL" : ProblemOf(code);
         return CURLE_URL_MALFORMAT;
@@ -87,9 +108,13 @@ CURLcode ParseUrl(const std::string &text, Url &url)
         url.problem = "its scheme is neither http nor https";
         return CURLE_UNSUPPORTED_PROTOCOL;
     }
-    url.host = Lower(GetPart(handle.get(), CURLUPART_HOST, CURLU_PUNYCODE));
+    const std::string host = GetPart(handle.get(), CURLUPART_HOST);
+    if (!IsAscii(host)) {
+        return ParseInternational(handle.get(), host, text, url);
+    }
+    url.host = Lower(host);
     if (url.host.empty()) {
-        url.problem = "its host is no valid name";
+        url.problem = "it has no host";
         return CURLE_URL_MALFORMAT;
     }
     if (url.host.front() == '[') {
@@ -107,8 +132,8 @@ std::string ResolveUrl(const std::string &base, const std::string &reference)
 {
     const UrlHandle handle = MakeUrl();
     constexpr unsigned ANY_SCHEME = CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE;
-    if (Set(handle.get(), base, 0) != CURLUE_OK ||
-        Set(handle.get(), reference, ANY_SCHEME) != CURLUE_OK) {
+    if (Set(handle.get(), CURLUPART_URL, base, 0) != CURLUE_OK ||
+        Set(handle.get(), CURLUPART_URL, reference, ANY_SCHEME) != CURLUE_OK) {
         return reference;
     }
     return GetPart(handle.get(), CURLUPART_URL);

@@ -19,6 +19,16 @@ struct Url {
     bool ownPort = false; // rather than the scheme's
     std::string problem;  // which part is wrong, where it is no URL
 
+    // Where the name was given in letters beyond ASCII: that name, and the URL with ours.
+    std::string givenName;
+    std::string asciiText;
+
+    // For people to read.
+    const std::string &Name() const { return givenName.empty() ? host : givenName; }
+
+    // For libcurl, which takes what is beyond ASCII to be in the locale of the process.
+    const std::string &Ascii() const { return asciiText.empty() ? text : asciiText; }
+
     bool Secure() const { return scheme == "https"; }
 
     // Scheme, host and port: who may see credentials, and whose connections are counted together.

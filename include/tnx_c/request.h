@@ -85,9 +85,9 @@ typedef struct Tnx_Request {
 } Tnx_Request;
 
 /**
- * Creates a GET request. Copies the URL, which is checked when it is fetched. Works from any
- * number of threads at once. The caller destroys it with OVX_Tnx_DestroyRequest, at the earliest
- * in the response callback of its fetch.
+ * Creates a GET request. Copies the URL, which is checked when it is fetched; a host name in it
+ * may be international, in UTF-8. Works from any number of threads at once. The caller destroys it
+ * with OVX_Tnx_DestroyRequest, at the earliest in the response callback of its fetch.
  */
 TNX_API Tnx_Request *OVX_Tnx_CreateRequest(const char *url) TNX_NOEXCEPT;
 

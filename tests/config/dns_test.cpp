@@ -120,6 +120,8 @@ TEST_F(DnsTest, ATableGivesAddresses)
                              {"six.test", 0, {"::1"}},
                              {"tnx.test", 0, {"127.0.0.1"}},
                              {"strange.test", 0, {"127.0.0.1"}},
+                             {"\u00dcber.test", 0, {"127.0.0.1"}},
+                             {"six.\u00fcber.test", 0, {"::1"}},
                              {"empty.test", 0, {}}});
     Expect(rule, Url("one.test"), 0);
     Expect(rule, Url("One.Test"), 0);
@@ -129,6 +131,13 @@ TEST_F(DnsTest, ATableGivesAddresses)
     Expect(rule, Url("empty.test"), TNX_ERR_RESOLVE_HOST, "empty.test");
     Expect(rule, Url("unknown.test"), TNX_ERR_RESOLVE_HOST, "unknown.test");
     Expect(rule, Url("localhost"), 0); // no opinion: as ever
+    // Names are UTF-8, and those that texts tell are as they were given.
+    Expect(rule, Url("\u00fcber.test"), 0);
+    EXPECT_EQ(Scripted().LastRequest().Field("host"), "xn--ber-goa.test:" + std::to_string(port));
+    Expect(rule, Url("xn--ber-goa.test"), 0);
+    Expect(rule, Url("six.\u00fcber.test"), TNX_ERR_CONNECT, "to six.\u00fcber.test port");
+    Expect(rule, Url("un\u00fcber.test"), TNX_ERR_RESOLVE_HOST, "host un\u00fcber.test:");
+    Expect(rule, Url("f\xfcr.test"), TNX_ERR_URL_MALFORMED, "f\xfcr.test");
     // The certificate is checked against the name, wherever the addresses come from.
     const std::string tls = ":" + std::to_string(Nginx().Port(Site::TLS)) + "/1k";
     Expect(rule, "https://tnx.test" + tls, 0);

@@ -99,6 +99,44 @@ TEST(UrlTest, TakesUrlsApart)
     }
 }
 
+TEST(UrlTest, NamesAreUtf8)
+{
+    const struct {
+        const char *name;
+        const char *ascii; // null: it is none
+    } cases[] = {
+        {"b\u00fccher.example", "xn--bcher-kva.example"},
+        {"B\u00dcCHER.Example", "xn--bcher-kva.example"},
+        {"bu\u0308cher.example", "xn--bcher-kva.example"}, // two code points for one letter
+        {"b%C3%BCcher.example", "xn--bcher-kva.example"},
+        {"fa\u00df.example", "xn--fa-hia.example"},
+        {"\u0440\u0444\u3002\u0440\u0444", "xn--p1ai.xn--p1ai"}, // a dot of another script
+        {"\uff11\uff12\uff17.0.0.1", "127.0.0.1"},
+        {"f\xfcr.example", nullptr},   // in Latin-1
+        {"a\u2100b.example", nullptr}, // becomes a/cb.example
+        {"\u2603.example", nullptr},   // a snowman
+    };
+    for (const auto &[name, ascii] : cases) {
+        Url url;
+        const std::string rest = ":81/\u00fc?q#f";
+        const std::string text = std::string("http://u:p@") + name + rest;
+        ASSERT_EQ(ParseUrl(text, url), ascii == nullptr ? CURLE_URL_MALFORMAT : CURLE_OK) << name;
+        if (ascii != nullptr) {
+            EXPECT_EQ(url.host, ascii);
+            EXPECT_EQ(url.text, text);
+            EXPECT_EQ(url.Ascii(), std::string("http://u:p@") + ascii + rest);
+        }
+        Proxy proxy;
+        EXPECT_EQ(ParseProxy(std::string("socks5://") + name, proxy), ascii != nullptr);
+        if (ascii != nullptr) {
+            EXPECT_EQ(proxy.url, std::string("socks5://") + ascii + "/");
+        }
+    }
+    Url url;
+    ParseUrl("http://b\u00fccher.example/", url);
+    EXPECT_EQ(url.Name(), "b\u00fccher.example");
+}
+
 TEST(HopTest, ChangesMethodsAsTheStatusSays)
 {
     const struct {
@@ -153,6 +191,9 @@ TEST(ProxyRouteTest, ExcludesByPattern)
         {"[::1]:81", "http://[::1]:82/", false},
         {"fe80::/10", "http://[febf::1]/", true},
         {"fe80::/10", "http://[fec0::1]/", false},
+        {".\u00dc.org", "http://www.\u00fc.org/", true},
+        {"\u00fc.org:80", "http://xn--tda.org/", true},
+        {"\xff", "http://a.org/", false},
         {"http://a.org/x", "http://a.org/x/y", true},
         {"http://a.org/x", "https://a.org/x", false},
         {"http://a.org/x", "http://a.org/", false},
