@@ -104,7 +104,8 @@ void CurlMulti::OnReady(int fd, uint32_t events)
 void CurlMulti::Act(curl_socket_t socket, int events)
 {
     int running = 0;
-    if (curl_multi_socket_action(multi_, socket, events, &running) == CURLM_OUT_OF_MEMORY) {
+    const CURLMcode code = curl_multi_socket_action(multi_, socket, events, &running);
+    if (code == CURLM_OUT_OF_MEMORY || code == CURLM_ABORTED_BY_CALLBACK) {
         StartOver();
     } else {
         CollectDone();
@@ -144,7 +145,11 @@ int CurlMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void
     if (what == CURL_POLL_OUT || what == CURL_POLL_INOUT) {
         events |= EPOLLOUT;
     }
-    multi->loop_.Watch(socket, events, multi);
+    try {
+        multi->loop_.Watch(socket, events, multi);
+    } catch (const std::bad_alloc &) {
+        return -1;
+    }
     return 0;
 }
 

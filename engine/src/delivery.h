@@ -49,6 +49,19 @@ public:
         }
     }
 
+    // Runs something for libcurl, which knows no exceptions. What is thrown ends the transfer.
+    template <class Function> auto Guarded(Function function, decltype(function()) failure) noexcept
+    {
+        try {
+            return function();
+        } catch (const std::bad_alloc &) {
+            Meet(Trouble::NO_MEMORY);
+        } catch (...) {
+            Meet(Trouble::THREW);
+        }
+        return failure;
+    }
+
     // What keeps the transfer from going on.
     enum class Trouble { NONE, THREW, NO_MEMORY };
     Trouble GetTrouble() const { return trouble_; }

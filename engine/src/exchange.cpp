@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <climits>
-#include <new>
+#include <utility>
 
 #include "tls_options.h"
 
@@ -25,12 +25,13 @@ bool IsIdempotent(const std::string &method)
 } // namespace
 
 Exchange::Exchange(const Request &request, Receiver &receiver, Sender &sender, Recorder &recorder,
-                   Progress &progress)
+                   Progress &progress, Delivery &delivery)
     : request_(request)
     , receiver_(receiver)
     , sender_(sender)
     , recorder_(recorder)
     , progress_(progress)
+    , delivery_(delivery)
 {
 }
 
@@ -223,22 +224,11 @@ std::string Exchange::Error(CURLcode code) const
     return error_.front() != '\0' ? WithRealName(error_.data()) : curl_easy_strerror(code);
 }
 
-template <class Function>
-auto Exchange::Guarded(Function function, decltype(function()) failure) noexcept
-{
-    try {
-        return function();
-    } catch (const std::bad_alloc &) {
-        outOfMemory_ = true;
-        return failure;
-    }
-}
-
 size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
 {
     auto *const exchange = static_cast<Exchange *>(self);
     const size_t length = size * count;
-    return exchange->Guarded(
+    return exchange->delivery_.Guarded(
         [&] {
             exchange->recorder_.SeeHeaderLine({line, length});
             return exchange->receiver_.OnHeaderLine({line, length}) ? length : 0;
@@ -249,7 +239,11 @@ size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
 size_t Exchange::OnBody(char *piece, size_t size, size_t count, void *self)
 {
     auto *const exchange = static_cast<Exchange *>(self);
-    return exchange->Guarded([&] { return exchange->receiver_.OnBody({piece, size * count}); }, 0);
+    return exchange->delivery_.Guarded(
+        [&] {
+            return exchange->receiver_.OnBody({piece, size * count});
+        },
+        0);
 }
 
 int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
@@ -260,7 +254,7 @@ int Exchange::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void 
     } else if (type == CURLINFO_SSL_DATA_IN && RefusesProtocol({data, size})) {
         exchange->protocolRefused_ = true;
     }
-    return exchange->Guarded(
+    return exchange->delivery_.Guarded(
         [&] {
             const bool isText = type == CURLINFO_TEXT;
             exchange->recorder_.Record(type,
@@ -284,7 +278,7 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
                                 .uploadTotal = static_cast<uint64_t>(uploadTotal),
                                 .uploaded =
                                     exchange->sender_.Uploaded(static_cast<uint64_t>(uploaded))};
-    return exchange->Guarded(
+    return exchange->delivery_.Guarded(
         [&] {
             exchange->progress_.Report(state);
             return 0;

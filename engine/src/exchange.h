@@ -40,7 +40,7 @@ class Exchange
 {
 public:
     Exchange(const Request &request, Receiver &receiver, Sender &sender, Recorder &recorder,
-             Progress &progress);
+             Progress &progress, Delivery &delivery);
     ~Exchange();
     Exchange(const Exchange &) = delete;
     Exchange &operator=(const Exchange &) = delete;
@@ -64,9 +64,6 @@ public:
     // Whether the server refused TLS because it speaks no version of HTTP that was offered.
     bool ProtocolRefused() const { return protocolRefused_; }
 
-    // A callback of libcurl ran out of memory.
-    bool OutOfMemory() const { return outOfMemory_; }
-
 private:
     void SetBasics(CURL *easy, const Hop &hop, CURLSH *share);
     CURLcode SetBody(const Hop &hop);
@@ -82,10 +79,6 @@ private:
     void WatchProgress();
     std::string WithRealName(std::string text) const;
 
-    // Runs what may throw for libcurl, which knows no exceptions.
-    template <class Function>
-    auto Guarded(Function function, decltype(function()) failure) noexcept;
-
     static size_t OnHeader(char *line, size_t size, size_t count, void *self);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
     static int OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self);
@@ -98,6 +91,7 @@ private:
     Sender &sender_;
     Recorder &recorder_;
     Progress &progress_;
+    Delivery &delivery_;
     CURL *easy_ = nullptr;
     HeaderList headers_;
     StringList connectTo_;
@@ -109,7 +103,6 @@ private:
     bool refusedRetry_ = false;
     const char *refusedCertificate_ = nullptr;
     bool protocolRefused_ = false;
-    bool outOfMemory_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};
 };
 

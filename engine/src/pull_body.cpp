@@ -41,7 +41,13 @@ std::optional<size_t> PullBody::TryRead(char *buffer, size_t size)
     return ended_ ? std::optional<size_t>(0) : std::nullopt;
 }
 
-size_t PullBody::Read(char *buffer, size_t size)
+size_t PullBody::Read(char *buffer, size_t size) noexcept
+{
+    return delivery_.Guarded([=, this] { return ReadOrAsk(buffer, size); },
+                             size_t{CURL_READFUNC_ABORT});
+}
+
+size_t PullBody::ReadOrAsk(char *buffer, size_t size)
 {
     {
         MutexLock lock(mutex_);

@@ -30,7 +30,7 @@ public:
 
     // For libcurl: the bytes written to `buffer`, or CURL_READFUNC_PAUSE or _ABORT. After a pause
     // the transfer is woken when there is something to read.
-    size_t Read(char *buffer, size_t size);
+    size_t Read(char *buffer, size_t size) noexcept;
 
     // After a pause: whether there is something to read.
     bool Ready() const;
@@ -46,6 +46,7 @@ public:
 
 private:
     void Pull();
+    size_t ReadOrAsk(char *buffer, size_t size);
     std::optional<size_t> TryRead(char *buffer, size_t size) REQUIRES(mutex_);
 
     const GetDataFunction function_;

@@ -21,7 +21,7 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , receiver_(*response_, *this)
     , sender_(*request_, *this)
     , progress_(configuration_.tracing.eventsHandler, *this)
-    , exchange_(*request_, receiver_, sender_, recorder_, progress_)
+    , exchange_(*request_, receiver_, sender_, recorder_, progress_, *this)
     , lookup_(core_->GetRuntime(), recorder_, *this)
     , needsSlot_(needsSlot)
 {
@@ -44,8 +44,8 @@ void Transfer::Advance()
 {
     try {
         Steps();
-    } catch (const std::bad_alloc &) {
-        FailWithoutMemory();
+    } catch (...) {
+        FailThrown();
     }
 }
 
@@ -304,8 +304,8 @@ void Transfer::ExchangeDone(CURLcode code)
         } else {
             CollectOutcome(easy_);
         }
-    } catch (const std::bad_alloc &) {
-        FailWithoutMemory();
+    } catch (...) {
+        FailThrown();
     }
     Advance();
 }

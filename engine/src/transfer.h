@@ -108,6 +108,7 @@ private:
     void Fail(CURLcode code, const std::string &what, const std::string &where = {});
     void FailExchange(CURL *easy, CURLcode code);
     void FailOfTrouble();
+    void FailThrown();
     CURLcode CauseOf(CURLcode code, std::string &what) const;
     std::string HopAddress(CURL *easy) const;
     bool KnowsHttp2() const

@@ -67,17 +67,19 @@ std::optional<TimePoint> Transfer::WaitLimit() const
 CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
 {
     what = exchange_.Error(code);
-    if (GetTrouble() == Trouble::THREW) {
+    switch (GetTrouble()) {
+    case Trouble::THREW:
         what = CALLBACK_THREW;
         return CURLE_ABORTED_BY_CALLBACK;
+    case Trouble::NO_MEMORY:
+        what = "Memory ran out";
+        return CURLE_OUT_OF_MEMORY;
+    case Trouble::NONE:
+        break;
     }
     if (receiver_.Failure() != CURLE_OK) {
         what = receiver_.Problem();
         return receiver_.Failure();
-    }
-    if (exchange_.OutOfMemory()) {
-        what = "Memory ran out";
-        return CURLE_OUT_OF_MEMORY;
     }
     if (receiver_.Refused()) {
         what = "The data callback stopped the transfer";
@@ -168,7 +170,7 @@ void Transfer::FailWithoutMemory()
     if (Done()) {
         return;
     }
-    if (state_ == State::UNDER_WAY) {
+    if (state_ == State::UNDER_WAY && easy_ != nullptr) {
         StopExchange(easy_);
     }
     DropExchange(false);
@@ -183,7 +185,28 @@ void Transfer::FailOfTrouble()
         StopExchange(easy_);
         FailExchange(easy_, CURLE_ABORTED_BY_CALLBACK);
     } else {
+        DropExchange();
         Fail(CURLE_ABORTED_BY_CALLBACK, CALLBACK_THREW);
+    }
+}
+
+// What was thrown is being handled.
+void Transfer::FailThrown()
+{
+    if (Done()) {
+        return;
+    }
+    try {
+        throw;
+    } catch (const std::bad_alloc &) {
+        Meet(Trouble::NO_MEMORY);
+    } catch (...) {
+        Meet(Trouble::THREW);
+    }
+    try {
+        FailOfTrouble();
+    } catch (...) { // no room for the words
+        FailWithoutMemory();
     }
 }
 
@@ -247,7 +270,7 @@ uint32_t Transfer::TellEnd(uint32_t code)
             response_->SetTimeInfo(phases_.Result());
         }
         response_->MutableDebugInfo() = recorder_.Take();
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
         return code != 0 ? code : ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY;
     }
     return code;

@@ -72,7 +72,10 @@ struct Flight {
             response->destroyResponse(response);
         }
     }
-    bool Whole() const { return response != nullptr && response->bodyLength == 1024; }
+    bool Whole(size_t length) const
+    {
+        return response != nullptr && response->statusCode == 200 && response->bodyLength == length;
+    }
 };
 
 void OnResponse(void *self, Tnx_Response *response, uint32_t code)
@@ -84,8 +87,18 @@ void OnResponse(void *self, Tnx_Response *response, uint32_t code)
     flight->over.release();
 }
 
+std::atomic<bool> g_pulled;
+
+// One byte for each request.
+int Pull(char *buffer, unsigned int)
+{
+    *buffer = 'a';
+    return g_pulled.exchange(true) ? 0 : 1;
+}
+
 void Fetch(Tnx_Session *session, Tnx_Request *request, bool synchronous, Flight &flight)
 {
+    g_pulled = false;
     if (synchronous) {
         flight.response = OVX_Tnx_FetchSync(session, request, &flight.code);
         return;
@@ -99,7 +112,7 @@ void Fetch(Tnx_Session *session, Tnx_Request *request, bool synchronous, Flight 
     }
 }
 
-class ScarceMemoryTest : public testing::TestWithParam<std::tuple<bool, bool, bool>>
+class ScarceMemoryTest : public testing::TestWithParam<std::tuple<bool, bool, bool, bool>>
 {
 protected:
     static void SetUpTestSuite() { nginx_ = new NginxServer; }
@@ -110,19 +123,23 @@ protected:
 
 TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
 {
-    const auto [synchronous, kept, lasting] = GetParam();
+    const auto [synchronous, kept, lasting, uploads] = GetParam();
     g_lasting = lasting;
-    const std::string url = nginx_->Url("/1k");
+    const std::string url = nginx_->Url(uploads ? "/sink" : "/1k");
+    const size_t length = uploads ? 0 : 1024;
+    Tnx_RequestContent content = {TNX_CONTENT_GET_DATA, {.getDataCallback = Pull}};
     long failures = 0;
     for (bool reached = true; reached; ++failures) {
         SCOPED_TRACE("allocation " + std::to_string(failures + 1));
         uint32_t code = 0;
         Tnx_Session *session = OVX_Tnx_CreateSession(nullptr, &code);
         Tnx_Request *request = OVX_Tnx_CreateRequest(url.c_str());
+        request->method = uploads ? "PUT" : "GET";
+        request->content = uploads ? &content : nullptr;
         if (kept) {
             Flight first;
             Fetch(session, request, synchronous, first);
-            ASSERT_TRUE(first.Whole());
+            ASSERT_TRUE(first.Whole(length));
         }
 
         Flight flight;
@@ -131,14 +148,14 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
         reached = g_left.exchange(NEVER) <= 0;
         EXPECT_NE(flight.code, UINT32_MAX) << "the callback is lost";
         EXPECT_LE(flight.calls, 1);
-        EXPECT_TRUE(flight.code != TNX_OK || flight.Whole());
+        EXPECT_TRUE(flight.code != TNX_OK || flight.Whole(length));
         EXPECT_TRUE(reached || flight.code == TNX_OK) << flight.code;
 
         for (const bool again : {true, false}) {
             Flight next;
             Fetch(session, request, again, next);
             EXPECT_EQ(next.code, TNX_OK);
-            EXPECT_TRUE(next.Whole());
+            EXPECT_TRUE(next.Whole(length));
         }
         OVX_Tnx_DestroyRequest(request);
         OVX_Tnx_CloseSession(&session);
@@ -148,6 +165,7 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
 }
 
 INSTANTIATE_TEST_SUITE_P(Roads, ScarceMemoryTest,
-                         testing::Combine(testing::Bool(), testing::Bool(), testing::Bool()));
+                         testing::Combine(testing::Bool(), testing::Bool(), testing::Bool(),
+                                          testing::Bool()));
 
 } // namespace
