@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <string_view>
 #include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@ namespace
 
 constexpr size_t MAX_HEAD = 16 * 1024 * 1024;
 constexpr int SENDS_IN_A_TURN = 16;
+constexpr size_t FRAME_HEAD = 9; // of HTTP/2
 
 } // namespace
 
@@ -141,6 +143,8 @@ Connection::Progress Connection::Perform(Step &step)
         }
         return progress;
     }
+    case Step::Kind::READ_FRAMES:
+        return TakeFrames(step);
     case Step::Kind::CLOSE:
         // Closing with unread bytes would reset the connection and take back what was sent.
         shutdown(fd_, SHUT_WR);
@@ -153,6 +157,43 @@ Connection::Progress Connection::Perform(Step &step)
     }
     }
     return Progress::OVER;
+}
+
+// Collects the data of the frames in the step and sends it at their end; a frame of the type 255 in
+// it is a pause.
+Connection::Progress Connection::TakeFrames(Step &step)
+{
+    constexpr std::string_view PREFACE = "SM\r\n\r\n"; // what is left of it
+    const std::string pause("\0\0\0\xff\0\0\0\0\0", FRAME_HEAD);
+    if (step.bytes == nullptr && input_.size() >= PREFACE.size()) {
+        input_.erase(0, PREFACE.size());
+        step.bytes = std::make_shared<const std::string>();
+    }
+    if (step.bytes == nullptr || input_.size() < FRAME_HEAD) {
+        return Fill();
+    }
+    const auto at = [this](size_t i) { return static_cast<unsigned char>(input_[i]); };
+    const size_t length = static_cast<size_t>(at(0) << 16 | at(1) << 8 | at(2));
+    if (input_.size() < FRAME_HEAD + length) {
+        return Fill();
+    }
+    const bool data = at(3) == 0;
+    const bool ends = (data || at(3) == 1) && (at(4) & 1) != 0;
+    const std::string all = *step.bytes + (data ? input_.substr(FRAME_HEAD, length) : "");
+    input_.erase(0, FRAME_HEAD + length);
+    if (!ends) {
+        step.bytes = std::make_shared<const std::string>(all);
+        return Progress::ON;
+    }
+    script_.Pop();
+    const size_t middle = all.find(pause);
+    script_.Send(all.substr(0, middle));
+    if (middle != std::string::npos) {
+        script_.Sleep(std::chrono::milliseconds(30));
+        script_.Send(all.substr(middle + pause.size()));
+    }
+    script_.Close();
+    return Progress::ON;
 }
 
 Connection::Progress Connection::Send(Step &step)

@@ -50,6 +50,7 @@ private:
     Progress TakeHead();
     Progress TakeBody();
     Progress Perform(Step &step);
+    Progress TakeFrames(Step &step);
     Progress Send(Step &step);
     Progress Sleep(std::chrono::milliseconds pause);
     Progress Linger();

@@ -199,6 +199,19 @@ void Interim(const Visit &visit, Script &script)
     Reply(visit, script, 200, "ok");
 }
 
+// /raw: the body of the request in place of an answer, head and all.
+void Raw(const Visit &visit, Script &script)
+{
+    script.Send(visit.request.content);
+    script.Close();
+}
+
+// Whatever is asked for over HTTP/2, with prior knowledge: the same, frames and all.
+void RawFrames(const Visit &, Script &script)
+{
+    script.EchoFrames();
+}
+
 // /keep-alive-then-close: answers the first request of a connection and then dies: when the next
 // one comes, or with at-once=1 right after the answer. With how=reset by a reset.
 void KeepAliveThenClose(const Visit &visit, Script &script)
@@ -238,6 +251,8 @@ std::unordered_map<std::string, Route> FaultRoutes()
         {"/early-answer", {EarlyAnswer, true}},
         {"/slow-read", {SlowRead, true}},
         {"/100-continue", {Interim, true}},
+        {"/raw", {Raw}},
+        {"*", {RawFrames}}, // the target of the preface
         {"/keep-alive-then-close", {KeepAliveThenClose}},
     };
 }

@@ -14,11 +14,12 @@ namespace OHOS::Pelloria::TnxTest
 
 struct Step {
     enum class Kind {
-        SEND,      // `bytes`, `times` over
-        SLEEP,     // for `pause`, reading nothing
-        READ_BODY, // to its end
-        CLOSE,     // orderly: the peer reads all that was sent
-        RESET      // the peer sees a reset
+        SEND,        // `bytes`, `times` over
+        SLEEP,       // for `pause`, reading nothing
+        READ_BODY,   // to its end
+        READ_FRAMES, // of an HTTP/2 request, whose body is sent back as frames
+        CLOSE,       // orderly: the peer reads all that was sent
+        RESET        // the peer sees a reset
     };
 
     Kind kind;
@@ -45,6 +46,7 @@ public:
         steps_.push_back({Step::Kind::SLEEP, {}, 1, pause});
     }
     void ReadBody() { steps_.push_back({Step::Kind::READ_BODY, {}}); }
+    void EchoFrames() { steps_.push_back({Step::Kind::READ_FRAMES, {}}); }
     void Close() { steps_.push_back({Step::Kind::CLOSE, {}}); }
     void Reset() { steps_.push_back({Step::Kind::RESET, {}}); }
 

@@ -53,6 +53,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
 {
     easy_ = easy;
     error_.front() = '\0';
+    idempotent_ = IsIdempotent(hop.method);
     sentBefore_ = false;
     bodySent_ = 0;
     refusedCertificate_ = nullptr;
@@ -88,6 +89,8 @@ void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
     const bool streams =
         static_cast<bool>(request_.GetConfiguration().tracing.eventsHandler.onDataReceive);
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);
+    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, BeforeRequest);
+    curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, OnHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, OnBody);
@@ -114,9 +117,7 @@ CURLcode Exchange::SetMethod(const Hop &hop)
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, "");
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE, 0L);
     }
-    if (hop.body && !IsIdempotent(hop.method)) {
-        curl_easy_setopt(easy_, CURLOPT_PREREQFUNCTION, BeforeRequest);
-        curl_easy_setopt(easy_, CURLOPT_PREREQDATA, this);
+    if (hop.body && !idempotent_) {
         WatchProgress();
     }
     return curl_easy_setopt(easy_, CURLOPT_CUSTOMREQUEST, hop.method.c_str());
@@ -231,7 +232,11 @@ size_t Exchange::OnHeader(char *line, size_t size, size_t count, void *self)
     return exchange->delivery_.Guarded(
         [&] {
             exchange->recorder_.SeeHeaderLine({line, length});
-            return exchange->receiver_.OnHeaderLine({line, length}) ? length : 0;
+            const bool goOn = exchange->receiver_.OnHeaderLine({line, length});
+            if (exchange->receiver_.Ambiguous()) {
+                curl_easy_setopt(exchange->easy_, CURLOPT_FORBID_REUSE, 1L);
+            }
+            return goOn ? length : 0;
         },
         0);
 }
@@ -286,17 +291,25 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
         1);
 }
 
-// libcurl repeats a request by itself when a kept connection turns out to be dead, and has then
-// forgotten how much of the body it has sent.
 int Exchange::BeforeRequest(void *self, char *, char *, int, int)
 {
     auto *const exchange = static_cast<Exchange *>(self);
-    if (std::exchange(exchange->sentBefore_, true) && exchange->bodySent_ > 0 &&
-        exchange->receiver_.Block().Status() == 0) {
-        exchange->refusedRetry_ = true;
-        return CURL_PREREQFUNC_ABORT;
+    const bool mayGo =
+        exchange->delivery_.Guarded([exchange] { return exchange->MayGoOut(); }, false);
+    return mayGo ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+bool Exchange::MayGoOut()
+{
+    // libcurl repeats a request by itself when a kept connection turns out to be dead, and has then
+    // forgotten how much of the body it has sent.
+    if (std::exchange(sentBefore_, true) && !idempotent_ && bodySent_ > 0 &&
+        receiver_.Block().Untouched()) {
+        refusedRetry_ = true;
+        return false;
     }
-    return CURL_PREREQFUNC_OK;
+    receiver_.StartResponse();
+    return true;
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -78,6 +78,7 @@ private:
     void WatchEvents();
     void WatchProgress();
     std::string WithRealName(std::string text) const;
+    bool MayGoOut();
 
     static size_t OnHeader(char *line, size_t size, size_t count, void *self);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
@@ -98,6 +99,7 @@ private:
     StringList resolve_;
     std::string syntheticName_; // stands for the host's addresses
     std::string realName_;
+    bool idempotent_ = false;
     bool sentBefore_ = false;
     curl_off_t bodySent_ = 0;
     bool refusedRetry_ = false;

@@ -26,10 +26,11 @@ bool HeaderBlock::Add(std::string_view line)
 {
     size_ += line.size();
     line = WithoutLineEnd(line);
-    if (line.starts_with("HTTP/") && (complete_ || status_ == 0)) {
+    if (Final()) {
+        // A trailer: its fields must not be merged into the header section (RFC 9110 section 6.5),
+        // whatever they look like.
+    } else if (!started_ || complete_) {
         Start(line);
-    } else if (complete_) {
-        // A trailer: its fields must not be merged into the header section (RFC 9110 section 6.5).
     } else if (line.empty()) {
         complete_ = true;
     } else if (line.front() == ' ' || line.front() == '\t') {
@@ -40,15 +41,18 @@ bool HeaderBlock::Add(std::string_view line)
     return size_ <= MAX_SIZE;
 }
 
-void HeaderBlock::Start(std::string_view statusLine)
+void HeaderBlock::Start(std::string_view line)
 {
-    if (complete_ || !fields_->empty()) {
+    const size_t size = size_;
+    if (started_) {
         *this = HeaderBlock();
     }
-    size_ = statusLine.size();
-    const size_t space = statusLine.find(' ');
-    if (space != std::string_view::npos) {
-        const std::string_view code = statusLine.substr(space + 1, 3);
+    size_ = size;
+    started_ = true;
+    old_ = line.starts_with("HTTP/1.0 ");
+    const size_t space = line.find(' ');
+    if (line.starts_with("HTTP/") && space != std::string_view::npos) {
+        const std::string_view code = Trim(line.substr(space)).substr(0, 3);
         std::from_chars(code.data(), code.data() + code.size(), status_);
     }
 }

@@ -2,7 +2,6 @@
 #include "receiver.h"
 
 #include <algorithm>
-#include <charconv>
 #include <ctime>
 #include <limits>
 #include <utility>
@@ -18,9 +17,14 @@ namespace
 
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
 
-bool IsRedirect(int32_t status)
+bool IsRedirect(const HeaderBlock &block)
 {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+    const int32_t status = block.Status();
+    if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) {
+        return false;
+    }
+    const auto location = block.Fields()->find("location");
+    return location != block.Fields()->end();
 }
 
 } // namespace
@@ -37,14 +41,20 @@ Receiver::Receiver(Response &response, Delivery &delivery)
     }
 }
 
-void Receiver::StartHop(const Url &url, bool mayRepeat)
+void Receiver::StartHop(const Hop &hop, bool mayRepeat)
 {
-    url_ = &url;
+    hop_ = &hop;
     mayRepeat_ = mayRepeat;
-    redirected_ = false;
-    if (block_.Status() != 0) {
+    StartResponse();
+}
+
+void Receiver::StartResponse()
+{
+    if (!block_.Untouched()) {
         block_ = HeaderBlock();
     }
+    framing_ = {};
+    redirected_ = false;
 }
 
 bool Receiver::OnHeaderLine(std::string_view line)
@@ -54,36 +64,44 @@ bool Receiver::OnHeaderLine(std::string_view line)
         Fail(CURLE_RECV_ERROR, "The header section is too large");
         return false;
     }
-    if (block_.Complete() && !wasComplete) {
-        EndOfBlock();
-    }
-    return true;
+    return wasComplete || !block_.Complete() || EndOfBlock();
 }
 
-void Receiver::EndOfBlock()
+// False to read no further.
+bool Receiver::EndOfBlock()
 {
-    const int32_t status = block_.Status();
     decoder_.reset();
     bodyBegun_ = false;
-    KeepCookies();
-    if (status < 200) {
-        return;
+    if (block_.Status() < 100) {
+        Fail(CURLE_WEIRD_SERVER_REPLY, "The answer is not HTTP: it has no status");
+        return false;
     }
-    redirected_ =
-        configuration_.autoRedirect && IsRedirect(status) && block_.Fields()->contains("location");
-    response_.SetStatusCode(status);
-    response_.SetHeaders(block_.Fields());
+    if (block_.Final()) {
+        response_.SetStatusCode(block_.Status());
+        response_.SetHeaders(block_.Fields());
+    }
+    framing_ = ReadFraming(block_);
+    if (framing_.problem != nullptr) {
+        Fail(CURLE_WEIRD_SERVER_REPLY, framing_.problem);
+        return false;
+    }
+    KeepCookies();
+    if (!block_.Final()) {
+        return true;
+    }
+    redirected_ = configuration_.autoRedirect && IsRedirect(block_);
     // Whether libcurl goes on after a challenge shows only when it delivers a body.
-    if (!redirected_ && !(mayRepeat_ && (status == 401 || status == 407))) {
+    if (!redirected_ && !(mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407))) {
         TellHeaders();
     }
+    return true;
 }
 
 void Receiver::KeepCookies()
 {
     for (const std::string &line : block_.SetCookies()) {
         if (std::optional<ResponseCookie> cookie = ParseSetCookie(line, std::time(nullptr))) {
-            hopCookies_.Store(*cookie, *url_);
+            hopCookies_.Store(*cookie, hop_->url);
             response_.MutableCookies().push_back(std::move(*cookie));
         }
     }
@@ -103,6 +121,9 @@ size_t Receiver::OnBody(std::string_view piece)
 {
     if (redirected_) {
         return piece.size();
+    }
+    if (!block_.Final()) {
+        return Fail(CURLE_WEIRD_SERVER_REPLY, "Data came in place of the final response");
     }
     TellHeaders();
     try {
@@ -192,27 +213,17 @@ size_t Receiver::Accept(std::string_view piece)
 
 size_t Receiver::Keep(std::string_view piece)
 {
+    const uint64_t announced = decoder_ == nullptr ? framing_.length.value_or(0) : 0;
     if (body_.Size() == 0) {
-        ReserveBody();
+        body_.Reserve(announced);
     }
-    if (announced_ > MAX_BODY || body_.Size() + piece.size() > MAX_BODY) {
+    if (announced > MAX_BODY || body_.Size() + piece.size() > MAX_BODY) {
         return Fail(CURLE_FILESIZE_EXCEEDED,
                     "The body is larger than 2147483647 bytes, the most that is kept in memory");
     }
     body_.Append(piece);
     received_ += piece.size();
     return piece.size();
-}
-
-void Receiver::ReserveBody()
-{
-    const auto field = block_.Fields()->find("content-length");
-    announced_ = 0;
-    if (field != block_.Fields()->end() && decoder_ == nullptr) {
-        const std::string &text = field->second.front();
-        std::from_chars(text.data(), text.data() + text.size(), announced_);
-    }
-    body_.Reserve(announced_);
 }
 
 bool Receiver::EndOfBody()

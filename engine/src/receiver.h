@@ -10,7 +10,9 @@
 
 #include "body_pipe.h"
 #include "delivery.h"
+#include "framing.h"
 #include "header_block.h"
+#include "hop.h"
 #include "hop_cookies.h"
 #include "kept_body.h"
 #include "sliced_decoder.h"
@@ -25,7 +27,11 @@ public:
     Receiver(Response &response, Delivery &delivery);
 
     // A hop starts. `mayRepeat`: libcurl may answer a 401 or 407 by itself.
-    void StartHop(const Url &url, bool mayRepeat);
+    void StartHop(const Hop &hop, bool mayRepeat);
+
+    // A request goes out, of which a hop has several where libcurl repeats it: what comes next is
+    // its response.
+    void StartResponse();
 
     // Whether the content codings of the hop's body are to be undone.
     void DecodeContent(bool decode) { decodes_ = decode; }
@@ -43,6 +49,9 @@ public:
     // Where the hop redirects to something that is to be followed.
     bool Redirected() const { return redirected_; }
     const HeaderBlock &Block() const { return block_; }
+
+    // The server may see more of the response to come than there is: its connection is not kept.
+    bool Ambiguous() const { return framing_.ambiguous; }
     const HopCookies &Cookies() const { return hopCookies_; }
 
     // libcurl waits until the application has taken what it has, or until that is decoded. Whether
@@ -69,10 +78,9 @@ public:
     void Stop();
 
 private:
-    void EndOfBlock();
+    bool EndOfBlock();
     void KeepCookies();
     void TellHeaders();
-    void ReserveBody();
     void StartDecoding();
     size_t Decode(std::string_view piece);
     size_t DecodeAside();
@@ -86,7 +94,8 @@ private:
     std::optional<BodyPipe> pipe_;
     HopCookies hopCookies_;
     HeaderBlock block_;
-    const Url *url_ = nullptr;
+    Framing framing_;
+    const Hop *hop_ = nullptr;
     bool mayRepeat_ = false;
     bool redirected_ = false;
     bool headersTold_ = false;
@@ -98,7 +107,6 @@ private:
     size_t given_ = 0;   // to the decoder, of the piece that libcurl brings again after a pause
     bool aside_ = false; // decodes a slice, or has done so
     KeptBody body_;
-    uint64_t announced_ = 0; // by the content-length
     uint64_t received_ = 0;
     CURLcode failure_ = CURLE_OK;
     std::string problem_;

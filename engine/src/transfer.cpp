@@ -254,7 +254,7 @@ void Transfer::Send()
     const bool mayRepeat = !configuration_.security.credentialName.Empty() ||
                            !configuration_.security.credentialPassword.Empty() ||
                            !route_.proxy.Direct();
-    receiver_.StartHop(hop_.url, mayRepeat);
+    receiver_.StartHop(hop_, mayRepeat);
     easy_ = TakeHandle();
     const CURLcode code = exchange_.Prepare(easy_, hop_, route_, GetTimeLeft(), core_->Share());
     if (code != CURLE_OK) {
@@ -299,7 +299,7 @@ void Transfer::ExchangeDone(CURLcode code)
         phases_.HopEnded(easy_);
         if (Dropped()) {
             Abandon(!request_->IsCanceled());
-        } else if (code != CURLE_OK || receiver_.Refused()) {
+        } else if (!Answered(code)) {
             FailExchange(easy_, code);
         } else {
             CollectOutcome(easy_);
@@ -308,6 +308,14 @@ void Transfer::ExchangeDone(CURLcode code)
         FailThrown();
     }
     Advance();
+}
+
+// Whether the hop has brought a whole response. libcurl takes the end of a connection within the
+// header section for that of a response.
+bool Transfer::Answered(CURLcode code) const
+{
+    return code == CURLE_OK && receiver_.Block().Final() && !receiver_.Refused() &&
+           receiver_.Failure() == CURLE_OK && GetTrouble() == Trouble::NONE;
 }
 
 void Transfer::CollectOutcome(CURL *easy)

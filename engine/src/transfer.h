@@ -101,6 +101,7 @@ private:
     bool TakeProxyAddresses();
     void Send();
     bool GoOn();
+    bool Answered(CURLcode code) const;
     void CollectOutcome(CURL *easy);
     void Redirect(const std::string &location);
     bool Drain();

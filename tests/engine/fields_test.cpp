@@ -236,7 +236,9 @@ TEST(HeaderBlockTest, PutsLinesTogether)
         {{"HTTP/1.1 200 OK\r\n", " folded onto nothing\r\n", "no colon\r\n", "\r\n"}, "200"},
         {{"HTTP/1.1 100 Continue\r\n", "A: b\r\n", "\r\n", "HTTP/1.1 200 OK\r\n", "\r\n"}, "200"},
         {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "\r\n", "A: trailer\r\n", "\r\n"}, "200|a=b"},
+        {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "\r\n", "HTTP/1.1 302: x\r\n", "\r\n"}, "200|a=b"},
         {{"HTTP/1.1 200 OK\r\n", "HTTP/x: y\r\n", "\r\n"}, "200|http/x=y"},
+        {{"http/1.1 200 OK\r\n", "A: b\r\n", "\r\n"}, "0|a=b"},
         {{"HTTP/1.1 abc\r\n", "\r\n"}, "0"},
     };
     for (const auto &[lines, shown] : cases) {

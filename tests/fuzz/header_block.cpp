@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "header_block.h"
+#include "framing.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -19,6 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
         rest.remove_prefix(line.size());
     }
+    OHOS::Pelloria::Tnx::ReadFraming(block);
     for (const auto &[name, values] : *block.Fields()) {
         const bool upper = std::any_of(name.begin(), name.end(),
                                        [](unsigned char c) { return c >= 'A' && c <= 'Z'; });
