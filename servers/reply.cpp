@@ -4,6 +4,11 @@
 namespace OHOS::Pelloria::TnxTest
 {
 
+unsigned Code(const Visit &visit)
+{
+    return static_cast<unsigned>(visit.query.Number("code", 200));
+}
+
 std::string ReplyHead(const Visit &visit, unsigned code, const Lines &lines)
 {
     std::string head =

@@ -12,6 +12,9 @@ namespace OHOS::Pelloria::TnxTest
 
 using Lines = std::vector<std::string>;
 
+// 200, or what the query asks for (`code=302`).
+unsigned Code(const Visit &visit);
+
 // A response head with `lines` and with the lines that the query asks for (`line=Name: value`).
 std::string ReplyHead(const Visit &visit, unsigned code, const Lines &lines);
 

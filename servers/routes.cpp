@@ -36,7 +36,7 @@ std::string PercentDecode(std::string_view text)
 void Bytes(const Visit &visit, Script &script)
 {
     const uint64_t length = visit.query.Number("n");
-    script.Send(ReplyHead(visit, 200, {LengthLine(length)}));
+    script.Send(ReplyHead(visit, Code(visit), {LengthLine(length)}));
     if (visit.request.Method() != "HEAD") {
         SendPattern(script, length);
     }
@@ -78,7 +78,7 @@ void Status(const Visit &visit, Script &script)
 {
     const uint64_t times = visit.query.Number("times");
     const bool over = times > 0 && visit.ofTarget > times;
-    const auto code = static_cast<unsigned>(visit.query.Number("code", 200));
+    const unsigned code = Code(visit);
     Reply(visit, script, over ? 200 : code, over ? "done" : "status " + std::to_string(code));
 }
 

@@ -60,8 +60,7 @@ void Stall(const Visit &visit, Script &script)
     if (visit.query.Text("after").empty()) {
         script.Sleep(Pause(visit));
     }
-    const auto code = static_cast<unsigned>(visit.query.Number("code", 200));
-    script.Send(ReplyHead(visit, code, {LengthLine(length)}) + Pattern(before));
+    script.Send(ReplyHead(visit, Code(visit), {LengthLine(length)}) + Pattern(before));
     if (!visit.query.Text("after").empty()) {
         script.Sleep(Pause(visit));
     }
@@ -126,7 +125,7 @@ void EndlessHeader(const Visit &, Script &script)
 // /endless: a body without end.
 void Endless(const Visit &visit, Script &script)
 {
-    script.Send(ReplyHead(visit, 200, {}));
+    script.Send(ReplyHead(visit, Code(visit), {}));
     SendPattern(script, UINT64_MAX);
 }
 

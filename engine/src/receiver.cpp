@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
+constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connection
 
 bool IsRedirect(const HeaderBlock &block)
 {
@@ -24,7 +25,7 @@ bool IsRedirect(const HeaderBlock &block)
         return false;
     }
     const auto location = block.Fields()->find("location");
-    return location != block.Fields()->end();
+    return location != block.Fields()->end() && !location->second.front().empty();
 }
 
 } // namespace
@@ -55,6 +56,7 @@ void Receiver::StartResponse()
     }
     framing_ = {};
     redirected_ = false;
+    skipped_ = 0;
 }
 
 bool Receiver::OnHeaderLine(std::string_view line)
@@ -94,7 +96,13 @@ bool Receiver::EndOfBlock()
     if (!redirected_ && !(mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407))) {
         TellHeaders();
     }
-    return true;
+    return !redirected_ || SkipsBody();
+}
+
+// Whether a redirect's body is worth reading, to keep the connection.
+bool Receiver::SkipsBody()
+{
+    return hop_->method == "HEAD" || framing_.length.value_or(MAX_SKIPPED + 1) <= MAX_SKIPPED;
 }
 
 void Receiver::KeepCookies()
@@ -120,7 +128,8 @@ void Receiver::TellHeaders()
 size_t Receiver::OnBody(std::string_view piece)
 {
     if (redirected_) {
-        return piece.size();
+        skipped_ += piece.size();
+        return skipped_ <= MAX_SKIPPED ? piece.size() : 0;
     }
     if (!block_.Final()) {
         return Fail(CURLE_WEIRD_SERVER_REPLY, "Data came in place of the final response");

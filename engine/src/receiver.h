@@ -46,7 +46,7 @@ public:
     // is not whole.
     bool EndOfBody();
 
-    // Where the hop redirects to something that is to be followed.
+    // Where the hop redirects to something that is to be followed. Its body is nothing to wait for.
     bool Redirected() const { return redirected_; }
     const HeaderBlock &Block() const { return block_; }
 
@@ -79,6 +79,7 @@ public:
 
 private:
     bool EndOfBlock();
+    bool SkipsBody();
     void KeepCookies();
     void TellHeaders();
     void StartDecoding();
@@ -108,6 +109,7 @@ private:
     bool aside_ = false; // decodes a slice, or has done so
     KeptBody body_;
     uint64_t received_ = 0;
+    uint64_t skipped_ = 0; // of a redirect's body
     CURLcode failure_ = CURLE_OK;
     std::string problem_;
 };

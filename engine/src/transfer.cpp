@@ -310,12 +310,17 @@ void Transfer::ExchangeDone(CURLcode code)
     Advance();
 }
 
-// Whether the hop has brought a whole response. libcurl takes the end of a connection within the
-// header section for that of a response.
+// Whether the hop has brought all that matters of its response. libcurl takes the end of a
+// connection within the header section for that of a response; and it fails for what a redirect's
+// body lacks, or because the receiver would not wait for it.
 bool Transfer::Answered(CURLcode code) const
 {
-    return code == CURLE_OK && receiver_.Block().Final() && !receiver_.Refused() &&
-           receiver_.Failure() == CURLE_OK && GetTrouble() == Trouble::NONE;
+    if (receiver_.Failure() != CURLE_OK || receiver_.Refused() || GetTrouble() != Trouble::NONE) {
+        return false;
+    }
+    const bool cut = code == CURLE_WRITE_ERROR || code == CURLE_PARTIAL_FILE ||
+                     code == CURLE_RECV_ERROR || code == CURLE_HTTP2_STREAM;
+    return receiver_.Block().Final() && (code == CURLE_OK || (cut && receiver_.Redirected()));
 }
 
 void Transfer::CollectOutcome(CURL *easy)

@@ -79,7 +79,7 @@ std::vector<Answer> Http1Answers()
          3,
          201},
         {"bodiless", {"HTTP/1.1 204 No Content\r\nX: y\r\n\r\n"}, 1, 204},
-        {"redirect", {found + "\r\nContent-Length: 5\r\n\r\n", "abcde"}, 2},
+        {"redirect", {found + "\r\nContent-Length: 5\r\n\r\n", "abcde"}, 1},
     };
 }
 
@@ -112,7 +112,7 @@ std::vector<Answer> Http2Answers()
         {"redirect",
          {settings, Head({{":status", "302"}, {"location", Nginx().Url("/1k", Site::CLEAR_HTTP2)}}),
           Frame(DATA, 0, "abc"), last},
-         4,
+         2,
          200,
          false},
     };

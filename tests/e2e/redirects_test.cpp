@@ -205,6 +205,8 @@ TEST_F(RedirectsTest, LocationsAreResolvedAndLimited)
         {To("/echo%23fragment"), 200, root + "/echo#fragment"},
         {Scripted().Url("/redirect?n=50&to=/echo"), 200, root + "/echo"},
         {Scripted().Url("/status?code=302"), 302, Scripted().Url("/status?code=302")},
+        {Scripted().Url("/status?code=302&line=Location:"), 302,
+         Scripted().Url("/status?code=302&line=Location:")},
         {Scripted().Url("/status?code=304&line=Location:%20/echo"), 304,
          Scripted().Url("/status?code=304&line=Location:%20/echo")},
     };
@@ -223,6 +225,39 @@ TEST_F(RedirectsTest, LocationsAreResolvedAndLimited)
         EXPECT_EQ(outcome.body, "elsewhere");
         EXPECT_EQ(outcome.headers.at("location"), "/echo");
     });
+}
+
+TEST_F(RedirectsTest, NoBodyIsWaitedForThatMayBeLong)
+{
+    const std::string to = "code=302&line=Location:%20" + Scripted().Url("/bytes%3fn=3");
+    const struct {
+        std::string target;
+        uint32_t connections;
+        const char *method = "GET";
+    } cases[] = {
+        {"/endless?" + to, 2},
+        {"/stall?ms=60000&after=3&n=65537&" + to, 2},
+        {"/stall?ms=1&after=3&n=65536&" + to, 1},
+        {"/bytes?n=65537&" + to, 1, "HEAD"},
+    };
+    for (const auto &[target, connections, method] : cases) {
+        for (const std::string &root : {Scripted().Url(""), Nginx().Url("/scripted", Site::TLS)}) {
+            SCOPED_TRACE(root + target);
+            uint32_t before = 0;
+            const auto fill = [&before](Call &call) {
+                call.configuration.transfer.transferTimeout = 20000; // else it may take minutes
+                before = Scripted().AcceptedConnections();
+            };
+            Both(fill, root + target, method, [&, made = connections](const Outcome &outcome) {
+                EXPECT_EQ(outcome.code, 0U) << outcome.Why();
+                EXPECT_EQ(outcome.status, 200);
+                if (root == Scripted().Url("")) {
+                    EXPECT_EQ(Scripted().AcceptedConnections() - before, made);
+                }
+                Close();
+            });
+        }
+    }
 }
 
 } // namespace
