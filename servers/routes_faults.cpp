@@ -211,6 +211,17 @@ void RawFrames(const Visit &, Script &script)
     script.EchoFrames();
 }
 
+// /unasked?ms=30: an answer, and after a pause another that nobody asked for; with in=body the
+// pause is before the body, which the other follows at once.
+void Unasked(const Visit &visit, Script &script)
+{
+    const std::string other = ReplyHead(visit, 200, {LengthLine(7)}) + "unasked";
+    const bool inBody = visit.query.Text("in") == "body";
+    script.Send(ReplyHead(visit, 200, {LengthLine(5)}) + (inBody ? "" : "asked"));
+    script.Sleep(Pause(visit));
+    script.Send((inBody ? "asked" : "") + other);
+}
+
 // /keep-alive-then-close: answers the first request of a connection and then dies: when the next
 // one comes, or with at-once=1 right after the answer. With how=reset by a reset.
 void KeepAliveThenClose(const Visit &visit, Script &script)
@@ -252,6 +263,7 @@ std::unordered_map<std::string, Route> FaultRoutes()
         {"/100-continue", {Interim, true}},
         {"/raw", {Raw}},
         {"*", {RawFrames}}, // the target of the preface
+        {"/unasked", {Unasked}},
         {"/keep-alive-then-close", {KeepAliveThenClose}},
     };
 }

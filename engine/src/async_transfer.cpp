@@ -98,9 +98,12 @@ void AsyncTransfer::RunAside() noexcept
 
 CURL *AsyncTransfer::TakeHandle()
 {
-    CURL *const easy = Core().TakeEasy().release();
-    Core().Multi().Prepare(easy);
-    return easy;
+    return Core().TakeEasy().release();
+}
+
+Sockets &AsyncTransfer::GetSockets()
+{
+    return Core().Multi().GetSockets();
 }
 
 void AsyncTransfer::StartExchange(CURL *easy)

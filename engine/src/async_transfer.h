@@ -29,6 +29,7 @@ private:
     void RunAside(std::shared_ptr<LongWork> work) override;
     void ExchangeDone(CURLcode code) override;
     CURL *TakeHandle() override;
+    Sockets &GetSockets() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
     void GiveHandleBack(CURL *easy, bool sound) override;

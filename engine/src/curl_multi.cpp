@@ -5,8 +5,6 @@
 #include <utility>
 
 #include <sys/epoll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "curl_handles.h"
 
@@ -15,6 +13,7 @@ namespace OHOS::Pelloria::Tnx
 
 CurlMulti::CurlMulti(Loop &loop)
     : loop_(loop)
+    , sockets_(&loop)
     , timer_(loop, [this] { Act(CURL_SOCKET_TIMEOUT, 0); })
 {
     SetUp();
@@ -83,14 +82,6 @@ ExchangeListener *CurlMulti::TakeOut(CURL *easy)
     running_[std::exchange(listener->place_, ExchangeListener::NOWHERE)] = running_.back();
     running_.pop_back();
     return listener;
-}
-
-void CurlMulti::Prepare(CURL *easy)
-{
-    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, OnOpen);
-    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, &loop_);
-    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, OnClose);
-    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, &loop_);
 }
 
 void CurlMulti::OnReady(int fd, uint32_t events)
@@ -162,27 +153,6 @@ int CurlMulti::OnTimer(CURLM *, long milliseconds, void *self)
         multi->timer_.Start(Clock::now() + std::chrono::milliseconds(milliseconds));
     }
     return 0;
-}
-
-curl_socket_t CurlMulti::OnOpen(void *loop, curlsocktype, curl_sockaddr *address)
-{
-    const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-    if (fd < 0) {
-        return CURL_SOCKET_BAD;
-    }
-    try {
-        static_cast<Loop *>(loop)->Opened(fd);
-    } catch (const std::bad_alloc &) {
-        close(fd);
-        return CURL_SOCKET_BAD;
-    }
-    return fd;
-}
-
-int CurlMulti::OnClose(void *loop, curl_socket_t socket)
-{
-    static_cast<Loop *>(loop)->Closed(socket);
-    return close(socket);
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -9,6 +9,7 @@
 #include <curl/curl.h>
 
 #include "loop.h"
+#include "sockets.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -44,8 +45,8 @@ public:
     void Add(CURL *easy, ExchangeListener &listener);
     void Remove(CURL *easy);
 
-    // The options of an easy handle whose sockets this loop watches.
-    void Prepare(CURL *easy);
+    // Of its connections, which this loop watches: easy handles are to be prepared for it.
+    Sockets &GetSockets() { return sockets_; }
 
 private:
     void OnReady(int fd, uint32_t events) override;
@@ -57,10 +58,9 @@ private:
 
     static int OnSocket(CURL *easy, curl_socket_t socket, int what, void *self, void *);
     static int OnTimer(CURLM *multi, long milliseconds, void *self);
-    static curl_socket_t OnOpen(void *loop, curlsocktype purpose, curl_sockaddr *address);
-    static int OnClose(void *loop, curl_socket_t socket);
 
     Loop &loop_;
+    Sockets sockets_;
     CURLM *multi_ = nullptr; // null from a new start to the next exchange
     Loop::Timer timer_;
     long maxIdle_ = 0;

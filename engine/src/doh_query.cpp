@@ -73,7 +73,7 @@ void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
         End(curl_easy_strerror(code));
         return;
     }
-    multi_.Prepare(easy_.get());
+    multi_.GetSockets().Prepare(easy_.get());
     multi_.Add(easy_.get(), *this);
 }
 

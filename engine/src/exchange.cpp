@@ -49,16 +49,19 @@ void Exchange::Release()
 }
 
 CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const TimeLeft &left,
-                           CURLSH *share)
+                           const Shared &shared)
 {
     easy_ = easy;
     error_.front() = '\0';
+    sockets_ = &shared.sockets;
     idempotent_ = IsIdempotent(hop.method);
     sentBefore_ = false;
+    connections_ = 0;
     bodySent_ = 0;
+    refusedConnection_ = false;
     refusedCertificate_ = nullptr;
     protocolRefused_ = false;
-    SetBasics(easy, hop, share);
+    SetBasics(easy, hop, shared);
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
     if (!headers_.ownEncoding) {
@@ -80,12 +83,13 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     return CURLE_OK;
 }
 
-void Exchange::SetBasics(CURL *easy, const Hop &hop, CURLSH *share)
+void Exchange::SetBasics(CURL *easy, const Hop &hop, const Shared &shared)
 {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
     SetText(easy, CURLOPT_URL, hop.url.Ascii().c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_SHARE, share);
+    curl_easy_setopt(easy, CURLOPT_SHARE, shared.tlsSessions);
+    shared.sockets.Prepare(easy);
     const bool streams =
         static_cast<bool>(request_.GetConfiguration().tracing.eventsHandler.onDataReceive);
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);
@@ -291,15 +295,15 @@ int Exchange::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_
         1);
 }
 
-int Exchange::BeforeRequest(void *self, char *, char *, int, int)
+int Exchange::BeforeRequest(void *self, char *, char *, int, int localPort)
 {
     auto *const exchange = static_cast<Exchange *>(self);
     const bool mayGo =
-        exchange->delivery_.Guarded([exchange] { return exchange->MayGoOut(); }, false);
+        exchange->delivery_.Guarded([=] { return exchange->MayGoOut(localPort); }, false);
     return mayGo ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
-bool Exchange::MayGoOut()
+bool Exchange::MayGoOut(int localPort)
 {
     // libcurl repeats a request by itself when a kept connection turns out to be dead, and has then
     // forgotten how much of the body it has sent.
@@ -308,8 +312,12 @@ bool Exchange::MayGoOut()
         refusedRetry_ = true;
         return false;
     }
+    long connections = 0;
+    curl_easy_getinfo(easy_, CURLINFO_NUM_CONNECTS, &connections);
+    const bool kept = std::exchange(connections_, connections) == connections;
+    refusedConnection_ = kept && sockets_->Disturbed(easy_, localPort);
     receiver_.StartResponse();
-    return true;
+    return !refusedConnection_;
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -17,6 +17,7 @@
 #include "receiver.h"
 #include "recorder.h"
 #include "sender.h"
+#include "sockets.h"
 #include "tnx_native/request.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -28,12 +29,19 @@ struct Route {
     Proxy proxy;
     std::vector<std::string> addresses;
     std::vector<std::string> proxyAddresses;
+    bool fresh = false; // over no connection that was used before
 };
 
 // What is left of the time-outs when a hop goes to libcurl; 0: no limit.
 struct TimeLeft {
     std::chrono::milliseconds connect{0};
     std::chrono::milliseconds transfer{0};
+};
+
+// What a handle has in common with others: TLS sessions, and the connections of its multi handle.
+struct Shared {
+    CURLSH *tlsSessions;
+    Sockets &sockets;
 };
 
 class Exchange
@@ -47,7 +55,7 @@ public:
 
     // Sets a handle up for a hop. Not OK: the hop cannot be sent, and Error tells why.
     CURLcode Prepare(CURL *easy, const Hop &hop, const Route &route, const TimeLeft &left,
-                     CURLSH *share);
+                     const Shared &shared);
 
     // The handle is done with; it no longer points here.
     void Release();
@@ -58,6 +66,9 @@ public:
     // libcurl was to send the body of a request that must not be repeated a second time.
     bool RefusedRetry() const { return refusedRetry_; }
 
+    // The kept connection was not clean any more. Nothing was sent on it.
+    bool RefusedConnection() const { return refusedConnection_; }
+
     // Why the server's certificate was refused, where libcurl cannot tell; else null.
     const char *RefusedCertificate() const { return refusedCertificate_; }
 
@@ -65,7 +76,7 @@ public:
     bool ProtocolRefused() const { return protocolRefused_; }
 
 private:
-    void SetBasics(CURL *easy, const Hop &hop, CURLSH *share);
+    void SetBasics(CURL *easy, const Hop &hop, const Shared &shared);
     CURLcode SetBody(const Hop &hop);
     CURLcode SetMethod(const Hop &hop);
     CURLcode SetVersion(const Hop &hop);
@@ -78,14 +89,14 @@ private:
     void WatchEvents();
     void WatchProgress();
     std::string WithRealName(std::string text) const;
-    bool MayGoOut();
+    bool MayGoOut(int localPort);
 
     static size_t OnHeader(char *line, size_t size, size_t count, void *self);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
     static int OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self);
     static int OnProgress(void *self, curl_off_t downloadTotal, curl_off_t downloaded,
                           curl_off_t uploadTotal, curl_off_t uploaded);
-    static int BeforeRequest(void *self, char *, char *, int, int);
+    static int BeforeRequest(void *self, char *, char *, int, int localPort);
 
     const Request &request_;
     Receiver &receiver_;
@@ -99,10 +110,13 @@ private:
     StringList resolve_;
     std::string syntheticName_; // stands for the host's addresses
     std::string realName_;
+    Sockets *sockets_ = nullptr;
     bool idempotent_ = false;
     bool sentBefore_ = false;
+    long connections_ = 0; // made so far
     curl_off_t bodySent_ = 0;
     bool refusedRetry_ = false;
+    bool refusedConnection_ = false;
     const char *refusedCertificate_ = nullptr;
     bool protocolRefused_ = false;
     std::array<char, CURL_ERROR_SIZE> error_{};

@@ -43,6 +43,9 @@ CURLcode Exchange::SetRoute(const Hop &hop, const Route &route)
     connectTo_.reset();
     resolve_.reset();
     syntheticName_.clear();
+    if (route.fresh) {
+        curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
+    }
     SetText(easy_, CURLOPT_NOPROXY, "");
     SetText(easy_, CURLOPT_PROXY, route.proxy.url.c_str());
     if (!route.proxy.Direct()) {

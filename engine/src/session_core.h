@@ -14,6 +14,7 @@
 #include "curl_handles.h"
 #include "curl_multi.h"
 #include "runtime.h"
+#include "sockets.h"
 #include "tls_session_share.h"
 #include "tnx_native/session.h"
 
@@ -25,6 +26,7 @@ class Transfer;
 // A multi handle of its own for each synchronous fetch that runs, kept for the next one with its
 // connections: sharing connections across threads is not safe.
 struct SyncHandles {
+    Sockets sockets;
     CURLM *multi;
     EasyHandle easy;
 

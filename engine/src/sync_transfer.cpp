@@ -96,6 +96,11 @@ CURL *SyncTransfer::TakeHandle()
     return handles_->easy.get();
 }
 
+Sockets &SyncTransfer::GetSockets()
+{
+    return handles_->sockets;
+}
+
 void SyncTransfer::GiveHandleBack(CURL *, bool sound)
 {
     {

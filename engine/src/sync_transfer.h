@@ -32,6 +32,7 @@ private:
     bool HasTime() const override { return Clock::now() < turnEnd_; }
     void RunAside(std::shared_ptr<LongWork> work) override;
     CURL *TakeHandle() override;
+    Sockets &GetSockets() override;
     void StartExchange(CURL *easy) override;
     void StopExchange(CURL *easy) override;
     void GiveHandleBack(CURL *easy, bool sound) override;

@@ -256,7 +256,8 @@ void Transfer::Send()
                            !route_.proxy.Direct();
     receiver_.StartHop(hop_, mayRepeat);
     easy_ = TakeHandle();
-    const CURLcode code = exchange_.Prepare(easy_, hop_, route_, GetTimeLeft(), core_->Share());
+    const CURLcode code =
+        exchange_.Prepare(easy_, hop_, route_, GetTimeLeft(), {core_->Share(), GetSockets()});
     if (code != CURLE_OK) {
         FailExchange(easy_, code);
         return;
@@ -299,6 +300,8 @@ void Transfer::ExchangeDone(CURLcode code)
         phases_.HopEnded(easy_);
         if (Dropped()) {
             Abandon(!request_->IsCanceled());
+        } else if (exchange_.RefusedConnection() && !route_.fresh) {
+            SendAfresh();
         } else if (!Answered(code)) {
             FailExchange(easy_, code);
         } else {
@@ -321,6 +324,20 @@ bool Transfer::Answered(CURLcode code) const
     const bool cut = code == CURLE_WRITE_ERROR || code == CURLE_PARTIAL_FILE ||
                      code == CURLE_RECV_ERROR || code == CURLE_HTTP2_STREAM;
     return receiver_.Block().Final() && (code == CURLE_OK || (cut && receiver_.Redirected()));
+}
+
+// The kept connection was of no use.
+void Transfer::SendAfresh()
+{
+    recorder_.Note("The kept connection was closed, or brought what nobody asked for: going on "
+                   "with a new one");
+    DropExchange();
+    if (hop_.body && !sender_.CanReplay()) {
+        Fail(CURLE_SEND_FAIL_REWIND, "The new connection needs the body again, which is gone");
+        return;
+    }
+    route_.fresh = true;
+    state_ = State::SEND;
 }
 
 void Transfer::CollectOutcome(CURL *easy)

@@ -60,6 +60,7 @@ protected:
     void Admitted() override;
 
     virtual CURL *TakeHandle() = 0;
+    virtual Sockets &GetSockets() = 0; // of the handle that was taken
     virtual void StartExchange(CURL *easy) = 0;
     virtual void StopExchange(CURL *easy) = 0;
     virtual void GiveHandleBack(CURL *easy, bool sound) = 0;
@@ -102,6 +103,7 @@ private:
     void Send();
     bool GoOn();
     bool Answered(CURLcode code) const;
+    void SendAfresh();
     void CollectOutcome(CURL *easy);
     void Redirect(const std::string &location);
     bool Drain();

@@ -94,6 +94,10 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = sender_.Problem();
         return code;
     }
+    if (exchange_.RefusedConnection()) {
+        what = "The server sent what nobody asked for";
+        return CURLE_WEIRD_SERVER_REPLY;
+    }
     if (code == CURLE_OK || (code == CURLE_GOT_NOTHING && !receiver_.Block().Untouched())) {
         what = "The connection ended before the header section of the final response did";
         return CURLE_RECV_ERROR;

@@ -1,6 +1,8 @@
 // Where a response begins and ends: cut ones, ones whose length is none, and ones behind another.
 #include "client.h"
 
+#include "proxy_servers.h"
+
 #include <curl/curl.h>
 
 #include <numeric>
@@ -118,7 +120,7 @@ std::vector<Answer> Http2Answers()
     };
 }
 
-// Older ones know no other end of a stream than its flag (docs/dependencies.md).
+// Older ones take whatever ends a stream for the end of the response (docs/dependencies.md).
 bool LibcurlTellsEnds()
 {
     return curl_version_info(CURLVERSION_NOW)->version_num >= 0x080e00;
@@ -235,6 +237,37 @@ TEST_F(FramingTest, WhatIsNoMessageIsRefused)
     const std::string both = Scripted().Url("/chunked?n=5&line=Content-Length:%203");
     Both({}, both, "GET", [](const Outcome &outcome) { EXPECT_EQ(outcome.body, "abcde"); });
     EXPECT_TRUE(Scripted().WaitForOpenConnections(0));
+}
+
+TEST_F(FramingTest, NothingBehindAnAnswerAnswersTheNext)
+{
+    const TlsFront front(Scripted().Port());
+    const std::pair<std::string, const char *> cases[] = {
+        {Scripted().Url(""), "/unasked?ms=30"},
+        {Scripted().Url(""), "/unasked?ms=30&in=body"},
+        {front.Url(), "/unasked?ms=30&in=body"}, // within one TLS record
+    };
+    for (const auto &[root, path] : cases) {
+        for (const char *method : {"GET", "POST"}) {
+            SCOPED_TRACE(root + path + method);
+            for (const bool synchronous : {false, true}) {
+                const auto fetch = [&, root = root](const std::string &target) {
+                    Call call(root + target, method);
+                    return synchronous ? call.FetchSync(Session()) : call.Fetch(Session());
+                };
+                EXPECT_EQ(fetch(path).body, "asked");
+                uint32_t code = 1;
+                Tnx_Session *other = OVX_Tnx_CreateSession(&configuration_, &code);
+                // A later timer of the server's one thread: what nobody asked for has been sent.
+                EXPECT_EQ(Call(Scripted().Url("/stall?ms=31")).FetchSync(other).code, 0U);
+                OVX_Tnx_CloseSession(&other);
+                const Outcome next = fetch("/sink");
+                EXPECT_EQ(next.code, 0U) << next.Why();
+                EXPECT_EQ(next.body, "0");
+                Close();
+            }
+        }
+    }
 }
 
 } // namespace

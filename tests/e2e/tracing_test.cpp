@@ -136,6 +136,12 @@ TEST_F(TracingTest, TimesFollowEachOther)
     EXPECT_EQ(kept.times->tls, 0);
     EXPECT_GT(kept.times->firstReceive, 0.0);
     EXPECT_GE(kept.times->total, kept.times->firstReceive);
+    for (const Site site : {Site::PLAIN, Site::TLS_HTTP1}) {
+        Call again(Nginx().Url("/1k", site));
+        fill(again);
+        EXPECT_GT(again.Fetch(session_).times->connect, 0);
+        EXPECT_EQ(again.Fetch(session_).times->connect, 0);
+    }
 
     Both(fill, Scripted().Url("/redirect?n=2&to=/stall%3Fms%3D30"), "GET",
          [](const Outcome &outcome) {

@@ -1,0 +1,53 @@
+// The connections of one multi handle, as sockets: libcurl tells of a connection that it is about
+// to use again no more than its port.
+#ifndef TNX_ENGINE_SOCKETS_H
+#define TNX_ENGINE_SOCKETS_H
+
+#include <cstdint>
+#include <vector>
+
+#include <curl/curl.h>
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Loop;
+
+// Outlives the multi handle.
+class Sockets
+{
+public:
+    // `loop`: watches them, if it is given.
+    explicit Sockets(Loop *loop = nullptr)
+        : loop_(loop)
+    {
+    }
+    Sockets(const Sockets &) = delete;
+    Sockets &operator=(const Sockets &) = delete;
+
+    // The options of an easy handle that goes into the multi handle.
+    void Prepare(CURL *easy);
+
+    // Something has arrived at a kept connection of HTTP/1 that nobody has asked for: its end, or a
+    // response that would be taken for that of the next request. `easy` has the connection.
+    bool Disturbed(CURL *easy, int localPort);
+
+private:
+    struct Socket {
+        curl_socket_t fd;
+        uint16_t localPort; // 0: not looked up
+    };
+
+    bool Readable(int localPort);
+    void Forget(curl_socket_t fd);
+
+    static curl_socket_t OnOpen(void *self, curlsocktype purpose, curl_sockaddr *address);
+    static int OnClose(void *self, curl_socket_t fd);
+
+    Loop *const loop_;
+    std::vector<Socket> sockets_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif
