@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <map>
 #include <string_view>
 #include <tuple>
@@ -38,23 +37,6 @@ constexpr std::array<std::string_view, 9> SECRET_WORDS = {
     "auth", "token", "secret", "key", "apikey", "password", "credential", "session", "csrf"};
 
 constexpr std::string_view LETTERS_AND_DIGITS = "abcdefghijklmnopqrstuvwxyz0123456789";
-
-constexpr bool IsTokenChar(char c)
-{
-    constexpr std::string_view PUNCTUATION = "!#$%&'*+-.^_`|~";
-    return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           PUNCTUATION.find(c) != std::string_view::npos;
-}
-
-bool IsToken(std::string_view text)
-{
-    return !text.empty() && std::all_of(text.begin(), text.end(), IsTokenChar);
-}
-
-bool IsSafeValue(std::string_view value)
-{
-    return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
-}
 
 template <class Range> bool Contains(const Range &range, std::string_view text)
 {
@@ -175,7 +157,7 @@ private:
             return;
         }
         if (lower == "content-length") {
-            TakeLength(field.values->front());
+            list_.contentLength = ParseNumber(field.values->front());
             // Otherwise it is libcurl that tells the length of the body.
             if (hop_.body || list_.contentLength != uint64_t{0}) {
                 return;
@@ -203,18 +185,7 @@ private:
     // A redirect that changed the method dropped the body, and drops what described it.
     bool DroppedByRedirect(const std::string &lower) const
     {
-        return hop_.method != request_.GetMethod() &&
-               (lower.starts_with("content-") || lower == "transfer-encoding");
-    }
-
-    void TakeLength(const std::string &text)
-    {
-        uint64_t length = 0;
-        const char *const end = text.data() + text.size();
-        const auto [stop, error] = std::from_chars(text.data(), end, length);
-        if (error == std::errc() && stop == end) {
-            list_.contentLength = length;
-        }
+        return hop_.method != request_.GetMethod() && lower.starts_with("content-");
     }
 
     // One field with all cookies (RFC 6265 section 5.4).
@@ -262,29 +233,6 @@ private:
 };
 
 } // namespace
-
-std::string FindBadField(const Request &request)
-{
-    if (!IsToken(request.GetMethod())) {
-        return "the method is not a token";
-    }
-    if (request.GetHeaders() != nullptr) {
-        for (const auto &[name, values] : *request.GetHeaders()) {
-            if (!IsToken(name)) {
-                return "a header name is not a token";
-            }
-            if (!std::all_of(values.begin(), values.end(), IsSafeValue)) {
-                return "the value of the header " + name + " holds CR, LF or NUL";
-            }
-        }
-    }
-    for (const auto &[name, value] : request.GetRequestCookies()) {
-        if (HasControl(name) || HasControl(value)) {
-            return "a cookie holds a control character";
-        }
-    }
-    return {};
-}
 
 HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies)
 {

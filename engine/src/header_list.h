@@ -14,10 +14,6 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-// What must not be put on the wire (RFC 9110 sections 5.1, 5.5 and 9.1): names and methods that
-// are no tokens, values with CR, LF or NUL. Returns what is wrong, or nothing.
-std::string FindBadField(const Request &request);
-
 // The fields to send, and what the options of libcurl take over.
 struct HeaderList {
     StringList lines;

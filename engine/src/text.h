@@ -3,6 +3,9 @@
 #define TNX_ENGINE_TEXT_H
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +30,15 @@ constexpr bool IsControl(char c)
 inline bool HasControl(std::string_view text)
 {
     return std::any_of(text.begin(), text.end(), IsControl);
+}
+
+// Of digits and nothing else.
+inline std::optional<uint64_t> ParseNumber(std::string_view text)
+{
+    uint64_t number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
 inline std::string Lower(std::string_view text)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "bad_fields.h"
 #include "session_core.h"
 
 namespace OHOS::Pelloria::Tnx

@@ -42,7 +42,9 @@ TNX_API Tnx_Headers *OVX_Tnx_CreateHeaders(void) TNX_NOEXCEPT;
 /**
  * Adds a value to a name, after the values that it has. A value that the name has already is not
  * added again. Copies both. Names and values with CR, LF or NUL are stored, but a fetch refuses
- * them with TNX_ERR_BAD_ARGUMENT (RFC 9110 section 5.5).
+ * them with TNX_ERR_BAD_ARGUMENT (RFC 9110 section 5.5). So it does with transfer-encoding, and
+ * with a content-length that is not the body's: where a message ends is for the library to say. The
+ * length of a body that a callback gives is yours to tell.
  * @return TNX_OK, TNX_ERR_PARAMETER for null, or TNX_ERR_OUT_OF_MEMORY.
  */
 TNX_API uint32_t OVX_Tnx_SetHeaderValue(Tnx_Headers *headers, const char *name,

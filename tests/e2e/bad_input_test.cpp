@@ -65,6 +65,8 @@ TEST_F(BadInputTest, NothingIsSentForWhatIsNoRequest)
         {good, TNX_ERR_BAD_ARGUMENT, "cookie", 0, [](Call &call) { call.Cookie("a", "b\r\nc"); }},
         {good, TNX_ERR_BAD_ARGUMENT, "method", 0, method("GET / HTTP/1.1\r\nX: y\r\n\r\n")},
         {good, TNX_ERR_BAD_ARGUMENT, "method", 0, method("")},
+        {good, TNX_ERR_BAD_ARGUMENT, "Encoding", 0, header("Transfer-Encoding", "chunked")},
+        {good, TNX_ERR_BAD_ARGUMENT, "length", 0, header("content-length", "3")},
     });
     EXPECT_TRUE(Scripted().Requests().empty());
 }

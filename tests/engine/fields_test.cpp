@@ -1,4 +1,5 @@
 // Header fields as they are sent and as they are received, and forms as text.
+#include "bad_fields.h"
 #include "form_encoding.h"
 #include "header_block.h"
 #include "header_list.h"
@@ -84,9 +85,7 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
          {.headers = {{"content-length", {""}}}, .body = false},
          {agent, "Expect:", "Content-Type:"}},
         {"nothing about a body that a redirect dropped",
-         {.headers = {{"Content-Type", {"a/b"}},
-                      {"Content-Encoding", {"gzip"}},
-                      {"Transfer-Encoding", {"chunked"}}},
+         {.headers = {{"Content-Type", {"a/b"}}, {"Content-Encoding", {"gzip"}}},
           .body = false,
           .method = "GET"},
          {agent, "Expect:", "Content-Type:"}},
@@ -207,6 +206,49 @@ TEST(HeaderListTest, FindsWhatMustNotBeSent)
         EXPECT_EQ(FindBadField(cookie).empty(),
                   std::none_of(value.begin(), value.end(),
                                [](char c) { return (c >= 0 && c < ' ') || c == 127; }));
+    }
+}
+
+TEST(HeaderListTest, LeavesTheFramingToTheEngine)
+{
+    RequestContent none;
+    RequestContent text;
+    text.SetString(std::make_shared<std::string>("abc"));
+    RequestContent form;
+    form.SetForm(std::make_shared<Form>());
+    RequestContent pulled;
+    pulled.SetGetDataCallback([](size_t) { return nullptr; });
+    const struct {
+        const RequestContent *content;
+        const char *name;
+        std::vector<std::string> values;
+        bool good;
+    } cases[] = {
+        {nullptr, "Transfer-Encoding", {"chunked"}, false},
+        {&pulled, "transfer-encoding", {"chunked"}, false},
+        {&text, "TRANSFER-ENCODING", {"identity"}, false},
+        {nullptr, "Content-Length", {"0"}, true},
+        {nullptr, "Content-Length", {"3"}, false},
+        {&none, "content-length", {"3"}, false},
+        {&text, "content-length", {"3"}, true},
+        {&text, "content-length", {"0"}, false},
+        {&text, "content-length", {"4"}, false},
+        {&text, "content-length", {"3", "4"}, false},
+        {&form, "content-length", {"0"}, false},
+        {&pulled, "content-length", {"1000000000000"}, true},
+        {&pulled, "content-length", {"+3"}, false},
+        {&pulled, "content-length", {"3 "}, false},
+        {&pulled, "content-length", {"-1"}, false},
+        {&pulled, "content-length", {"18446744073709551616"}, false},
+        {&pulled, "content-length", {"3", "4"}, false},
+    };
+    for (const auto &[content, name, values, good] : cases) {
+        Request request("1", "http://a.org/");
+        request.SetHeaders(std::make_shared<Headers>(Headers{{name, values}}));
+        if (content != nullptr) {
+            request.SetContent(std::make_shared<RequestContent>(*content));
+        }
+        EXPECT_EQ(FindBadField(request).empty(), good) << name << ": " << values.front();
     }
 }
 
