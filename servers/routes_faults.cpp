@@ -114,11 +114,13 @@ void BadChunk(const Visit &visit, Script &script)
     script.Close();
 }
 
-// /endless-header: header lines without end.
-void EndlessHeader(const Visit &, Script &script)
+// /endless-header: header lines without end; with lines=1 a single one.
+void EndlessHeader(const Visit &visit, Script &script)
 {
-    script.Send("HTTP/1.1 200 OK\r\n");
-    script.Repeat(std::make_shared<const std::string>("X-More: " + Pattern(1000) + "\r\n"),
+    const bool one = visit.query.Number("lines") == 1;
+    script.Send(one ? "HTTP/1.1 200 OK\r\nX-Long: " : "HTTP/1.1 200 OK\r\n");
+    script.Repeat(std::make_shared<const std::string>(
+                      one ? Pattern(1000) : "X-More: " + Pattern(1000) + "\r\n"),
                   UINT64_MAX);
 }
 

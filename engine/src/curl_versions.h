@@ -38,6 +38,17 @@ inline bool LacksHttp2(CURL *easy, CURLcode code, bool secure, bool refused)
            (!secure && code == CURLE_GOT_NOTHING);
 }
 
+// Whether a header line was longer than libcurl takes, which is 100 KiB. The older says that memory
+// ran out, the newer has a code for it, which the older lacks.
+inline bool MetLongHeaderLine(CURL *easy, CURLcode code, bool memoryRanOut)
+{
+    constexpr int TOO_LARGE = 100;
+    curl_off_t firstByte = 0;
+    curl_easy_getinfo(easy, CURLINFO_STARTTRANSFER_TIME_T, &firstByte);
+    return code == static_cast<CURLcode>(TOO_LARGE) ||
+           (code == CURLE_OUT_OF_MEMORY && !memoryRanOut && firstByte > 0);
+}
+
 // Of the addresses that local names have for libcurl, the older tries that of IPv4 first, the newer
 // that of IPv6; a SOCKS proxy is told the first one only.
 inline std::vector<std::string> LoopbackAddresses()

@@ -60,6 +60,7 @@ CURLcode Exchange::Prepare(CURL *easy, const Hop &hop, const Route &route, const
     bodySent_ = 0;
     refusedConnection_ = false;
     refusedCertificate_ = nullptr;
+    failedAllocations_ = FailedAllocations();
     protocolRefused_ = false;
     SetBasics(easy, hop, shared);
     headers_ = BuildHeaderList(request_, hop, receiver_.Cookies());

@@ -19,6 +19,7 @@
 #include "sender.h"
 #include "sockets.h"
 #include "tnx_native/request.h"
+#include "wiping_allocator.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -75,6 +76,9 @@ public:
     // Whether the server refused TLS because it speaks no version of HTTP that was offered.
     bool ProtocolRefused() const { return protocolRefused_; }
 
+    // libcurl was refused memory, in this exchange or in another at the same time.
+    bool MemoryRanOut() const { return FailedAllocations() != failedAllocations_; }
+
 private:
     void SetBasics(CURL *easy, const Hop &hop, const Shared &shared);
     CURLcode SetBody(const Hop &hop);
@@ -119,6 +123,7 @@ private:
     bool refusedConnection_ = false;
     const char *refusedCertificate_ = nullptr;
     bool protocolRefused_ = false;
+    uint64_t failedAllocations_ = 0; // of libcurl, before the hop
     std::array<char, CURL_ERROR_SIZE> error_{};
 };
 

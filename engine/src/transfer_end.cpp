@@ -102,6 +102,11 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The connection ended before the header section of the final response did";
         return CURLE_RECV_ERROR;
     }
+    if (!receiver_.Block().Complete() &&
+        MetLongHeaderLine(easy_, code, exchange_.MemoryRanOut())) {
+        what = "A header line is too long";
+        return CURLE_RECV_ERROR;
+    }
     switch (sender_.GetFailure()) {
     case PullBody::Failure::CALLBACK:
         what = "The body callback reported failure";

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -57,6 +58,17 @@ private:
 
 constinit KeptBlocks g_kept;
 
+std::atomic<uint64_t> g_failures = 0;
+
+// Counts the failures.
+template <class Memory> Memory *Counted(Memory *memory)
+{
+    if (memory == nullptr) {
+        ++g_failures;
+    }
+    return memory;
+}
+
 void *Allocate(size_t size)
 {
     if (size >= LEAST_KEPT && size <= MOST_KEPT) {
@@ -64,7 +76,12 @@ void *Allocate(size_t size)
             return block;
         }
     }
-    return std::malloc(size);
+    return Counted(std::malloc(size));
+}
+
+void *AllocateZeros(size_t count, size_t size)
+{
+    return Counted(std::calloc(count, size));
 }
 
 void Release(void *block)
@@ -99,9 +116,15 @@ char *Duplicate(const char *text)
 
 } // namespace
 
+uint64_t FailedAllocations()
+{
+    return g_failures;
+}
+
 CURLcode InitialiseCurl()
 {
-    return curl_global_init_mem(CURL_GLOBAL_ALL, Allocate, Release, Resize, Duplicate, std::calloc);
+    return curl_global_init_mem(CURL_GLOBAL_ALL, Allocate, Release, Resize, Duplicate,
+                                AllocateZeros);
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -2,6 +2,8 @@
 #ifndef TNX_ENGINE_WIPING_ALLOCATOR_H
 #define TNX_ENGINE_WIPING_ALLOCATOR_H
 
+#include <cstdint>
+
 #include <curl/curl.h>
 
 namespace OHOS::Pelloria::Tnx
@@ -12,6 +14,9 @@ namespace OHOS::Pelloria::Tnx
 // allocator a trip to the kernel on threads other than the first. Where the application has
 // initialised libcurl before, its choice of memory stays.
 CURLcode InitialiseCurl();
+
+// How often libcurl was refused memory so far.
+uint64_t FailedAllocations();
 
 } // namespace OHOS::Pelloria::Tnx
 

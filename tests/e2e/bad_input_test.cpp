@@ -101,6 +101,7 @@ TEST_F(BadInputTest, ABadServerIsToldByItsFault)
         {url("/bad-chunk"), TNX_ERR_RECEIVE, "receiving", 200},
         {url("/garbage"), TNX_ERR_WEIRD_REPLY, "not HTTP"},
         {url("/endless-header"), TNX_ERR_RECEIVE, "header"},
+        {url("/endless-header?lines=1"), TNX_ERR_RECEIVE, "header line is too long"},
         {url("/redirect?n=60"), TNX_ERR_TOO_MANY_REDIRECTS, "50", 302},
         {url("/redirect?to=ftp://127.0.0.1/"), TNX_ERR_UNSUPPORTED_SCHEME, "ftp:", 302},
         {url("/redirect?to=http://127.0.0.1:99999/"), TNX_ERR_URL_MALFORMED, "redirect", 302},
