@@ -119,8 +119,8 @@ void EndlessHeader(const Visit &visit, Script &script)
 {
     const bool one = visit.query.Number("lines") == 1;
     script.Send(one ? "HTTP/1.1 200 OK\r\nX-Long: " : "HTTP/1.1 200 OK\r\n");
-    script.Repeat(std::make_shared<const std::string>(
-                      one ? Pattern(1000) : "X-More: " + Pattern(1000) + "\r\n"),
+    script.Repeat(std::make_shared<const std::string>(one ? Pattern(1000)
+                                                          : "X-More: " + Pattern(1000) + "\r\n"),
                   UINT64_MAX);
 }
 

@@ -24,6 +24,24 @@ std::string Milliseconds(Clock::duration duration)
     return text.data();
 }
 
+// Why a proxy of HTTP made no tunnel; empty where that is not what failed.
+std::string TunnelFailure(CURL *easy, CURLcode code)
+{
+    long status = 0;
+    curl_off_t sending = 0;
+    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &status);
+    curl_easy_getinfo(easy, CURLINFO_PRETRANSFER_TIME_T, &sending);
+    if (code == CURLE_OPERATION_TIMEDOUT || sending > 0) {
+        return {};
+    }
+    if (status != 0 && status / 100 != 2) {
+        return "The proxy refused to make a tunnel, with status " + std::to_string(status);
+    }
+    const bool broke = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR ||
+                       code == CURLE_GOT_NOTHING || code == CURLE_WEIRD_SERVER_REPLY;
+    return broke ? "The proxy did not answer well when asked for a tunnel" : "";
+}
+
 } // namespace
 
 TimeLeft Transfer::GetTimeLeft() const
@@ -102,8 +120,7 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The connection ended before the header section of the final response did";
         return CURLE_RECV_ERROR;
     }
-    if (!receiver_.Block().Complete() &&
-        MetLongHeaderLine(easy_, code, exchange_.MemoryRanOut())) {
+    if (!receiver_.Block().Complete() && MetLongHeaderLine(easy_, code, exchange_.MemoryRanOut())) {
         what = "A header line is too long";
         return CURLE_RECV_ERROR;
     }
@@ -130,10 +147,23 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = "The server does not answer in HTTP/2, which it was said to speak";
         return CURLE_HTTP2;
     }
+    if (Tunnels()) {
+        if (std::string failure = TunnelFailure(easy_, code); !failure.empty()) {
+            what = std::move(failure);
+            return CURLE_PROXY;
+        }
+    }
     if (code == CURLE_COULDNT_CONNECT && !route_.proxy.Direct()) {
         what = "The proxy cannot be reached: " + what;
     }
     return code;
+}
+
+// Whether the proxy, if there is one, is asked to pass on bytes rather than requests.
+bool Transfer::Tunnels() const
+{
+    return route_.proxy.scheme.starts_with("http") &&
+           (hop_.url.Secure() || configuration_.proxy.option == PROXY_TUNNEL);
 }
 
 // The address that was reached, or those that there were to try.
@@ -158,7 +188,8 @@ void Transfer::FailExchange(CURL *easy, CURLcode code)
 {
     std::string what;
     const CURLcode cause = CauseOf(code, what);
-    std::string where = phases_.HopPhase(hop_.url.Secure(), WasConnected(easy));
+    const bool reached = WasConnected(easy) && cause != CURLE_PROXY;
+    std::string where = phases_.HopPhase(hop_.url.Secure(), reached);
     where += ", host " + hop_.url.Name();
     if (!route_.proxy.Direct()) {
         where += ", through the proxy " + route_.proxy.Text();

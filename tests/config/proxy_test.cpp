@@ -80,8 +80,8 @@ TEST_F(ProxyTest, ProxiesAreToldTheirCredentialsAndNobodyElseIs)
         {{forward.Url(), TNX_PROXY_FORWARD, "user", "password"}, 0, 200},
         {{forward.Url(), TNX_PROXY_TUNNEL, "user", "password"}, 0, 200},
         {{forward.Url(), TNX_PROXY_FORWARD, "user", "wrong"}, 0, 401}, // as tinyproxy has it
-        {{forward.Url(), TNX_PROXY_TUNNEL, "user", "wrong"}, TNX_ERR_RECEIVE, 0},
-        {{forward.Url(), TNX_PROXY_TUNNEL}, TNX_ERR_RECEIVE, 0},
+        {{forward.Url(), TNX_PROXY_TUNNEL, "user", "wrong"}, TNX_ERR_PROXY, 0},
+        {{forward.Url(), TNX_PROXY_TUNNEL}, TNX_ERR_PROXY, 0},
         {{forward.Url(), TNX_PROXY_FORWARD}, 0, 407},
         {{socks.Url(), TNX_PROXY_FORWARD, "user", "password"}, 0, 200},
         {{socks.Url(), TNX_PROXY_FORWARD, "user", "wrong"}, TNX_ERR_PROXY, 0},
@@ -95,7 +95,7 @@ TEST_F(ProxyTest, ProxiesAreToldTheirCredentialsAndNobodyElseIs)
         EXPECT_EQ(outcome.code, one.code) << outcome.Why();
         EXPECT_EQ(outcome.status, one.status);
         if (one.way.option == TNX_PROXY_TUNNEL && one.code != 0) {
-            EXPECT_NE(outcome.Why().find("response 40"), std::string::npos) << outcome.Why();
+            EXPECT_NE(outcome.Why().find("status 40"), std::string::npos) << outcome.Why();
         }
         EXPECT_EQ(Scripted().Requests().size(), one.status == 200 ? 1U : 0U);
         if (one.status == 200) {
@@ -221,6 +221,7 @@ TEST_F(ProxyTest, AnHttpsProxyTunnels)
 TEST_F(ProxyTest, BadProxiesAreToldFromBadServers)
 {
     const RefusingPort refusing;
+    const SocksProxy socks; // closes for what it does not know
     const std::string nobody = "127.0.0.1:" + std::to_string(refusing.Port());
     const std::string unreachable = "The proxy cannot be reached";
     const struct {
@@ -234,7 +235,10 @@ TEST_F(ProxyTest, BadProxiesAreToldFromBadServers)
         {{"gopher://" + nobody}, TNX_ERR_RESOLVE_PROXY, "the proxy that the configuration names"},
         {{"http://no such proxy/"}, TNX_ERR_RESOLVE_PROXY, "configuration names is not valid"},
         {{"http://proxy.invalid"}, TNX_ERR_RESOLVE_PROXY, "the proxy http://proxy.invalid:1080"},
-        {{Scripted().Url("/"), TNX_PROXY_TUNNEL}, TNX_ERR_RECEIVE, "through the proxy http://"},
+        {{Scripted().Url("/"), TNX_PROXY_TUNNEL},
+         TNX_ERR_PROXY,
+         "The proxy refused to make a tunnel, with status 404 (connecting, host"},
+        {{socks.Url("http"), TNX_PROXY_TUNNEL}, TNX_ERR_PROXY, "did not answer well"},
     };
     for (const auto &one : cases) {
         SCOPED_TRACE(one.way.url);
