@@ -139,6 +139,9 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = std::string("SSL certificate problem: ") + reason;
         return CURLE_PEER_FAILED_VERIFICATION;
     }
+    if (code == CURLE_BAD_CONTENT_ENCODING) { // libcurl's own: of a transfer coding
+        return CURLE_WEIRD_SERVER_REPLY;
+    }
     if (code == CURLE_UNSUPPORTED_PROTOCOL) {
         what = "The answer is not HTTP: " + what;
         return CURLE_WEIRD_SERVER_REPLY;
