@@ -244,7 +244,8 @@ TEST(HeaderListTest, LeavesTheFramingToTheEngine)
     };
     for (const auto &[content, name, values, good] : cases) {
         Request request("1", "http://a.org/");
-        request.SetHeaders(std::make_shared<Headers>(Headers{{name, values}}));
+        request.SetHeaders(
+            std::make_shared<Headers>(Headers{{name, FieldValues(values.begin(), values.end())}}));
         if (content != nullptr) {
             request.SetContent(std::make_shared<RequestContent>(*content));
         }
