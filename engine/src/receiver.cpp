@@ -18,6 +18,8 @@ namespace
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
 constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connection
 
+// A location that is empty, or a fragment only, names the resource itself (RFC 9110 section
+// 10.2.2).
 bool IsRedirect(const HeaderBlock &block)
 {
     const int32_t status = block.Status();
@@ -25,7 +27,8 @@ bool IsRedirect(const HeaderBlock &block)
         return false;
     }
     const auto location = block.Fields()->find("location");
-    return location != block.Fields()->end() && !location->second.front().empty();
+    return location != block.Fields()->end() && !location->second.front().empty() &&
+           location->second.front().front() != '#';
 }
 
 } // namespace

@@ -207,6 +207,8 @@ TEST_F(RedirectsTest, LocationsAreResolvedAndLimited)
         {Scripted().Url("/status?code=302"), 302, Scripted().Url("/status?code=302")},
         {Scripted().Url("/status?code=302&line=Location:"), 302,
          Scripted().Url("/status?code=302&line=Location:")},
+        {Scripted().Url("/status?code=302&line=Location:%20%23x"), 302,
+         Scripted().Url("/status?code=302&line=Location:%20%23x")},
         {Scripted().Url("/status?code=304&line=Location:%20/echo"), 304,
          Scripted().Url("/status?code=304&line=Location:%20/echo")},
     };
