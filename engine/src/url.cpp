@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "curl_handles.h"
+#include "curl_versions.h"
 #include "host_name.h"
 #include "text.h"
 
@@ -99,7 +100,7 @@ CURLcode ParseUrl(const std::string &text, Url &url)
     const CURLUcode code = cut ? CURLUE_MALFORMED_INPUT
                                : Set(handle.get(), CURLUPART_URL, text, CURLU_NON_SUPPORT_SCHEME);
     if (code != CURLUE_OK) {
-        url.problem = cut ? "it has a NUL" : ProblemOf(code);
+        url.problem = cut ? "it has a NUL" : ProblemOf(UrlProblem(text, code));
         return CURLE_URL_MALFORMAT;
     }
     url.text = text;

@@ -76,6 +76,7 @@ TEST(UrlTest, TakesUrlsApart)
         {"http://", CURLE_URL_MALFORMAT, "no host", ""},
         {"http:///x/y", CURLE_OK, "http://x:80", "/y"}, // as browsers read it
         {"http://a b.org/", CURLE_URL_MALFORMAT, "host", ""},
+        {"http://x y@a.org/", CURLE_URL_MALFORMAT, "user", ""},
         {"http://a.org/x y", CURLE_URL_MALFORMAT, "path", ""},
         {"http://a.org/?x y", CURLE_URL_MALFORMAT, "query", ""},
         {"http://a.org/\r\nX: y", CURLE_URL_MALFORMAT, "path", ""},
