@@ -113,6 +113,7 @@ private:
     void FailOfTrouble();
     void FailThrown();
     CURLcode CauseOf(CURLcode code, std::string &what) const;
+    CURLcode CauseOutside(CURLcode code, std::string &what) const;
     bool Tunnels() const;
     std::string HopAddress(CURL *easy) const;
     bool KnowsHttp2() const

@@ -112,6 +112,22 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
         what = sender_.Problem();
         return code;
     }
+    switch (sender_.GetFailure()) {
+    case PullBody::Failure::CALLBACK:
+        what = "The body callback reported failure";
+        return CURLE_ABORTED_BY_CALLBACK;
+    case PullBody::Failure::ENDED_EARLY:
+        what = "The body callback ended before the content-length was reached";
+        return CURLE_PARTIAL_FILE;
+    case PullBody::Failure::NONE:
+        break;
+    }
+    return CauseOutside(code, what);
+}
+
+// The same where neither the application nor the engine stopped it.
+CURLcode Transfer::CauseOutside(CURLcode code, std::string &what) const
+{
     if (exchange_.RefusedConnection()) {
         what = "The server sent what nobody asked for";
         return CURLE_WEIRD_SERVER_REPLY;
@@ -123,16 +139,6 @@ CURLcode Transfer::CauseOf(CURLcode code, std::string &what) const
     if (!receiver_.Block().Complete() && MetLongHeaderLine(easy_, code, exchange_.MemoryRanOut())) {
         what = "A header line is too long";
         return CURLE_RECV_ERROR;
-    }
-    switch (sender_.GetFailure()) {
-    case PullBody::Failure::CALLBACK:
-        what = "The body callback reported failure";
-        return CURLE_ABORTED_BY_CALLBACK;
-    case PullBody::Failure::ENDED_EARLY:
-        what = "The body callback ended before the content-length was reached";
-        return CURLE_PARTIAL_FILE;
-    case PullBody::Failure::NONE:
-        break;
     }
     if (const char *reason = exchange_.RefusedCertificate();
         code == CURLE_SSL_CONNECT_ERROR && reason != nullptr) {
