@@ -2,8 +2,11 @@
 #include "bombs.h"
 
 #include <array>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include <brotli/encode.h>
 
@@ -88,7 +91,10 @@ Bomb Wrap(const Bomb &inner, const std::string &coding)
 
 } // namespace
 
-Bomb MakeBomb(const std::vector<std::string> &codings, const std::string &contents)
+namespace
+{
+
+Bomb Build(const std::vector<std::string> &codings, const std::string &contents)
 {
     Bomb bomb{"", std::string(ZEROS, '\0')};
     bool first = true;
@@ -102,6 +108,20 @@ Bomb MakeBomb(const std::vector<std::string> &codings, const std::string &conten
         first = false;
     }
     return bomb;
+}
+
+} // namespace
+
+const Bomb &MakeBomb(const std::vector<std::string> &codings, const std::string &contents)
+{
+    static std::mutex mutex;
+    static std::map<std::pair<std::vector<std::string>, std::string>, Bomb> made;
+    const std::lock_guard<std::mutex> lock(mutex);
+    const auto [entry, missing] = made.try_emplace({codings, contents});
+    if (missing) {
+        entry->second = Build(codings, contents);
+    }
+    return entry->second;
 }
 
 } // namespace OHOS::Pelloria::TnxTest
