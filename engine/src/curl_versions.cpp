@@ -5,6 +5,16 @@
 
 namespace OHOS::Pelloria::Tnx
 {
+namespace
+{
+
+bool IsNewer()
+{
+    static const bool newer = curl_version_info(CURLVERSION_NOW)->version_num >= 0x080000;
+    return newer;
+}
+
+} // namespace
 
 bool WasConnected(CURL *easy)
 {
@@ -19,11 +29,16 @@ bool LacksHttp2(CURL *easy, CURLcode code, bool secure, bool refused)
 {
     long version = CURL_HTTP_VERSION_NONE;
     curl_easy_getinfo(easy, CURLINFO_HTTP_VERSION, &version);
-    if (version == CURL_HTTP_VERSION_2_0) {
-        return false;
+    if (version != CURL_HTTP_VERSION_NONE) {
+        return version != CURL_HTTP_VERSION_2_0;
     }
-    return code == CURLE_HTTP2 || (secure && code == CURLE_SSL_CONNECT_ERROR && refused) ||
-           (!secure && code == CURLE_GOT_NOTHING);
+    return secure ? code == CURLE_SSL_CONNECT_ERROR && refused
+                  : code == (IsNewer() ? CURLE_HTTP2 : CURLE_GOT_NOTHING);
+}
+
+bool LeftHttp2(CURLcode code)
+{
+    return !IsNewer() && code == CURLE_HTTP2;
 }
 
 bool MetLongHeaderLine(CURL *easy, CURLcode code, bool memoryRanOut)

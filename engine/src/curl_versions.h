@@ -22,6 +22,11 @@ bool WasConnected(CURL *easy);
 // with an alert; in clear text the older finds the reply empty, the newer finds it damaged.
 bool LacksHttp2(CURL *easy, CURLcode code, bool secure, bool refused);
 
+// Whether the server ended a connection of HTTP/2 that owed an answer. The older calls that a
+// failure of the framing, of which it has no other; the newer sends the request again, as it does
+// for a stream that was refused, and tells how often.
+bool LeftHttp2(CURLcode code);
+
 // Whether a header line was longer than libcurl takes, which is 100 KiB. The older says that memory
 // ran out, the newer has a code for it, which the older lacks.
 bool MetLongHeaderLine(CURL *easy, CURLcode code, bool memoryRanOut);

@@ -15,6 +15,7 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
+constexpr int32_t SWITCHING_PROTOCOLS = 101;
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
 constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connection
 
@@ -90,6 +91,11 @@ bool Receiver::EndOfBlock()
         Fail(CURLE_WEIRD_SERVER_REPLY, framing_.problem);
         return false;
     }
+    if (block_.Status() == SWITCHING_PROTOCOLS && !AsksForHttp2()) {
+        Fail(CURLE_WEIRD_SERVER_REPLY,
+             "The answer is not HTTP: the server changes to another protocol (101)");
+        return false;
+    }
     KeepCookies();
     if (!block_.Final()) {
         return true;
@@ -100,6 +106,12 @@ bool Receiver::EndOfBlock()
         TellHeaders();
     }
     return !redirected_ || SkipsBody();
+}
+
+// Whether libcurl has asked for another protocol, in clear text, where HTTP/2 is preferred.
+bool Receiver::AsksForHttp2() const
+{
+    return configuration_.transferPreference == PREFER_HTTP2 && !hop_->url.Secure();
 }
 
 // Whether a redirect's body is worth reading, to keep the connection.

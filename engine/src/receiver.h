@@ -79,6 +79,7 @@ public:
 
 private:
     bool EndOfBlock();
+    bool AsksForHttp2() const;
     bool SkipsBody();
     void KeepCookies();
     void TellHeaders();

@@ -153,8 +153,16 @@ CURLcode Transfer::CauseOutside(CURLcode code, std::string &what) const
         return CURLE_WEIRD_SERVER_REPLY;
     }
     if (KnowsHttp2() && LacksHttp2(easy_, code, hop_.url.Secure(), exchange_.ProtocolRefused())) {
-        what = "The server does not answer in HTTP/2, which it was said to speak";
+        what = "The server gave no answer in HTTP/2, which it was said to speak";
         return CURLE_HTTP2;
+    }
+    if (LeftHttp2(code)) {
+        what = "The server ended the connection of HTTP/2 before its answer was whole";
+        return CURLE_HTTP2_STREAM;
+    }
+    if (code == CURLE_PARTIAL_FILE && receiver_.Block().Untouched()) {
+        what = "The server closed the connection without an answer";
+        return CURLE_GOT_NOTHING;
     }
     if (Tunnels()) {
         if (std::string failure = TunnelFailure(easy_, code); !failure.empty()) {

@@ -194,6 +194,32 @@ TEST_F(FramingTest, AStreamEndsWithItsFlagOnly)
     }
 }
 
+TEST_F(FramingTest, AnEndWithoutAnAnswerIsToldByItsKind)
+{
+    const std::string settings = Frame(SETTINGS, 0, "", 0);
+    const struct {
+        std::string answer;
+        uint32_t code;
+        const char *why;
+    } cases[] = {
+        {settings, TNX_ERR_EMPTY_REPLY, "without an answer"},
+        {settings + Frame(GOAWAY, 0, Number(0, 4) + Number(0, 4), 0), TNX_ERR_HTTP2_STREAM,
+         "ended the connection"},
+        {settings + Head({{":status", "200"}}) + Frame(GOAWAY, 0, Number(0, 4) + Number(11, 4), 0),
+         TNX_ERR_HTTP2_STREAM, "ended the connection"},
+        {"HTTP/1.1 400 Bad Request\r\n\r\n", TNX_ERR_HTTP2, "no answer in HTTP/2"},
+    };
+    for (const auto &one : cases) {
+        if (one.code == TNX_ERR_HTTP2_STREAM && LibcurlTellsEnds()) {
+            continue; // it tries again, and tells how often
+        }
+        Get(one.answer, true, [&one](const Outcome &outcome) {
+            EXPECT_EQ(outcome.code, one.code);
+            EXPECT_NE(outcome.Why().find(one.why), std::string::npos) << outcome.Why();
+        });
+    }
+}
+
 TEST_F(FramingTest, WhatIsNoMessageIsRefused)
 {
     const std::string ok = "HTTP/1.1 200 OK\r\n";
@@ -229,8 +255,8 @@ TEST_F(FramingTest, WhatIsNoMessageIsRefused)
          "abc"},
         {"http/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcde", TNX_ERR_WEIRD_REPLY, "not HTTP"},
         {"HTTP/2 000 \r\nContent-Length: 5\r\n\r\nabcde", TNX_ERR_WEIRD_REPLY, "not HTTP"},
-        {"HTTP/1.1 101 Other\r\n\r\nabcde", TNX_ERR_WEIRD_REPLY, "final"},
-        {"HTTP/1.1 101 Other\r\n\r\n", TNX_ERR_RECEIVE, "final"},
+        {"HTTP/1.1 101 Other\r\n\r\nabcde", TNX_ERR_WEIRD_REPLY, "another protocol"},
+        {"HTTP/1.1 101 Other\r\n\r\n", TNX_ERR_WEIRD_REPLY, "another protocol"},
         {ok + "Content-Len", TNX_ERR_RECEIVE, "final"},
     };
     for (const auto &[answer, code, told] : cases) {
