@@ -116,8 +116,9 @@ typedef struct Tnx_TracingConfiguration {
 /** How the peer's certificate is checked. */
 typedef enum Tnx_RemoteValidation {
     TNX_VALIDATION_SYSTEM = 0, /**< Against the system's trusted CAs. */
-    TNX_VALIDATION_SKIP = 1,   /**< Not at all. Anybody can then listen and answer. */
-    TNX_VALIDATION_CUSTOM = 2  /**< By the three strings. */
+    TNX_VALIDATION_SKIP = 1,  /**< Not at all: the strings, pins included, are not read. Anybody can
+                                   then listen and answer. */
+    TNX_VALIDATION_CUSTOM = 2 /**< By the three strings. */
 } Tnx_RemoteValidation;
 
 /** The encoding of the client certificate and its key. */

@@ -1,6 +1,8 @@
 // What the layers above rely on: who is called, when, how often, and what waits for what.
+#include "certificates.h"
 #include "engine_client.h"
 #include "ports.h"
+#include "proxy_servers.h"
 #include "scripted_server.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +16,7 @@ namespace
 {
 
 using namespace EndToEnd;
-using OHOS::Pelloria::TnxTest::ScriptedServer;
+using namespace OHOS::Pelloria::TnxTest;
 
 class PromisesTest : public testing::Test
 {
@@ -83,6 +85,21 @@ TEST_F(PromisesTest, EveryFailureButACancelHasAResponseWithItsRequest)
     for (const std::string &part : {std::string("127.0.0.1"), std::to_string(server_.Port()),
                                     std::string(" ms"), std::string("receiving")}) {
         EXPECT_NE(why.find(part), std::string::npos) << why;
+    }
+}
+
+TEST_F(PromisesTest, PinsAreCheckedWhereNothingElseIs)
+{
+    Open();
+    const TlsFront front(server_.Port());
+    for (const auto &[pins, expected] :
+         {std::pair{"good.pin", 0U}, {"self-signed.pin", ERR_TRANSFER_BASE + 90}}) {
+        Configuration configuration;
+        configuration.security.skipValidation = true;
+        configuration.security.publicKeyPins = ReadFile(Certificate(pins));
+        auto request = NewRequest(front.Url() + "/bytes?n=3");
+        request->SetConfiguration(configuration);
+        EXPECT_EQ(Flight(*session_, request).Wait().second, expected) << pins;
     }
 }
 
