@@ -148,7 +148,7 @@ CURLcode Transfer::CauseOutside(CURLcode code, std::string &what) const
     if (code == CURLE_BAD_CONTENT_ENCODING) { // libcurl's own: of a transfer coding
         return CURLE_WEIRD_SERVER_REPLY;
     }
-    if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+    if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY) {
         what = "The answer is not HTTP: " + what;
         return CURLE_WEIRD_SERVER_REPLY;
     }
