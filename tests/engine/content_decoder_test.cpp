@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "bodies.h"
-#include "content_decoder.h"
+#include "body/content_decoder.h"
 
 namespace OHOS::Pelloria::Tnx
 {

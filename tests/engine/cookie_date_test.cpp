@@ -1,5 +1,5 @@
 // Dates as cookies write them: any order, any separators, two-digit years.
-#include "set_cookie.h"
+#include "http/set_cookie.h"
 
 #include <gtest/gtest.h>
 

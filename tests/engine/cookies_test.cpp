@@ -1,6 +1,6 @@
 // Cookies that servers set: how a line is read, and to which later hops it goes.
-#include "hop_cookies.h"
-#include "set_cookie.h"
+#include "http/hop_cookies.h"
+#include "http/set_cookie.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Header fields as they are sent and as they are received, and forms as text.
-#include "bad_fields.h"
-#include "form_encoding.h"
-#include "header_block.h"
-#include "header_list.h"
+#include "body/form_encoding.h"
+#include "http/bad_fields.h"
+#include "http/header_block.h"
+#include "http/header_list.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Who may have a connection, and whom a close waits for.
-#include "activity.h"
-#include "admission.h"
+#include "event/activity.h"
+#include "pool/admission.h"
 #include "tests/objects/failing_memory.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,9 @@
 // URLs taken apart, names looked up, and what bypasses the proxy.
-#include "hop.h"
-#include "name_lookup.h"
-#include "proxy_route.h"
-#include "url.h"
+#include "dns/name_lookup.h"
+#include "http/hop.h"
+#include "http/proxy_route.h"
+#include "http/url.h"
+#include "pool/runtime.h"
 
 #include <gtest/gtest.h>
 
@@ -42,7 +43,7 @@ TEST(NameLookupTest, ALateAnswerIsThatOfItsOwnName)
     });
     Stage stage;
     Recorder recorder(configuration.tracing);
-    NameLookup lookup(Runtime::Get(), recorder, stage);
+    NameLookup lookup(Runtime::Get().Names(), recorder, stage);
     int wokenFirst = 0;
     int wokenSecond = 0;
     lookup.Start("first.test", 80, &configuration, [&wokenFirst] { ++wokenFirst; });

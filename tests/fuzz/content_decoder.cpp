@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "content_decoder.h"
+#include "body/content_decoder.h"
 
 using namespace OHOS::Pelloria::Tnx;
 

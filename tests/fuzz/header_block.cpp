@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "framing.h"
+#include "http/framing.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

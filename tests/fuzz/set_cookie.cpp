@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "set_cookie.h"
+#include "http/set_cookie.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "url.h"
+#include "http/url.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -1,0 +1,70 @@
+// Carries a body from the application's get-data function to libcurl.
+#ifndef TNX_ENGINE_PULL_BODY_H
+#define TNX_ENGINE_PULL_BODY_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "common/mutex.h"
+#include "event/delivery.h"
+#include "tnx_native/content.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class PullBody
+{
+public:
+    enum class Failure { NONE, CALLBACK, ENDED_EARLY };
+
+    // With a length, exactly so many bytes are sent.
+    PullBody(GetDataFunction function, std::optional<uint64_t> length, Delivery &delivery)
+        : function_(std::move(function))
+        , length_(length)
+        , delivery_(delivery)
+    {
+    }
+
+    // For libcurl: the bytes written to `buffer`, or CURL_READFUNC_PAUSE or _ABORT. After a pause
+    // the transfer is woken when there is something to read.
+    size_t Read(char *buffer, size_t size) noexcept;
+
+    // After a pause: whether there is something to read.
+    bool Ready() const;
+
+    Failure GetFailure() const;
+    uint64_t Sent() const;
+
+    // The function has not been asked: nothing of the body is gone.
+    bool Untouched() const;
+
+    // The function is not called again.
+    void Stop();
+
+private:
+    void Pull();
+    size_t ReadOrAsk(char *buffer, size_t size);
+    std::optional<size_t> TryRead(char *buffer, size_t size) REQUIRES(mutex_);
+
+    const GetDataFunction function_;
+    const std::optional<uint64_t> length_;
+    Delivery &delivery_;
+
+    mutable Mutex mutex_;
+    std::shared_ptr<std::string> data_ GUARDED_BY(mutex_);
+    size_t offset_ GUARDED_BY(mutex_) = 0;
+    uint64_t sent_ GUARDED_BY(mutex_) = 0;
+    bool asked_ GUARDED_BY(mutex_) = false;
+    bool ended_ GUARDED_BY(mutex_) = false;
+    bool pulling_ GUARDED_BY(mutex_) = false;
+    bool paused_ GUARDED_BY(mutex_) = false;
+    bool stopped_ GUARDED_BY(mutex_) = false;
+    Failure failure_ GUARDED_BY(mutex_) = Failure::NONE;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,158 @@
+// libcurl's multi-socket interface on the loop.
+#include "multi.h"
+
+#include <new>
+#include <utility>
+
+#include <sys/epoll.h>
+
+#include "handles.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+CurlMulti::CurlMulti(Loop &loop)
+    : loop_(loop)
+    , sockets_(&loop)
+    , timer_(loop, [this] { Act(CURL_SOCKET_TIMEOUT, 0); })
+{
+    SetUp();
+}
+
+CurlMulti::~CurlMulti()
+{
+    curl_multi_cleanup(multi_);
+}
+
+void CurlMulti::SetUp()
+{
+    multi_ = curl_multi_init();
+    if (multi_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, maxIdle_);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, OnSocket);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, OnTimer);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
+}
+
+void CurlMulti::SetMaxIdleConnections(long count)
+{
+    maxIdle_ = count;
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, count);
+}
+
+void CurlMulti::Add(CURL *easy, ExchangeListener &listener)
+{
+    if (multi_ == nullptr) {
+        SetUp();
+    }
+    running_.push_back(easy);
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, &listener);
+    listener.place_ = running_.size() - 1;
+    try {
+        AddHandle(multi_, easy);
+    } catch (const std::bad_alloc &) {
+        TakeOut(easy);
+        throw;
+    }
+}
+
+void CurlMulti::Remove(CURL *easy)
+{
+    TakeOut(easy);
+}
+
+// Null where it is not in.
+ExchangeListener *CurlMulti::TakeOut(CURL *easy)
+{
+    const auto listenerOf = [](CURL *handle) {
+        char *listener = nullptr;
+        curl_easy_getinfo(handle, CURLINFO_PRIVATE, &listener);
+        return reinterpret_cast<ExchangeListener *>(listener);
+    };
+    ExchangeListener *const listener = listenerOf(easy);
+    if (listener == nullptr || listener->place_ == ExchangeListener::NOWHERE) {
+        return nullptr;
+    }
+    curl_multi_remove_handle(multi_, easy);
+    listenerOf(running_.back())->place_ = listener->place_;
+    running_[std::exchange(listener->place_, ExchangeListener::NOWHERE)] = running_.back();
+    running_.pop_back();
+    return listener;
+}
+
+void CurlMulti::OnReady(int fd, uint32_t events)
+{
+    const int in = (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 ? CURL_CSELECT_IN : 0;
+    const int out = (events & EPOLLOUT) != 0 ? CURL_CSELECT_OUT : 0;
+    const int error = (events & EPOLLERR) != 0 ? CURL_CSELECT_ERR : 0;
+    Act(fd, in | out | error);
+}
+
+void CurlMulti::Act(curl_socket_t socket, int events)
+{
+    int running = 0;
+    const CURLMcode code = curl_multi_socket_action(multi_, socket, events, &running);
+    if (code == CURLM_OUT_OF_MEMORY || code == CURLM_ABORTED_BY_CALLBACK) {
+        StartOver();
+    } else {
+        CollectDone();
+    }
+}
+
+// libcurl has lost sight of a socket and divides by zero when it meets it again: none of what it
+// has under way, and no connection, can be relied upon.
+void CurlMulti::StartOver()
+{
+    CollectDone();
+    while (!running_.empty()) {
+        TakeOut(running_.back())->ExchangeDone(CURLE_OUT_OF_MEMORY);
+    }
+    curl_multi_cleanup(std::exchange(multi_, nullptr));
+    timer_.Stop();
+}
+
+void CurlMulti::CollectDone()
+{
+    int left = 0;
+    while (const CURLMsg *message = curl_multi_info_read(multi_, &left)) {
+        if (message->msg == CURLMSG_DONE) {
+            const CURLcode code = message->data.result; // the message goes with the handle
+            TakeOut(message->easy_handle)->ExchangeDone(code);
+        }
+    }
+}
+
+int CurlMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void *)
+{
+    auto *const multi = static_cast<CurlMulti *>(self);
+    uint32_t events = 0;
+    if (what == CURL_POLL_IN || what == CURL_POLL_INOUT) {
+        events |= EPOLLIN;
+    }
+    if (what == CURL_POLL_OUT || what == CURL_POLL_INOUT) {
+        events |= EPOLLOUT;
+    }
+    try {
+        multi->loop_.Watch(socket, events, multi);
+    } catch (const std::bad_alloc &) {
+        return -1;
+    }
+    return 0;
+}
+
+int CurlMulti::OnTimer(CURLM *, long milliseconds, void *self)
+{
+    auto *const multi = static_cast<CurlMulti *>(self);
+    if (milliseconds < 0) {
+        multi->timer_.Stop();
+    } else {
+        multi->timer_.Start(Clock::now() + std::chrono::milliseconds(milliseconds));
+    }
+    return 0;
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,128 @@
+// Opens, closes and looks at sockets.
+#include "sockets.h"
+
+#include <algorithm>
+#include <new>
+
+#include <netinet/in.h>
+#include <openssl/ssl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "event/loop.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+uint16_t LocalPort(int fd)
+{
+    union {
+        sockaddr any;
+        sockaddr_in v4;
+        sockaddr_in6 v6;
+    } address{};
+    socklen_t size = sizeof address;
+    if (getsockname(fd, &address.any, &size) != 0) {
+        return 0;
+    }
+    return ntohs(address.any.sa_family == AF_INET6 ? address.v6.sin6_port : address.v4.sin_port);
+}
+
+// Null where the connection speaks no TLS.
+SSL *TlsOf(CURL *easy)
+{
+    curl_tlssessioninfo *info = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &info);
+    const bool known = info != nullptr && info->backend == CURLSSLBACKEND_OPENSSL;
+    return known ? static_cast<SSL *>(info->internals) : nullptr;
+}
+
+// The streams of later versions belong to their requests, and other frames may come at any time.
+bool SpeaksHttp1(const SSL *tls)
+{
+    const unsigned char *name = nullptr;
+    unsigned int length = 0;
+    SSL_get0_alpn_selected(tls, &name, &length);
+    return length == 0 || (length > 5 && std::equal(name, name + 5, "http/"));
+}
+
+// The same in clear text, where HTTP/2 is kept for the repeats of one request only.
+bool SpokeHttp1(CURL *easy)
+{
+    long version = CURL_HTTP_VERSION_NONE;
+    curl_easy_getinfo(easy, CURLINFO_HTTP_VERSION, &version);
+    return version < CURL_HTTP_VERSION_2_0;
+}
+
+} // namespace
+
+void Sockets::Prepare(CURL *easy)
+{
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, OnOpen);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, OnClose);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+}
+
+bool Sockets::Disturbed(CURL *easy, int localPort)
+{
+    SSL *const tls = TlsOf(easy);
+    if (tls == nullptr) {
+        return SpokeHttp1(easy) && Readable(localPort);
+    }
+    // What is left of a record does not show at the socket.
+    return SpeaksHttp1(tls) && (SSL_pending(tls) > 0 || Readable(localPort));
+}
+
+// Where connections to two servers have the same port, one is as good as the other: all that it
+// costs is a new connection.
+bool Sockets::Readable(int localPort)
+{
+    return std::any_of(sockets_.begin(), sockets_.end(), [localPort](Socket &socket) {
+        if (socket.localPort == 0) {
+            socket.localPort = LocalPort(socket.fd);
+        }
+        pollfd look{.fd = socket.fd, .events = POLLIN, .revents = 0};
+        return socket.localPort == localPort && poll(&look, 1, 0) > 0;
+    });
+}
+
+curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
+{
+    auto &sockets = *static_cast<Sockets *>(self);
+    const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (fd < 0) {
+        return CURL_SOCKET_BAD;
+    }
+    try {
+        sockets.sockets_.push_back({.fd = fd, .localPort = 0});
+        if (sockets.loop_ != nullptr) {
+            sockets.loop_->Opened(fd);
+        }
+    } catch (const std::bad_alloc &) {
+        sockets.Forget(fd);
+        close(fd);
+        return CURL_SOCKET_BAD;
+    }
+    return fd;
+}
+
+void Sockets::Forget(curl_socket_t fd)
+{
+    std::erase_if(sockets_, [fd](const Socket &socket) { return socket.fd == fd; });
+}
+
+int Sockets::OnClose(void *self, curl_socket_t fd)
+{
+    auto &sockets = *static_cast<Sockets *>(self);
+    sockets.Forget(fd);
+    if (sockets.loop_ != nullptr) {
+        sockets.loop_->Closed(fd);
+    }
+    return close(fd);
+}
+
+} // namespace OHOS::Pelloria::Tnx

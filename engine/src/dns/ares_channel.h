@@ -1,0 +1,44 @@
+// A c-ares channel driven by the loop: asks one set of name servers.
+#ifndef TNX_ENGINE_ARES_CHANNEL_H
+#define TNX_ENGINE_ARES_CHANNEL_H
+
+#include <string>
+
+#include <ares.h>
+
+#include "event/loop.h"
+#include "lookup_book.h"
+#include "tnx_native/dns_rule.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// Belongs to the loop's thread.
+class AresChannel final : private Watcher
+{
+public:
+    // No servers: those of the system, and its table of hosts before them.
+    AresChannel(Loop &loop, const DnsServers &servers);
+    ~AresChannel();
+    AresChannel(const AresChannel &) = delete;
+    AresChannel &operator=(const AresChannel &) = delete;
+
+    void Lookup(const std::string &host, LookupDone done);
+
+private:
+    void OnReady(int fd, uint32_t events) override;
+    void Process(ares_socket_t readable, ares_socket_t writable);
+    void StartTimer();
+
+    static void OnSocketState(void *self, ares_socket_t socket, int readable, int writable);
+    static void OnAddresses(void *done, int status, int timeouts, ares_addrinfo *info);
+
+    Loop &loop_;
+    Loop::Timer timer_;
+    ares_channel channel_ = nullptr;
+    std::string setupError_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,61 @@
+// One exchange with a resolver over HTTPS: one name, one kind of address.
+#ifndef TNX_ENGINE_DOH_QUERY_H
+#define TNX_ENGINE_DOH_QUERY_H
+
+#include <array>
+#include <functional>
+#include <string>
+
+#include "curl/handles.h"
+#include "curl/multi.h"
+#include "tnx_native/configuration.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// A resolver URL, and how the certificate behind it is checked: as the request's own server. Its
+// pins, client certificate and credential are meant for nobody else, so the resolver sees none.
+struct DohResolver {
+    explicit DohResolver(const Configuration &configuration);
+
+    std::string url;
+    SecurityConfiguration trust;
+};
+
+// Belongs to the loop's thread.
+class DohQuery final : private ExchangeListener
+{
+public:
+    DohQuery(CurlMulti &multi, std::function<void()> done);
+    ~DohQuery();
+
+    // `resolve` tells where the resolver is, as CURLOPT_RESOLVE wants it; empty where its host
+    // needs no lookup. `type` is that of the records. May be done before this returns.
+    void Start(const DohResolver &resolver, const std::string &resolve, const std::string &host,
+               int type);
+
+    bool Done() const { return ended_; }
+    const std::string &Answer() const { return answer_; }
+    const std::string &Error() const { return error_; } // empty: there is an answer
+
+private:
+    CURLcode SetOptions(const DohResolver &resolver, const std::string &resolve);
+    void ExchangeDone(CURLcode code) override;
+    std::string Outcome(CURLcode code) const;
+    void End(std::string error);
+    static size_t OnBody(char *piece, size_t size, size_t count, void *self);
+
+    CurlMulti &multi_;
+    const EasyHandle easy_;
+    const std::function<void()> done_;
+    StringList headers_;
+    StringList resolve_;
+    std::string answer_;
+    std::string error_;
+    bool ended_ = false;
+    std::array<char, CURL_ERROR_SIZE> text_{};
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,104 @@
+// Finds the addresses of one name for one hop: by the rule, then the resolver URL, then the system.
+#ifndef TNX_ENGINE_NAME_LOOKUP_H
+#define TNX_ENGINE_NAME_LOOKUP_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "event/delivery.h"
+#include "lookup_book.h"
+#include "report/recorder.h"
+#include "tnx_native/configuration.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class DohClient;
+class Resolver;
+
+// Whom to ask; each serves the whole process, from the loop.
+struct NameServices {
+    Loop &loop;
+    Resolver &resolver;
+    DohClient &dohClient;
+};
+
+class NameLookup
+{
+public:
+    NameLookup(const NameServices &services, Recorder &recorder, Delivery &delivery)
+        : services_(services)
+        , recorder_(recorder)
+        , delivery_(delivery)
+    {
+    }
+
+    // Has the transfer look again. May be called on any thread, and when the transfer is gone.
+    using Waker = std::function<void()>;
+
+    // Starts to look for a name. Without a configuration only the system is asked.
+    void Start(const std::string &host, uint16_t port, const Configuration *configuration,
+               Waker wake);
+
+    // There is no name to look for.
+    void Skip() { Start({}, 0, nullptr, {}); }
+
+    // Whether the outcome is there; goes on to the next source where one had no opinion.
+    bool Ready();
+
+    // The outcome. No addresses and no error: the name needs no lookup.
+    const LookupResult &Result() const { return result_; }
+
+private:
+    enum class Source { RULE, RESOLVER_URL, SYSTEM, NONE };
+
+    // What another thread leaves here.
+    struct Answer {
+        // `make` gives the result, and may run out of memory.
+        template <class Make> void Take(Make make)
+        {
+            LookupResult made;
+            try {
+                made = make();
+            } catch (const std::bad_alloc &) {
+                made = NoMemory();
+            }
+            MutexLock lock(mutex);
+            result = std::move(made);
+        }
+
+        Mutex mutex;
+        std::optional<LookupResult> result GUARDED_BY(mutex);
+    };
+
+    bool Ask();
+    bool AskRule();
+    bool AskTable(const std::vector<StaticDnsRuleItem> &items);
+    void AskApplication(const DynamicDnsFunction &function);
+    LookupDone Await();
+    bool AskServers(const DnsServers &servers);
+    bool AskResolverUrl();
+    bool Settle(LookupResult result);
+    void DropNames(LookupResult &result);
+
+    const NameServices services_;
+    Recorder &recorder_;
+    Delivery &delivery_;
+    Waker wake_;
+    const Configuration *configuration_ = nullptr;
+    std::string host_;
+    uint16_t port_ = 0;
+    Source source_ = Source::NONE;
+    std::shared_ptr<Answer> answer_;
+    LookupResult result_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,88 @@
+// Reads the lines of a header section (RFC 9112 sections 4 and 5).
+#include "header_block.h"
+
+#include <charconv>
+
+#include "base/text.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+constexpr size_t MAX_SIZE = 512 * 1024;
+
+std::string_view WithoutLineEnd(std::string_view line)
+{
+    while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+} // namespace
+
+bool HeaderBlock::Add(std::string_view line)
+{
+    size_ += line.size();
+    line = WithoutLineEnd(line);
+    if (Final()) {
+        // A trailer: its fields must not be merged into the header section (RFC 9110 section 6.5),
+        // whatever they look like.
+    } else if (!started_ || complete_) {
+        Start(line);
+    } else if (line.empty()) {
+        complete_ = true;
+    } else if (line.front() == ' ' || line.front() == '\t') {
+        Continue(line);
+    } else {
+        AddField(line);
+    }
+    return size_ <= MAX_SIZE;
+}
+
+void HeaderBlock::Start(std::string_view line)
+{
+    const size_t size = size_;
+    if (started_) {
+        *this = HeaderBlock();
+    }
+    size_ = size;
+    started_ = true;
+    old_ = line.starts_with("HTTP/1.0 ");
+    const size_t space = line.find(' ');
+    if (line.starts_with("HTTP/") && space != std::string_view::npos) {
+        const std::string_view code = Trim(line.substr(space)).substr(0, 3);
+        std::from_chars(code.data(), code.data() + code.size(), status_);
+    }
+}
+
+void HeaderBlock::AddField(std::string_view line)
+{
+    const size_t colon = line.find(':');
+    if (colon == std::string_view::npos) {
+        return;
+    }
+    lastName_ = Lower(Trim(line.substr(0, colon)));
+    const std::string_view value = Trim(line.substr(colon + 1));
+    if (lastName_ == "set-cookie") {
+        setCookies_.emplace_back(value);
+    }
+    (*fields_)[lastName_].emplace_back(value);
+}
+
+// An obsolete line folding stands for one space (RFC 9112 section 5.2).
+void HeaderBlock::Continue(std::string_view line)
+{
+    const auto field = fields_->find(lastName_);
+    if (field == fields_->end()) {
+        return;
+    }
+    const std::string more = " " + std::string(Trim(line));
+    field->second.back() += more;
+    if (lastName_ == "set-cookie") {
+        setCookies_.back() += more;
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx

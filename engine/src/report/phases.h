@@ -1,0 +1,55 @@
+// When the phases of a fetch were over.
+#ifndef TNX_ENGINE_PHASES_H
+#define TNX_ENGINE_PHASES_H
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include <curl/curl.h>
+
+#include "base/clock.h"
+#include "tnx_native/response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Phases
+{
+public:
+    // The request starts to wait, and leaves the queue, which it may do again at a later hop: that
+    // wait counts as queue too and moves time 0, so that no time-out runs meanwhile.
+    void Queued();
+    void LeftQueue();
+
+    void HopStarted(bool redirected); // a hop leaves for its lookup
+    void HopResolved();
+    void HopEnded(CURL *easy); // takes libcurl's times
+
+    TimePoint Start() const { return start_; }
+    TimePoint HopStart() const { return hopStart_; }
+    TimeInfo Result() const;
+
+    // The times of a hop that is followed by another, for those who ask for texts: the record has
+    // room for the last one's only.
+    std::string HopText() const;
+
+    // What the hop was at when it ended, for the text of a failure. `reached`: a connection stood,
+    // which libcurl tells with its address rather than a time when the TLS handshake fails.
+    const char *HopPhase(bool secure, bool reached) const;
+
+private:
+    int64_t SinceStart(TimePoint at) const;
+
+    TimePoint queuedAt_;
+    TimePoint start_;
+    TimePoint hopStart_;
+    TimePoint performStart_;
+    bool started_ = false;
+    bool resolved_ = false;
+    TimeInfo times_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

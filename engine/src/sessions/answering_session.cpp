@@ -1,0 +1,58 @@
+// Answers without a network.
+#include "answering_session.h"
+
+#include "base/quiet_thread.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
+                                     const std::string &why)
+{
+    auto response = std::make_shared<Response>(request);
+    response->SetEffectiveUrl(request->GetUrl());
+    response->MutableDebugInfo().push_back({DEBUG_TEXT, why});
+    return response;
+}
+
+// On a thread of its own: the runtime may be what is missing.
+void AnsweringSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion)
+{
+    StartQuietThread("tnx-answer", [activity = activity_, request, code = code_, why = why_,
+                                    completion = std::move(completion)] {
+        const Activity::Scope running(*activity);
+        if (!running) {
+            return;
+        }
+        if (request->IsCanceled()) {
+            completion(nullptr, ERR_REQUEST_CANCELED);
+        } else {
+            completion(MakeAnswer(request, why), code);
+        }
+    }).detach();
+}
+
+void AnsweringSession::CancelAll()
+{
+    if (configuration_ != nullptr && configuration_->onSessionCanceled) {
+        configuration_->onSessionCanceled();
+    }
+}
+
+void AnsweringSession::Close()
+{
+    const bool first = activity_->Close();
+    activity_->WaitForOthers();
+    if (first && configuration_ != nullptr && configuration_->onSessionClosed) {
+        configuration_->onSessionClosed();
+    }
+}
+
+std::shared_ptr<Response> AnsweringSession::FetchSync(const std::shared_ptr<Request> &request,
+                                                      uint32_t *errorCode)
+{
+    *errorCode = code_;
+    return MakeAnswer(request, why_);
+}
+
+} // namespace OHOS::Pelloria::Tnx

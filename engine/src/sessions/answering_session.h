@@ -1,0 +1,54 @@
+// Answers that need no network: of sessions that could not be set up, and of those that a forked
+// child inherited.
+#ifndef TNX_ENGINE_ANSWERING_SESSION_H
+#define TNX_ENGINE_ANSWERING_SESSION_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "event/activity.h"
+#include "tnx_native/session.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+// A response that says why there is none.
+std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
+                                     const std::string &why);
+
+// Answers every fetch with the same code.
+class AnsweringSession final : public Session
+{
+public:
+    // Without a configuration there is nobody to tell of a cancel or a close.
+    AnsweringSession(uint32_t code, std::string why,
+                     std::shared_ptr<SessionConfiguration> configuration = {})
+        : code_(code)
+        , why_(std::move(why))
+        , configuration_(std::move(configuration))
+    {
+    }
+
+    const std::string &GetId() const override { return id_; }
+    void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) override;
+    std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
+                                        uint32_t *errorCode) override;
+    void CancelRequest(const std::shared_ptr<Request> &request) override
+    {
+        request->SetCanceled(true);
+    }
+    void CancelAll() override;
+    void Close() override;
+
+private:
+    const std::string id_ = "tnx-none";
+    const uint32_t code_;
+    const std::string why_;
+    const std::shared_ptr<SessionConfiguration> configuration_;
+    const std::shared_ptr<Activity> activity_ = std::make_shared<Activity>();
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

@@ -1,0 +1,41 @@
+// The engine's session: what the application's side holds of a SessionCore.
+#ifndef TNX_ENGINE_CURL_SESSION_H
+#define TNX_ENGINE_CURL_SESSION_H
+
+#include <memory>
+#include <string>
+
+#include "answering_session.h"
+#include "pool/session_core.h"
+#include "tnx_native/session.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class CurlSession final : public Session
+{
+public:
+    CurlSession(std::shared_ptr<SessionConfiguration> configuration, TaskRunner runner);
+    ~CurlSession() override;
+
+    const std::string &GetId() const override { return id_; }
+    void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) override;
+    std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
+                                        uint32_t *errorCode) override;
+    void CancelRequest(const std::shared_ptr<Request> &request) override;
+    void CancelAll() override;
+    void Close() override;
+
+private:
+    // The session belongs to the parent of this process, where its threads are.
+    bool Inherited() const { return generation_ != Runtime::Generation(); }
+
+    const uint64_t generation_;
+    const std::string id_;
+    const std::shared_ptr<SessionCore> core_;
+    AnsweringSession orphan_; // answers in a child that inherited the session
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

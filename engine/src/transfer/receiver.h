@@ -1,0 +1,120 @@
+// Takes what a response brings: header sections of all hops, and the body of the final one.
+#ifndef TNX_ENGINE_RECEIVER_H
+#define TNX_ENGINE_RECEIVER_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "body/body_pipe.h"
+#include "body/kept_body.h"
+#include "body/sliced_decoder.h"
+#include "event/delivery.h"
+#include "http/framing.h"
+#include "http/header_block.h"
+#include "http/hop.h"
+#include "http/hop_cookies.h"
+#include "tnx_native/response.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+class Receiver
+{
+public:
+    Receiver(Response &response, Delivery &delivery);
+
+    // A hop starts. `mayRepeat`: libcurl may answer a 401 or 407 by itself.
+    void StartHop(const Hop &hop, bool mayRepeat);
+
+    // A request goes out, of which a hop has several where libcurl repeats it: what comes next is
+    // its response.
+    void StartResponse();
+
+    // Whether the content codings of the hop's body are to be undone.
+    void DecodeContent(bool decode) { decodes_ = decode; }
+
+    // One header line. False to stop.
+    bool OnHeaderLine(std::string_view line);
+
+    // A piece of a body, for libcurl: its size, CURL_WRITEFUNC_PAUSE, or less to stop.
+    size_t OnBody(std::string_view piece);
+
+    // The hop is over and is not followed by another: the rest of the events. False when the body
+    // is not whole.
+    bool EndOfBody();
+
+    // Where the hop redirects to something that is to be followed. Its body is nothing to wait for.
+    bool Redirected() const { return redirected_; }
+    const HeaderBlock &Block() const { return block_; }
+
+    // The server may see more of the response to come than there is: its connection is not kept.
+    bool Ambiguous() const { return framing_.ambiguous; }
+    const HopCookies &Cookies() const { return hopCookies_; }
+
+    // libcurl waits until the application has taken what it has, or until that is decoded. Whether
+    // it can go on.
+    bool Resumable() const
+    {
+        return (paused_ && pipe_->HasRoom()) || (aside_ && !decoder_->Running());
+    }
+    void Resumed() { paused_ = false; }
+
+    // The application has had everything, or wants no more.
+    bool Drained() const { return !pipe_ || pipe_->Drained(); }
+    bool Refused() const { return pipe_ && pipe_->Refused(); }
+
+    // The body, when nothing more comes.
+    KeptBody &Body() { return body_; }
+
+    // Bytes of body so far, and why the receiver itself stopped, if it did.
+    uint64_t Received() const { return received_; }
+    CURLcode Failure() const { return failure_; }
+    const std::string &Problem() const { return problem_; }
+
+    // The application is not called any more.
+    void Stop();
+
+private:
+    bool EndOfBlock();
+    bool AsksForHttp2() const;
+    bool SkipsBody();
+    void KeepCookies();
+    void TellHeaders();
+    void StartDecoding();
+    size_t Decode(std::string_view piece);
+    size_t DecodeAside();
+    size_t Accept(std::string_view piece);
+    size_t Keep(std::string_view piece);
+    size_t Fail(CURLcode code, std::string problem);
+
+    Response &response_;
+    Delivery &delivery_;
+    const Configuration &configuration_;
+    std::optional<BodyPipe> pipe_;
+    HopCookies hopCookies_;
+    HeaderBlock block_;
+    Framing framing_;
+    const Hop *hop_ = nullptr;
+    bool mayRepeat_ = false;
+    bool redirected_ = false;
+    bool headersTold_ = false;
+    bool paused_ = false;
+    bool decodes_ = false;
+    bool bodyBegun_ = false;
+    std::shared_ptr<SlicedDecoder> decoder_; // null where there is nothing to undo
+    std::string_view decoded_;               // in the decoder, waits for room
+    size_t given_ = 0;   // to the decoder, of the piece that libcurl brings again after a pause
+    bool aside_ = false; // decodes a slice, or has done so
+    KeptBody body_;
+    uint64_t received_ = 0;
+    uint64_t skipped_ = 0; // of a redirect's body
+    CURLcode failure_ = CURLE_OK;
+    std::string problem_;
+};
+
+} // namespace OHOS::Pelloria::Tnx
+
+#endif

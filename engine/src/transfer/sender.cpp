@@ -1,0 +1,229 @@
+// Bodies of the four kinds, as options of libcurl.
+#include "sender.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <string_view>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "body/form_encoding.h"
+#include "http/content_type.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+template <class... Fs> struct Overloaded : Fs... {
+    using Fs::operator()...;
+};
+template <class... Fs> Overloaded(Fs...) -> Overloaded<Fs...>;
+
+size_t ReadPull(char *buffer, size_t size, size_t count, void *pull)
+{
+    return static_cast<PullBody *>(pull)->Read(buffer, size * count);
+}
+
+// What was pulled is gone: libcurl may only stay where it is.
+int SeekPull(void *pull, curl_off_t offset, int origin)
+{
+    const bool atStart = static_cast<PullBody *>(pull)->Sent() == 0;
+    return atStart && offset == 0 && origin == SEEK_SET ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
+}
+
+// Why libcurl could not read the file, or nothing. It opens the file late, and takes a directory
+// for an empty one.
+std::string WhyUnreadable(const std::string &path)
+{
+    struct stat status = {};
+    int error = 0;
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+        error = errno;
+    } else if (S_ISDIR(status.st_mode)) {
+        error = EISDIR;
+    }
+    return error == 0 ? std::string()
+                      : "Cannot read '" + path + "': " + std::generic_category().message(error);
+}
+
+} // namespace
+
+bool Sender::HasBody() const
+{
+    return request_.GetContent() != nullptr &&
+           !std::holds_alternative<std::monostate>(request_.GetContent()->Get());
+}
+
+CURLcode Sender::Prepare(CURL *easy, std::optional<uint64_t> length)
+{
+    return std::visit(
+        Overloaded{
+            [](std::monostate) { return CURLE_OK; },
+            [&](const std::shared_ptr<std::string> &body) {
+                return PrepareString(easy, body != nullptr ? *body : form_);
+            },
+            [&](const std::shared_ptr<Form> &form) {
+                form_ = form != nullptr ? EncodeForm(*form) : std::string();
+                return PrepareString(easy, form_);
+            },
+            [&](const std::shared_ptr<MultipartForm> &form) {
+                return PrepareMultipart(easy, form.get());
+            },
+            [&](const GetDataFunction &function) { return PreparePull(easy, function, length); },
+        },
+        request_.GetContent()->Get());
+}
+
+CURLcode Sender::PrepareString(CURL *easy, const std::string &body)
+{
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.data());
+    return curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                            static_cast<curl_off_t>(body.size()));
+}
+
+PullBody &Sender::NewPull(const GetDataFunction &function, std::optional<uint64_t> length)
+{
+    pulls_.push_back(std::make_unique<PullBody>(function, length, delivery_));
+    return *pulls_.back();
+}
+
+CURLcode Sender::PreparePull(CURL *easy, const GetDataFunction &function,
+                             std::optional<uint64_t> length)
+{
+    PullBody &pull = NewPull(function, length);
+    curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 256L * 1024);
+    curl_easy_setopt(easy, CURLOPT_READFUNCTION, ReadPull);
+    curl_easy_setopt(easy, CURLOPT_READDATA, &pull);
+    curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, SeekPull);
+    curl_easy_setopt(easy, CURLOPT_SEEKDATA, &pull);
+    return curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE,
+                            length ? static_cast<curl_off_t>(*length) : curl_off_t{-1});
+}
+
+CURLcode Sender::PrepareMultipart(CURL *easy, const MultipartForm *form)
+{
+    if (form == nullptr) {
+        return PrepareString(easy, form_);
+    }
+    mime_.reset(curl_mime_init(easy));
+    if (mime_ == nullptr) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    std::map<std::string_view, const std::vector<MultipartFormFieldValue> *> sorted;
+    for (const auto &[name, values] : form->fields) {
+        sorted.emplace(name, &values);
+    }
+    for (const auto &[name, values] : sorted) {
+        if (values->empty()) {
+            MultipartFormFieldValue empty;
+            empty.SetFormFieldSimpleValue({});
+            if (const CURLcode code = AddPart(std::string(name), empty); code != CURLE_OK) {
+                return code;
+            }
+        }
+        for (const MultipartFormFieldValue &value : *values) {
+            if (const CURLcode code = AddPart(std::string(name), value); code != CURLE_OK) {
+                return code;
+            }
+        }
+    }
+    return curl_easy_setopt(easy, CURLOPT_MIMEPOST, mime_.get());
+}
+
+CURLcode Sender::AddPart(const std::string &name, const MultipartFormFieldValue &value)
+{
+    curl_mimepart *const part = curl_mime_addpart(mime_.get());
+    if (part == nullptr) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    if (const CURLcode code = curl_mime_name(part, name.c_str()); code != CURLE_OK) {
+        return code;
+    }
+    if (const auto *file = std::get_if<FormFieldFileValue>(&value.Get())) {
+        return AddFile(part, *file);
+    }
+    const auto *simple = std::get_if<FormFieldValue>(&value.Get());
+    const std::string text = simple != nullptr ? FormValueText(*simple) : std::string();
+    return curl_mime_data(part, text.data(), text.size());
+}
+
+CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
+{
+    using Source = ContentOrPathOrGetDataCallback;
+    std::string fileName = file.fileName;
+    CURLcode code =
+        std::visit(Overloaded{
+                       [](std::monostate) { return CURLE_OK; },
+                       [&](const std::shared_ptr<std::string> &content) {
+                           return content != nullptr
+                                      ? curl_mime_data(part, content->data(), content->size())
+                                      : CURLE_OK;
+                       },
+                       [&](const Source::Path &path) {
+                           if (fileName.empty()) {
+                               fileName = path.name.substr(path.name.rfind('/') + 1);
+                           }
+                           problem_ = WhyUnreadable(path.name);
+                           return problem_.empty() ? curl_mime_filedata(part, path.name.c_str())
+                                                   : CURLE_READ_ERROR;
+                       },
+                       [&](const GetDataFunction &function) {
+                           return curl_mime_data_cb(part, -1, ReadPull, SeekPull, nullptr,
+                                                    &NewPull(function, std::nullopt));
+                       },
+                   },
+                   file.contentOrPath->Get());
+    if (code == CURLE_OK && !fileName.empty()) {
+        code = curl_mime_filename(part, fileName.c_str());
+    }
+    if (code != CURLE_OK) {
+        return code;
+    }
+    return curl_mime_type(part, file.contentType.empty() ? GuessContentType(fileName)
+                                                         : file.contentType.c_str());
+}
+
+bool Sender::CanReplay() const
+{
+    return std::all_of(pulls_.begin(), pulls_.end(),
+                       [](const auto &pull) { return pull->Untouched(); });
+}
+
+bool Sender::Resumable() const
+{
+    return std::any_of(pulls_.begin(), pulls_.end(),
+                       [](const auto &pull) { return pull->Ready(); });
+}
+
+// libcurl counts the framing of chunks too.
+uint64_t Sender::Uploaded(uint64_t counted) const
+{
+    const bool pulled =
+        HasBody() && std::holds_alternative<GetDataFunction>(request_.GetContent()->Get());
+    return pulled && !pulls_.empty() ? std::min(counted, pulls_.back()->Sent()) : counted;
+}
+
+PullBody::Failure Sender::GetFailure() const
+{
+    for (const auto &pull : pulls_) {
+        if (const PullBody::Failure failure = pull->GetFailure();
+            failure != PullBody::Failure::NONE) {
+            return failure;
+        }
+    }
+    return PullBody::Failure::NONE;
+}
+
+void Sender::Stop()
+{
+    for (const auto &pull : pulls_) {
+        pull->Stop();
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx
