@@ -93,7 +93,7 @@ TEST(UrlTest, TakesUrlsApart)
         Url url;
         EXPECT_EQ(ParseUrl(text, url), code) << text;
         if (code == CURLE_OK) {
-            EXPECT_EQ(url.Origin(), origin);
+            EXPECT_EQ(url.origin, origin);
             EXPECT_EQ(url.path, path) << text;
         } else {
             EXPECT_NE(url.problem.find(origin), std::string::npos) << text << ": " << url.problem;

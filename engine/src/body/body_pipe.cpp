@@ -31,7 +31,9 @@ void BodyPipe::Consume()
     while (TakeChunk()) {
         size_t taken = 0;
         delivery_.Call([&] { taken = consumer_(chunk_); });
-        if (Settle(taken)) {
+        if (taken < chunk_->size()) {
+            Refuse();
+        } else if (MadeRoom()) {
             delivery_.Wake();
         }
     }
@@ -60,13 +62,20 @@ bool BodyPipe::TakeChunk()
     return true;
 }
 
-// Whether the transfer has to know.
-bool BodyPipe::Settle(size_t taken)
+void BodyPipe::Refuse()
+{
+    {
+        MutexLock lock(mutex_);
+        refused_ = true;
+    }
+    delivery_.Stop(CURLE_WRITE_ERROR, "The data callback stopped the transfer");
+}
+
+// Whether somebody has waited for it.
+bool BodyPipe::MadeRoom()
 {
     MutexLock lock(mutex_);
-    refused_ = taken < chunk_->size();
-    const bool room = std::exchange(full_, full_ && pending_.size() > maxChunk_) && !full_;
-    return refused_ || room;
+    return std::exchange(full_, full_ && pending_.size() > maxChunk_) && !full_;
 }
 
 void BodyPipe::Close()

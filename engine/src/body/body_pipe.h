@@ -47,7 +47,8 @@ public:
 private:
     void Consume();
     bool TakeChunk();
-    bool Settle(size_t taken);
+    void Refuse();
+    bool MadeRoom();
     bool Closed() const;
 
     const Consumer &consumer_;

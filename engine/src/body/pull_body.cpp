@@ -32,10 +32,11 @@ std::optional<size_t> PullBody::TryRead(char *buffer, size_t size)
     if (complete) {
         return 0;
     }
-    if (ended_ && length_ && failure_ == Failure::NONE) {
-        failure_ = Failure::ENDED_EARLY;
+    if (ended_ && length_) {
+        delivery_.Stop(CURLE_PARTIAL_FILE,
+                       "The body callback ended before the content-length was reached");
     }
-    if (failure_ != Failure::NONE) {
+    if (ended_ && (failed_ || length_)) {
         return CURL_READFUNC_ABORT;
     }
     return ended_ ? std::optional<size_t>(0) : std::nullopt;
@@ -77,13 +78,14 @@ void PullBody::Pull()
     }
     std::shared_ptr<std::string> piece;
     delivery_.Call([&] { piece = function_(PIECE); });
+    if (piece == nullptr) {
+        delivery_.Stop(CURLE_ABORTED_BY_CALLBACK, "The body callback reported failure");
+    }
     {
         MutexLock lock(mutex_);
         pulling_ = false;
-        if (piece == nullptr) {
-            failure_ = Failure::CALLBACK;
-        }
-        ended_ = piece == nullptr || piece->empty();
+        failed_ = piece == nullptr;
+        ended_ = failed_ || piece->empty();
         data_ = std::move(piece);
         offset_ = 0;
         if (!paused_) {
@@ -97,12 +99,6 @@ bool PullBody::Ready() const
 {
     MutexLock lock(mutex_);
     return paused_ && !pulling_;
-}
-
-PullBody::Failure PullBody::GetFailure() const
-{
-    MutexLock lock(mutex_);
-    return failure_;
 }
 
 uint64_t PullBody::Sent() const

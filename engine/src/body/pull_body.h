@@ -18,8 +18,6 @@ namespace OHOS::Pelloria::Tnx
 class PullBody
 {
 public:
-    enum class Failure { NONE, CALLBACK, ENDED_EARLY };
-
     // With a length, exactly so many bytes are sent.
     PullBody(GetDataFunction function, std::optional<uint64_t> length, Delivery &delivery)
         : function_(std::move(function))
@@ -35,7 +33,6 @@ public:
     // After a pause: whether there is something to read.
     bool Ready() const;
 
-    Failure GetFailure() const;
     uint64_t Sent() const;
 
     // The function has not been asked: nothing of the body is gone.
@@ -62,7 +59,7 @@ private:
     bool pulling_ GUARDED_BY(mutex_) = false;
     bool paused_ GUARDED_BY(mutex_) = false;
     bool stopped_ GUARDED_BY(mutex_) = false;
-    Failure failure_ GUARDED_BY(mutex_) = Failure::NONE;
+    bool failed_ GUARDED_BY(mutex_) = false;
 };
 
 } // namespace OHOS::Pelloria::Tnx

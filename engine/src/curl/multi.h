@@ -1,14 +1,12 @@
-// A libcurl multi handle driven by the loop.
-#ifndef TNX_ENGINE_CURL_MULTI_H
-#define TNX_ENGINE_CURL_MULTI_H
+// Where easy handles run: a multi handle of libcurl with its connections.
+#ifndef TNX_ENGINE_MULTI_H
+#define TNX_ENGINE_MULTI_H
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include <curl/curl.h>
 
-#include "event/loop.h"
 #include "sockets.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -24,47 +22,37 @@ protected:
     ~ExchangeListener() = default;
 
 private:
-    friend class CurlMulti;
+    friend class LoopMulti;
     static constexpr size_t NOWHERE = SIZE_MAX;
-    size_t place_ = NOWHERE; // in the multi's list
+    size_t index_ = NOWHERE; // in the multi's list
 };
 
-// Made on any thread, used and destroyed on the loop's.
-class CurlMulti final : private Watcher
+class Multi
 {
 public:
-    explicit CurlMulti(Loop &loop);
-    ~CurlMulti();
-    CurlMulti(const CurlMulti &) = delete;
-    CurlMulti &operator=(const CurlMulti &) = delete;
-
-    void SetMaxIdleConnections(long count);
+    Multi(const Multi &) = delete;
+    Multi &operator=(const Multi &) = delete;
 
     // The listener is told once, when the exchange is done and its handle is out of here. Throws
     // bad_alloc.
-    void Add(CURL *easy, ExchangeListener &listener);
-    void Remove(CURL *easy);
+    virtual void Add(CURL *easy, ExchangeListener &listener) = 0;
 
-    // Of its connections, which this loop watches: easy handles are to be prepared for it.
+    // Not told any more. Nothing happens where the handle is not in.
+    virtual void Remove(CURL *easy) noexcept = 0;
+
+    // Of its connections: easy handles are to be prepared for it.
     Sockets &GetSockets() { return sockets_; }
 
+protected:
+    // `loop`: watches the connections, if it is given.
+    explicit Multi(Loop *loop = nullptr)
+        : sockets_(loop)
+    {
+    }
+    ~Multi() = default;
+
 private:
-    void OnReady(int fd, uint32_t events) override;
-    void SetUp();
-    void Act(curl_socket_t socket, int events);
-    void CollectDone();
-    void StartOver();
-    ExchangeListener *TakeOut(CURL *easy);
-
-    static int OnSocket(CURL *easy, curl_socket_t socket, int what, void *self, void *);
-    static int OnTimer(CURLM *multi, long milliseconds, void *self);
-
-    Loop &loop_;
-    Sockets sockets_;
-    CURLM *multi_ = nullptr; // null from a new start to the next exchange
-    Loop::Timer timer_;
-    long maxIdle_ = 0;
-    std::vector<CURL *> running_;
+    Sockets sockets_; // outlives the multi handle
 };
 
 } // namespace OHOS::Pelloria::Tnx

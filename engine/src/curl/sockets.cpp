@@ -59,12 +59,12 @@ bool SpokeHttp1(CURL *easy)
 
 } // namespace
 
-void Sockets::Prepare(CURL *easy)
+void Sockets::Prepare(Options &options)
 {
-    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, OnOpen);
-    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
-    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, OnClose);
-    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+    options.Function(CURLOPT_OPENSOCKETFUNCTION, OnOpen);
+    options.Pointer(CURLOPT_OPENSOCKETDATA, this);
+    options.Function(CURLOPT_CLOSESOCKETFUNCTION, OnClose);
+    options.Pointer(CURLOPT_CLOSESOCKETDATA, this);
 }
 
 bool Sockets::Disturbed(CURL *easy, int localPort)

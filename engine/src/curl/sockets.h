@@ -8,6 +8,8 @@
 
 #include <curl/curl.h>
 
+#include "options.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 
@@ -25,8 +27,8 @@ public:
     Sockets(const Sockets &) = delete;
     Sockets &operator=(const Sockets &) = delete;
 
-    // The options of an easy handle that goes into the multi handle.
-    void Prepare(CURL *easy);
+    // Names the options of an easy handle that goes into the multi handle.
+    void Prepare(Options &options);
 
     // Something has arrived at a kept connection of HTTP/1 that nobody has asked for: its end, or a
     // response that would be taken for that of the next request. `easy` has the connection.

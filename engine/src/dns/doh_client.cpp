@@ -30,7 +30,7 @@ std::string Key(const DohResolver &resolver, const std::string &host)
 class DohLookup
 {
 public:
-    DohLookup(CurlMulti &multi, DohResolver resolver, std::string host, LookupDone done)
+    DohLookup(LoopMulti &multi, DohResolver resolver, std::string host, LookupDone done)
         : resolver_(std::move(resolver))
         , host_(std::move(host))
         , done_(std::move(done))

@@ -31,7 +31,7 @@ public:
 private:
     Loop &loop_;
     Resolver &system_; // finds the resolvers themselves
-    CurlMulti multi_;
+    LoopMulti multi_;
     LookupBook book_;
     std::unordered_map<std::string, std::unique_ptr<DohLookup>> lookups_;
 };

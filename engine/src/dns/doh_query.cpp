@@ -46,7 +46,7 @@ DohResolver::DohResolver(const Configuration &configuration)
     trust.trustedCaDirectory = configuration.security.trustedCaDirectory;
 }
 
-DohQuery::DohQuery(CurlMulti &multi, std::function<void()> done)
+DohQuery::DohQuery(LoopMulti &multi, std::function<void()> done)
     : multi_(multi)
     , easy_(MakeEasy())
     , done_(std::move(done))
@@ -73,7 +73,8 @@ void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
         End(curl_easy_strerror(code));
         return;
     }
-    multi_.GetSockets().Prepare(easy_.get());
+    Options options(easy_.get());
+    multi_.GetSockets().Prepare(options);
     multi_.Add(easy_.get(), *this);
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "curl/handles.h"
-#include "curl/multi.h"
+#include "curl/loop_multi.h"
 #include "tnx_native/configuration.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -26,7 +26,7 @@ struct DohResolver {
 class DohQuery final : private ExchangeListener
 {
 public:
-    DohQuery(CurlMulti &multi, std::function<void()> done);
+    DohQuery(LoopMulti &multi, std::function<void()> done);
     ~DohQuery();
 
     // `resolve` tells where the resolver is, as CURLOPT_RESOLVE wants it; empty where its host
@@ -45,7 +45,7 @@ private:
     void End(std::string error);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
 
-    CurlMulti &multi_;
+    LoopMulti &multi_;
     const EasyHandle easy_;
     const std::function<void()> done_;
     StringList headers_;

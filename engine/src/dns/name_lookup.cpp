@@ -32,7 +32,7 @@ void NameLookup::Start(const std::string &host, uint16_t port, const Configurati
     port_ = port;
     result_ = {};
     answer_.reset();
-    source_ = host.empty() || IsAddress(host) ? Source::NONE : Source::RULE;
+    source_ = IsAddress(host) ? Source::NONE : Source::RULE;
 }
 
 bool NameLookup::Ready()

@@ -46,9 +46,6 @@ public:
     void Start(const std::string &host, uint16_t port, const Configuration *configuration,
                Waker wake);
 
-    // There is no name to look for.
-    void Skip() { Start({}, 0, nullptr, {}); }
-
     // Whether the outcome is there; goes on to the next source where one had no opinion.
     bool Ready();
 

@@ -2,11 +2,12 @@
 #ifndef TNX_ENGINE_DELIVERY_H
 #define TNX_ENGINE_DELIVERY_H
 
-#include <atomic>
 #include <functional>
 #include <memory>
-#include <new>
+#include <string>
+#include <utility>
 
+#include "outcome.h"
 #include "tnx_native/callback_gate.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -39,10 +40,8 @@ public:
         if (const CallbackGate::Turn turn(gate_); turn) {
             try {
                 callback();
-            } catch (const std::bad_alloc &) {
-                Meet(Trouble::NO_MEMORY);
             } catch (...) {
-                Meet(Trouble::THREW);
+                StopOfThrown();
             }
         } else {
             Wake();
@@ -54,24 +53,28 @@ public:
     {
         try {
             return function();
-        } catch (const std::bad_alloc &) {
-            Meet(Trouble::NO_MEMORY);
         } catch (...) {
-            Meet(Trouble::THREW);
+            StopOfThrown();
         }
         return failure;
     }
 
-    // What keeps the transfer from going on.
-    enum class Trouble { NONE, THREW, NO_MEMORY };
-    Trouble GetTrouble() const { return trouble_; }
-
-    // Ends the transfer. From any thread.
-    void Meet(Trouble trouble) noexcept
+    // Ends the transfer, for the first reason that is given. From any thread.
+    void Stop(CURLcode code, std::string why) noexcept
     {
-        trouble_ = trouble;
+        outcome_.Stop(code, std::move(why));
         Wake();
     }
+
+    // The same for what is being handled.
+    void StopOfThrown() noexcept
+    {
+        outcome_.StopOfThrown();
+        Wake();
+    }
+
+    // On the driving thread the outcome may be told without a wake-up.
+    Outcome &GetOutcome() { return outcome_; }
 
     // Whether the driving thread may go on, rather than look at what else there is to do.
     virtual bool HasTime() const = 0;
@@ -89,7 +92,7 @@ protected:
 
 private:
     CallbackGate &gate_;
-    std::atomic<Trouble> trouble_ = Trouble::NONE;
+    Outcome outcome_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -56,7 +56,7 @@ void Strand::Run(const Callback &callback) noexcept
     try {
         callback();
     } catch (...) {
-        transfer_.Meet(Delivery::Trouble::NO_MEMORY);
+        transfer_.StopOfThrown();
     }
 }
 

@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr const char *USER_AGENT = "User-Agent: libtnx/1.0";
+constexpr const char *ACCEPT_ENCODING = "Accept-Encoding: gzip, br, zstd";
 
 // What servers take of one field: cookies of hops that would make the field longer stay behind.
 constexpr size_t MOST_COOKIES = 8 * 1024;
@@ -126,6 +127,9 @@ public:
         }
         list_.ranges = JoinRanges(request_.GetTransferRange());
         list_.ownEncoding = list_.ownEncoding || !list_.ranges.empty();
+        if (!list_.ownEncoding) {
+            Append(ACCEPT_ENCODING);
+        }
         return std::move(list_);
     }
 
@@ -196,7 +200,7 @@ private:
             line += line.empty() ? "" : "; ";
             line += name + "=" + value;
         };
-        const auto ofHops = cookies_.For(hop_.url);
+        const auto ofHops = cookies_.For(*hop_.url);
         if (hop_.sameOrigin) {
             const RequestCookies &cookies = request_.GetRequestCookies();
             for (const auto &[name, value] : std::map(cookies.begin(), cookies.end())) {

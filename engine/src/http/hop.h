@@ -3,6 +3,7 @@
 #define TNX_ENGINE_HOP_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,7 +13,7 @@ namespace OHOS::Pelloria::Tnx
 {
 
 struct Hop {
-    Url url;
+    std::shared_ptr<const Url> url;
     std::string method;
     bool body = false;      // carries the request's body
     bool sameOrigin = true; // as the request, and never left it: sees its credentials and cookies

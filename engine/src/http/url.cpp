@@ -95,7 +95,7 @@ CURLcode ParseInternational(CURLU *handle, const std::string &name, const std::s
 
 CURLcode ParseUrl(const std::string &text, Url &url)
 {
-    const UrlHandle handle = MakeUrl();
+    UrlHandle handle = MakeUrl();
     const bool cut = text.find('\0') != std::string::npos;
     const CURLUcode code = cut ? CURLUE_MALFORMED_INPUT
                                : Set(handle.get(), CURLUPART_URL, text, CURLU_NON_SUPPORT_SCHEME);
@@ -121,11 +121,16 @@ CURLcode ParseUrl(const std::string &text, Url &url)
     if (url.host.front() == '[') {
         url.host = url.host.substr(1, url.host.size() - 2);
     }
+    url.hostIsAddress = IsAddress(url.host);
+    url.hasCredential = !GetPart(handle.get(), CURLUPART_USER).empty() ||
+                        !GetPart(handle.get(), CURLUPART_PASSWORD).empty();
     url.path = GetPart(handle.get(), CURLUPART_PATH);
     const std::string port = GetPart(handle.get(), CURLUPART_PORT);
     url.port = url.Secure() ? 443 : 80;
     url.ownPort = !port.empty();
     std::from_chars(port.data(), port.data() + port.size(), url.port);
+    url.origin = url.scheme + "://" + url.host + ":" + std::to_string(url.port);
+    url.handle = std::move(handle);
     return CURLE_OK;
 }
 

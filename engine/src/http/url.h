@@ -3,6 +3,7 @@
 #define TNX_ENGINE_URL_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include <curl/curl.h>
@@ -23,16 +24,22 @@ struct Url {
     std::string givenName;
     std::string asciiText;
 
+    // Scheme, host and port: who may see credentials, and whose connections are counted together.
+    std::string origin;
+
+    bool hostIsAddress = false;
+    bool hasCredential = false;
+
+    // For libcurl. Never changed.
+    std::shared_ptr<CURLU> handle;
+
     // For people to read.
     const std::string &Name() const { return givenName.empty() ? host : givenName; }
 
-    // For libcurl, which takes what is beyond ASCII to be in the locale of the process.
+    // For those who take what is beyond ASCII to be in the locale of the process.
     const std::string &Ascii() const { return asciiText.empty() ? text : asciiText; }
 
     bool Secure() const { return scheme == "https"; }
-
-    // Scheme, host and port: who may see credentials, and whose connections are counted together.
-    std::string Origin() const { return scheme + "://" + host + ":" + std::to_string(port); }
 };
 
 // Takes an absolute URL of http or https apart. Else code and `problem` tell what is wrong with it.

@@ -7,29 +7,13 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-SyncHandles::SyncHandles()
-    : multi(curl_multi_init())
-    , easy(curl_easy_init())
-{
-    if (multi == nullptr || easy == nullptr) {
-        curl_multi_cleanup(multi);
-        throw std::bad_alloc();
-    }
-}
-
-SyncHandles::~SyncHandles()
-{
-    easy.reset(); // before the connections that it may refer to
-    curl_multi_cleanup(multi);
-}
-
 SessionCore::SessionCore(Runtime &runtime, std::shared_ptr<SessionConfiguration> configuration,
                          TaskRunner runner)
     : runtime_(runtime)
     , configuration_(std::move(configuration))
     , runner_(std::move(runner))
     , admission_(configuration_->maxConnectionsPerHost, configuration_->maxTotalConnections)
-    , multi_(std::make_unique<CurlMulti>(runtime.GetLoop()))
+    , multi_(std::make_unique<LoopMulti>(runtime.GetLoop()))
 {
     multi_->SetMaxIdleConnections(MaxIdle());
 }
@@ -86,61 +70,62 @@ std::vector<std::shared_ptr<RunningFetch>> SessionCore::All()
     return all;
 }
 
-EasyHandle SessionCore::TakeEasy()
+std::unique_ptr<Wire> SessionCore::TakeWire()
 {
-    if (!easies_.empty()) {
-        EasyHandle easy = std::move(easies_.back());
-        easies_.pop_back();
-        return easy;
+    if (!wires_.empty()) {
+        std::unique_ptr<Wire> wire = std::move(wires_.back());
+        wires_.pop_back();
+        return wire;
     }
-    EasyHandle easy = MakeEasy();
-    easies_.reserve(easiesAlive_ + 1); // giving one back must not fail
-    ++easiesAlive_;
-    return easy;
+    auto wire = std::make_unique<Wire>(*multi_, tlsSessions_.Get());
+    wires_.reserve(wiresAlive_ + 1); // giving one back must not fail
+    ++wiresAlive_;
+    return wire;
 }
 
-void SessionCore::GiveEasy(EasyHandle easy, bool sound) noexcept
+void SessionCore::GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept
 {
     if (sound) {
-        easies_.push_back(std::move(easy));
+        wire->Clean();
+        wires_.push_back(std::move(wire));
     } else {
-        --easiesAlive_;
+        --wiresAlive_;
     }
 }
 
-void SessionCore::ReleaseHandles()
+void SessionCore::ReleaseWires()
 {
-    easies_.clear();
+    wires_.clear();
     multi_.reset();
 }
 
-std::unique_ptr<SyncHandles> SessionCore::TakeSync()
+std::unique_ptr<CallerWire> SessionCore::TakeCallerWire()
 {
     {
         MutexLock lock(mutex_);
-        if (!syncs_.empty()) {
-            std::unique_ptr<SyncHandles> handles = std::move(syncs_.back());
-            syncs_.pop_back();
-            return handles;
+        if (!callerWires_.empty()) {
+            std::unique_ptr<CallerWire> wire = std::move(callerWires_.back());
+            callerWires_.pop_back();
+            return wire;
         }
     }
-    auto handles = std::make_unique<SyncHandles>();
-    {
-        MutexLock lock(mutex_);
-        syncs_.reserve(syncsAlive_ + 1);
-        ++syncsAlive_;
-    }
-    curl_multi_setopt(handles->multi, CURLMOPT_MAXCONNECTS, MaxIdle());
-    return handles;
+    auto wire = std::make_unique<CallerWire>(MaxIdle(), tlsSessions_.Get());
+    MutexLock lock(mutex_);
+    callerWires_.reserve(callerWiresAlive_ + 1);
+    ++callerWiresAlive_;
+    return wire;
 }
 
-void SessionCore::GiveSync(std::unique_ptr<SyncHandles> handles, bool sound) noexcept
+void SessionCore::GiveCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept
 {
+    if (sound) {
+        wire->wire.Clean();
+    }
     MutexLock lock(mutex_);
-    if (sound && syncs_.size() < static_cast<size_t>(MaxIdle())) {
-        syncs_.push_back(std::move(handles));
+    if (sound && callerWires_.size() < static_cast<size_t>(MaxIdle())) {
+        callerWires_.push_back(std::move(wire));
     } else {
-        --syncsAlive_;
+        --callerWiresAlive_;
     }
 }
 

@@ -10,19 +10,20 @@
 
 #include "admission.h"
 #include "common/mutex.h"
-#include "curl/handles.h"
-#include "curl/multi.h"
-#include "curl/sockets.h"
+#include "curl/caller_multi.h"
+#include "curl/loop_multi.h"
 #include "curl/tls_session_share.h"
 #include "event/activity.h"
+#include "http/url_memory.h"
 #include "runtime.h"
 #include "tnx_native/session.h"
+#include "wire/wire.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
 // A fetch on its way, as its session sees it.
-class RunningFetch
+class RunningFetch : public Candidate
 {
 public:
     virtual const std::shared_ptr<Request> &GetRequest() const = 0;
@@ -34,17 +35,16 @@ protected:
     ~RunningFetch() = default;
 };
 
-// A multi handle of its own for each synchronous fetch that runs, kept for the next one with its
-// connections: sharing connections across threads is not safe.
-struct SyncHandles {
-    Sockets sockets;
-    CURLM *multi;
-    EasyHandle easy;
+// A wire that its caller drives.
+struct CallerWire {
+    CallerWire(long maxIdleConnections, CURLSH *tlsSessions)
+        : multi(maxIdleConnections)
+        , wire(multi, tlsSessions)
+    {
+    }
 
-    SyncHandles();
-    ~SyncHandles();
-    SyncHandles(const SyncHandles &) = delete;
-    SyncHandles &operator=(const SyncHandles &) = delete;
+    CallerMulti multi;
+    Wire wire;
 };
 
 class SessionCore
@@ -59,7 +59,7 @@ public:
     Runtime &GetRuntime() { return runtime_; }
     Activity &GetActivity() { return activity_; }
     Admission &GetAdmission() { return admission_; }
-    CURLSH *Share() { return share_.Get(); }
+    UrlMemory &Urls() { return urls_; }
     const SessionConfiguration &Configuration() const { return *configuration_; }
     const TaskRunner &Runner() const { return runner_; }
 
@@ -69,18 +69,17 @@ public:
     std::vector<std::shared_ptr<RunningFetch>> Find(const Request &request);
     std::vector<std::shared_ptr<RunningFetch>> All();
 
-    // Handles that are given back are used again if they are sound: where memory ran out, libcurl
-    // may not have reset them whole.
+    // Wires that are given back serve again if they are sound: where memory ran out, libcurl may
+    // not have set them back whole. Taking one throws bad_alloc.
 
-    // On the loop's thread, until ReleaseHandles.
-    CurlMulti &Multi() { return *multi_; }
-    EasyHandle TakeEasy();
-    void GiveEasy(EasyHandle easy, bool sound) noexcept;
-    void ReleaseHandles();
+    // On the loop's thread, until ReleaseWires.
+    std::unique_ptr<Wire> TakeWire();
+    void GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept;
+    void ReleaseWires();
 
     // From any thread.
-    std::unique_ptr<SyncHandles> TakeSync();
-    void GiveSync(std::unique_ptr<SyncHandles> handles, bool sound) noexcept;
+    std::unique_ptr<CallerWire> TakeCallerWire();
+    void GiveCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept;
 
 private:
     long MaxIdle() const;
@@ -88,18 +87,19 @@ private:
     Runtime &runtime_;
     const std::shared_ptr<SessionConfiguration> configuration_;
     const TaskRunner runner_;
-    TlsSessionShare share_; // outlives every handle below
+    TlsSessionShare tlsSessions_; // outlives every wire
     Activity activity_;
     Admission admission_;
-    std::unique_ptr<CurlMulti> multi_;
-    std::vector<EasyHandle> easies_;
-    size_t easiesAlive_ = 0;
+    UrlMemory urls_;
+    std::unique_ptr<LoopMulti> multi_;
+    std::vector<std::unique_ptr<Wire>> wires_;
+    size_t wiresAlive_ = 0;
 
     Mutex mutex_;
     std::unordered_multimap<const Request *, std::shared_ptr<RunningFetch>>
         fetches_ GUARDED_BY(mutex_);
-    std::vector<std::unique_ptr<SyncHandles>> syncs_ GUARDED_BY(mutex_);
-    size_t syncsAlive_ GUARDED_BY(mutex_) = 0;
+    std::vector<std::unique_ptr<CallerWire>> callerWires_ GUARDED_BY(mutex_);
+    size_t callerWiresAlive_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -11,13 +11,6 @@ int64_t Microseconds(Clock::duration duration)
     return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
 }
 
-int64_t GetTime(CURL *easy, CURLINFO info)
-{
-    curl_off_t microseconds = 0;
-    curl_easy_getinfo(easy, info, &microseconds);
-    return microseconds;
-}
-
 } // namespace
 
 void Phases::Queued()
@@ -61,24 +54,19 @@ void Phases::HopResolved()
     times_.nameLookup = SinceStart(performStart_);
 }
 
-void Phases::HopEnded(CURL *easy)
+void Phases::HopEnded(const HopTimes &times)
 {
     const int64_t offset = SinceStart(performStart_);
-    const auto take = [easy, offset](CURLINFO info) {
-        const int64_t time = GetTime(easy, info);
-        return time > 0 ? offset + time : 0;
-    };
-    long connections = 0;
-    curl_easy_getinfo(easy, CURLINFO_NUM_CONNECTS, &connections);
-    if (connections > 0) {
-        times_.nameLookup = resolved_ ? times_.nameLookup : take(CURLINFO_NAMELOOKUP_TIME_T);
-        times_.connect = take(CURLINFO_CONNECT_TIME_T);
-        times_.tls = take(CURLINFO_APPCONNECT_TIME_T);
-    } else {
+    const auto since = [offset](int64_t time) { return time > 0 ? offset + time : 0; };
+    if (!times.connected) {
         times_.nameLookup = 0;
+    } else if (!resolved_) {
+        times_.nameLookup = since(times.lookup);
     }
-    times_.firstSend = take(CURLINFO_PRETRANSFER_TIME_T);
-    times_.firstReceive = static_cast<double>(take(CURLINFO_STARTTRANSFER_TIME_T));
+    times_.connect = since(times.connect);
+    times_.tls = since(times.tls);
+    times_.firstSend = since(times.send);
+    times_.firstReceive = static_cast<double>(since(times.receive));
 }
 
 TimeInfo Phases::Result() const

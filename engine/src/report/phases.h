@@ -6,13 +6,22 @@
 #include <cstdint>
 #include <string>
 
-#include <curl/curl.h>
-
 #include "base/clock.h"
 #include "tnx_native/response.h"
 
 namespace OHOS::Pelloria::Tnx
 {
+
+// The phases of a hop on the wire, in microseconds since it started there; 0 where it did not get
+// so far.
+struct HopTimes {
+    bool connected = false; // over a new connection: else there are the last two only
+    int64_t lookup = 0;
+    int64_t connect = 0;
+    int64_t tls = 0;
+    int64_t send = 0;
+    int64_t receive = 0;
+};
 
 class Phases
 {
@@ -24,7 +33,7 @@ public:
 
     void HopStarted(bool redirected); // a hop leaves for its lookup
     void HopResolved();
-    void HopEnded(CURL *easy); // takes libcurl's times
+    void HopEnded(const HopTimes &times);
 
     TimePoint Start() const { return start_; }
     TimePoint HopStart() const { return hopStart_; }

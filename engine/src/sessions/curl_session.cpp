@@ -9,8 +9,9 @@
 #include <unistd.h>
 
 #include "answering_session.h"
-#include "transfer/async_transfer.h"
-#include "transfer/sync_transfer.h"
+#include "transfer/caller_driver.h"
+#include "transfer/loop_driver.h"
+#include "transfer/transfer.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -53,7 +54,8 @@ void CurlSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallbac
         orphan_.Fetch(request, std::move(completion));
         return;
     }
-    const auto transfer = std::make_shared<AsyncTransfer>(core_, request, std::move(completion));
+    auto driver = std::make_unique<LoopDriver>(*core_, request->Gate(), std::move(completion));
+    const auto transfer = std::make_shared<Transfer>(core_, request, std::move(driver));
     core_->Register(transfer);
     transfer->Wake();
 }
@@ -71,9 +73,11 @@ std::shared_ptr<Response> CurlSession::FetchSync(const std::shared_ptr<Request> 
         *errorCode = ERR_SESSION_CLOSED;
         return MakeAnswer(request, CLOSED);
     }
-    const auto transfer = std::make_shared<SyncTransfer>(core, request, insideCallback);
+    auto driver = std::make_unique<CallerDriver>(*core, request->Gate(), insideCallback);
+    CallerDriver &caller = *driver;
+    const auto transfer = std::make_shared<Transfer>(core, request, std::move(driver));
     core->Register(transfer);
-    return transfer->Run(*errorCode);
+    return caller.Run(*errorCode);
 }
 
 void CurlSession::CancelRequest(const std::shared_ptr<Request> &request)
@@ -115,7 +119,7 @@ void CurlSession::Close()
             fetch->Wake();
         }
         // Behind those wake-ups in the loop's queue: no transfer uses the handles any more.
-        core->GetRuntime().GetLoop().Run([&core] { core->ReleaseHandles(); });
+        core->GetRuntime().GetLoop().Run([&core] { core->ReleaseWires(); });
     }
     core->GetActivity().WaitForOthers();
     if (const auto &closed = core->Configuration().onSessionClosed; first && closed) {

@@ -111,7 +111,7 @@ bool Receiver::EndOfBlock()
 // Whether libcurl has asked for another protocol, in clear text, where HTTP/2 is preferred.
 bool Receiver::AsksForHttp2() const
 {
-    return configuration_.transferPreference == PREFER_HTTP2 && !hop_->url.Secure();
+    return configuration_.transferPreference == PREFER_HTTP2 && !hop_->url->Secure();
 }
 
 // Whether a redirect's body is worth reading, to keep the connection.
@@ -124,7 +124,7 @@ void Receiver::KeepCookies()
 {
     for (const std::string &line : block_.SetCookies()) {
         if (std::optional<ResponseCookie> cookie = ParseSetCookie(line, std::time(nullptr))) {
-            hopCookies_.Store(*cookie, hop_->url);
+            hopCookies_.Store(*cookie, *hop_->url);
             response_.MutableCookies().push_back(std::move(*cookie));
         }
     }
@@ -268,10 +268,9 @@ bool Receiver::EndOfBody()
 }
 
 // Nothing is taken of a piece after this.
-size_t Receiver::Fail(CURLcode code, std::string problem)
+size_t Receiver::Fail(CURLcode code, std::string why)
 {
-    failure_ = code;
-    problem_ = std::move(problem);
+    delivery_.GetOutcome().Stop(code, std::move(why));
     return 0;
 }
 

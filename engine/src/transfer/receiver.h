@@ -64,15 +64,12 @@ public:
 
     // The application has had everything, or wants no more.
     bool Drained() const { return !pipe_ || pipe_->Drained(); }
-    bool Refused() const { return pipe_ && pipe_->Refused(); }
 
     // The body, when nothing more comes.
     KeptBody &Body() { return body_; }
 
-    // Bytes of body so far, and why the receiver itself stopped, if it did.
+    // Bytes of body so far.
     uint64_t Received() const { return received_; }
-    CURLcode Failure() const { return failure_; }
-    const std::string &Problem() const { return problem_; }
 
     // The application is not called any more.
     void Stop();
@@ -88,7 +85,7 @@ private:
     size_t DecodeAside();
     size_t Accept(std::string_view piece);
     size_t Keep(std::string_view piece);
-    size_t Fail(CURLcode code, std::string problem);
+    size_t Fail(CURLcode code, std::string why);
 
     Response &response_;
     Delivery &delivery_;
@@ -111,8 +108,6 @@ private:
     KeptBody body_;
     uint64_t received_ = 0;
     uint64_t skipped_ = 0; // of a redirect's body
-    CURLcode failure_ = CURLE_OK;
-    std::string problem_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -1,75 +1,46 @@
-// One fetch on its way, from the queue over all hops to its completion. What drives it (the loop,
-// or a caller that waits) comes from the derived class.
+// One fetch on its way, from the queue over all hops to its end.
 #ifndef TNX_ENGINE_TRANSFER_H
 #define TNX_ENGINE_TRANSFER_H
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "curl/multi.h"
 #include "dns/name_lookup.h"
-#include "event/delivery.h"
-#include "exchange.h"
-#include "http/hop.h"
-#include "pool/admission.h"
+#include "driver.h"
 #include "pool/session_core.h"
+#include "receiver.h"
 #include "report/phases.h"
+#include "report/progress.h"
+#include "report/recorder.h"
 #include "tnx_native/request.h"
 #include "tnx_native/response.h"
+#include "wire/sender.h"
+#include "wire/wire.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
-class Transfer : public RunningFetch,
-                 public Candidate,
-                 public Delivery,
-                 public ExchangeListener,
-                 public std::enable_shared_from_this<Transfer>
+class Transfer final : public RunningFetch,
+                       public std::enable_shared_from_this<Transfer>,
+                       private WireSink
 {
 public:
-    virtual ~Transfer();
+    Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
+             std::unique_ptr<Driver> driver);
     Transfer(const Transfer &) = delete;
     Transfer &operator=(const Transfer &) = delete;
 
     const std::shared_ptr<Request> &GetRequest() const override { return request_; }
-    void Wake() noexcept override = 0;
-
-protected:
-    // `exclusive`: shares its connection with nobody. `needsSlot`: counts for the limits.
-    Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request, bool exclusive,
-             bool needsSlot);
-
-    // Goes on as far as it can without waiting. On the driving thread, like all that follows.
-    void Advance();
-
-    // Ends with what is left.
-    void FailWithoutMemory();
-
-    // Until when it may wait for what it waits for now.
-    std::optional<TimePoint> WaitLimit() const;
-
-    // Nothing more of it is wanted.
-    bool Dropped() const;
-
-    bool UnderWay() const { return state_ == State::UNDER_WAY; }
-    bool Done() const { return state_ == State::DONE; }
-
-    void ExchangeDone(CURLcode code) override;
+    void Wake() noexcept override { driver_->Wake(); }
     void Admitted() override;
 
-    virtual CURL *TakeHandle() = 0;
-    virtual Sockets &GetSockets() = 0; // of the handle that was taken
-    virtual void StartExchange(CURL *easy) = 0;
-    virtual void StopExchange(CURL *easy) = 0;
-    virtual void GiveHandleBack(CURL *easy, bool sound) = 0;
-
-    // The outcome; the last call.
-    virtual void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept = 0;
-
-    SessionCore &Core() const { return *core_; }
+    // Goes on as far as it can without waiting. For the driver, on its thread.
+    void Advance() noexcept;
+    bool Done() const { return state_ == State::DONE; }
 
 private:
     enum class State {
@@ -81,7 +52,7 @@ private:
         PROXY_LOOKUP,
         SEND,
         UNDER_WAY,
-        ENDED, // libcurl is done with the hop, whose outcome is being looked at
+        ENDED, // the hop is over on the wire, and its outcome is being looked at
         DRAIN,
         DONE
     };
@@ -89,7 +60,6 @@ private:
     // Where the transfer stands with the limits on connections.
     enum class Place { NONE, WAITING, ADMITTED };
 
-    std::function<void()> Waker();
     void Steps();
     bool Step();
     void Start();
@@ -100,55 +70,63 @@ private:
     bool TakeExclusion();
     void TakeProxy(const ProxyChoice &choice);
     bool TakeTarget();
+    void LookUpProxy();
     bool TakeProxyAddresses();
+    void TakeRoute();
     void Send();
     bool GoOn();
-    bool Answered(CURLcode code) const;
+    void EndOfHop(CURLcode code);
+    bool Responded(CURLcode code) const;
     void SendAfresh();
-    void CollectOutcome(CURL *easy);
-    void Redirect(const std::string &location);
+    void TakeResponse();
+    void Redirect(const std::string &reference);
     bool Drain();
 
-    void Fail(CURLcode code, const std::string &what, const std::string &where = {});
-    void FailExchange(CURL *easy, CURLcode code);
-    void FailOfTrouble();
-    void FailThrown();
-    CURLcode CauseOf(CURLcode code, std::string &what) const;
-    CURLcode CauseOutside(CURLcode code, std::string &what) const;
-    bool Tunnels() const;
-    std::string HopAddress(CURL *easy) const;
-    bool KnowsHttp2() const
-    {
-        return configuration_.transferHint && configuration_.transferPreference == PREFER_HTTP2;
-    }
-    void Finish(uint32_t code);
-    uint32_t TellEnd(uint32_t code);
-    void Abandon(bool closed);
-    bool DropExchange(bool sound = true);
+    void OnRequest() noexcept override { receiver_.StartResponse(); }
+    bool Answered() const noexcept override { return !receiver_.Block().Untouched(); }
+    bool OnHeaderLine(std::string_view line) noexcept override;
+    size_t OnBody(std::string_view piece) noexcept override;
+    void OnEvent(curl_infotype type, std::string_view data) noexcept override;
+    void OnProgress(uint64_t downloadTotal, uint64_t uploadTotal,
+                    uint64_t uploaded) noexcept override;
+    void OnDone(CURLcode code) noexcept override;
+
+    // Nothing more of it is wanted.
+    bool Dropped() const;
+
+    // The first failure counts.
+    void Fail(CURLcode code, std::string why);
+    void FailHop(CURLcode code);
+    void End() noexcept;
+    std::string Cause() const;
+    void StopWire() noexcept;
+    void DropWire(bool sound = true) noexcept;
+    void Finish(uint32_t code) noexcept;
+    void TellEnd(uint32_t code);
     TimeLeft GetTimeLeft() const;
     std::optional<TimePoint> HopDeadline() const;
+    bool LooksUp() const;
+    std::function<void()> Waker();
 
     const std::shared_ptr<SessionCore> core_;
     const std::shared_ptr<Request> request_;
     const Configuration &configuration_;
     const std::shared_ptr<Response> response_;
-    const bool exclusive_;
+    const std::unique_ptr<Driver> driver_;
 
     Recorder recorder_;
     Phases phases_;
     Receiver receiver_;
     Sender sender_;
     Progress progress_;
-    Exchange exchange_;
     NameLookup lookup_;
 
     State state_ = State::START;
     Hop hop_;
     std::string origin_; // of the request
     Route route_;
-    CURL *easy_ = nullptr;
+    Wire *wire_ = nullptr; // has the hop
     Admission::Slot slot_;
-    const bool needsSlot_;
     std::atomic<Place> place_ = Place::NONE;
     std::atomic<int> exclusion_ = UNKNOWN;
 

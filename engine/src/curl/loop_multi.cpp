@@ -1,5 +1,5 @@
 // libcurl's multi-socket interface on the loop.
-#include "multi.h"
+#include "loop_multi.h"
 
 #include <new>
 #include <utility>
@@ -11,20 +11,20 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-CurlMulti::CurlMulti(Loop &loop)
-    : loop_(loop)
-    , sockets_(&loop)
+LoopMulti::LoopMulti(Loop &loop)
+    : Multi(&loop)
+    , loop_(loop)
     , timer_(loop, [this] { Act(CURL_SOCKET_TIMEOUT, 0); })
 {
     SetUp();
 }
 
-CurlMulti::~CurlMulti()
+LoopMulti::~LoopMulti()
 {
     curl_multi_cleanup(multi_);
 }
 
-void CurlMulti::SetUp()
+void LoopMulti::SetUp()
 {
     multi_ = curl_multi_init();
     if (multi_ == nullptr) {
@@ -38,20 +38,20 @@ void CurlMulti::SetUp()
     curl_multi_setopt(multi_, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
 }
 
-void CurlMulti::SetMaxIdleConnections(long count)
+void LoopMulti::SetMaxIdleConnections(long count)
 {
     maxIdle_ = count;
     curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, count);
 }
 
-void CurlMulti::Add(CURL *easy, ExchangeListener &listener)
+void LoopMulti::Add(CURL *easy, ExchangeListener &listener)
 {
     if (multi_ == nullptr) {
         SetUp();
     }
     running_.push_back(easy);
     curl_easy_setopt(easy, CURLOPT_PRIVATE, &listener);
-    listener.place_ = running_.size() - 1;
+    listener.index_ = running_.size() - 1;
     try {
         AddHandle(multi_, easy);
     } catch (const std::bad_alloc &) {
@@ -60,13 +60,13 @@ void CurlMulti::Add(CURL *easy, ExchangeListener &listener)
     }
 }
 
-void CurlMulti::Remove(CURL *easy)
+void LoopMulti::Remove(CURL *easy) noexcept
 {
     TakeOut(easy);
 }
 
 // Null where it is not in.
-ExchangeListener *CurlMulti::TakeOut(CURL *easy)
+ExchangeListener *LoopMulti::TakeOut(CURL *easy) noexcept
 {
     const auto listenerOf = [](CURL *handle) {
         char *listener = nullptr;
@@ -74,17 +74,17 @@ ExchangeListener *CurlMulti::TakeOut(CURL *easy)
         return reinterpret_cast<ExchangeListener *>(listener);
     };
     ExchangeListener *const listener = listenerOf(easy);
-    if (listener == nullptr || listener->place_ == ExchangeListener::NOWHERE) {
+    if (listener == nullptr || listener->index_ == ExchangeListener::NOWHERE) {
         return nullptr;
     }
     curl_multi_remove_handle(multi_, easy);
-    listenerOf(running_.back())->place_ = listener->place_;
-    running_[std::exchange(listener->place_, ExchangeListener::NOWHERE)] = running_.back();
+    listenerOf(running_.back())->index_ = listener->index_;
+    running_[std::exchange(listener->index_, ExchangeListener::NOWHERE)] = running_.back();
     running_.pop_back();
     return listener;
 }
 
-void CurlMulti::OnReady(int fd, uint32_t events)
+void LoopMulti::OnReady(int fd, uint32_t events)
 {
     const int in = (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0 ? CURL_CSELECT_IN : 0;
     const int out = (events & EPOLLOUT) != 0 ? CURL_CSELECT_OUT : 0;
@@ -92,7 +92,7 @@ void CurlMulti::OnReady(int fd, uint32_t events)
     Act(fd, in | out | error);
 }
 
-void CurlMulti::Act(curl_socket_t socket, int events)
+void LoopMulti::Act(curl_socket_t socket, int events)
 {
     int running = 0;
     const CURLMcode code = curl_multi_socket_action(multi_, socket, events, &running);
@@ -105,7 +105,7 @@ void CurlMulti::Act(curl_socket_t socket, int events)
 
 // libcurl has lost sight of a socket and divides by zero when it meets it again: none of what it
 // has under way, and no connection, can be relied upon.
-void CurlMulti::StartOver()
+void LoopMulti::StartOver()
 {
     CollectDone();
     while (!running_.empty()) {
@@ -115,7 +115,7 @@ void CurlMulti::StartOver()
     timer_.Stop();
 }
 
-void CurlMulti::CollectDone()
+void LoopMulti::CollectDone()
 {
     int left = 0;
     while (const CURLMsg *message = curl_multi_info_read(multi_, &left)) {
@@ -126,9 +126,9 @@ void CurlMulti::CollectDone()
     }
 }
 
-int CurlMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void *)
+int LoopMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void *)
 {
-    auto *const multi = static_cast<CurlMulti *>(self);
+    auto *const multi = static_cast<LoopMulti *>(self);
     uint32_t events = 0;
     if (what == CURL_POLL_IN || what == CURL_POLL_INOUT) {
         events |= EPOLLIN;
@@ -144,9 +144,9 @@ int CurlMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void
     return 0;
 }
 
-int CurlMulti::OnTimer(CURLM *, long milliseconds, void *self)
+int LoopMulti::OnTimer(CURLM *, long milliseconds, void *self)
 {
-    auto *const multi = static_cast<CurlMulti *>(self);
+    auto *const multi = static_cast<LoopMulti *>(self);
     if (milliseconds < 0) {
         multi->timer_.Stop();
     } else {

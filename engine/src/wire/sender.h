@@ -41,8 +41,6 @@ public:
     // Bytes of the body that were sent, of those that libcurl has counted.
     uint64_t Uploaded(uint64_t counted) const;
 
-    PullBody::Failure GetFailure() const;
-
     // What CURLE_READ_ERROR of Prepare is about.
     const std::string &Problem() const { return problem_; }
 

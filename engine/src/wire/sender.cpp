@@ -208,17 +208,6 @@ uint64_t Sender::Uploaded(uint64_t counted) const
     return pulled && !pulls_.empty() ? std::min(counted, pulls_.back()->Sent()) : counted;
 }
 
-PullBody::Failure Sender::GetFailure() const
-{
-    for (const auto &pull : pulls_) {
-        if (const PullBody::Failure failure = pull->GetFailure();
-            failure != PullBody::Failure::NONE) {
-            return failure;
-        }
-    }
-    return PullBody::Failure::NONE;
-}
-
 void Sender::Stop()
 {
     for (const auto &pull : pulls_) {

@@ -1,0 +1,105 @@
+// The loop on one side, the application's callbacks on the other.
+#include "loop_driver.h"
+
+#include <utility>
+
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+LoopDriver::LoopDriver(SessionCore &core, CallbackGate &gate, ResponseCallback completion)
+    : Driver(gate)
+    , core_(core)
+    , completion_(std::move(completion))
+    , strand_(core.GetActivity(), *this)
+{
+}
+
+// A part of the driver, for as long as the transfer lives.
+template <class Task> std::shared_ptr<Task> LoopDriver::Own(Task *task) const
+{
+    return std::shared_ptr<Task>(Driven().shared_from_this(), task);
+}
+
+void LoopDriver::Wake() noexcept
+{
+    if (!posted_.exchange(true)) {
+        core_.GetRuntime().GetLoop().Post(Own<LoopTask>(this));
+    }
+}
+
+void LoopDriver::RunOnLoop()
+{
+    posted_ = false;
+    Driven().Advance();
+}
+
+void LoopDriver::WakeAt(std::optional<TimePoint> time)
+{
+    if (!time) {
+        timer_.reset();
+        return;
+    }
+    if (!timer_) {
+        timer_.emplace(core_.GetRuntime().GetLoop(), [this] { Wake(); });
+    }
+    timer_->Start(*time);
+}
+
+void LoopDriver::Deliver(std::function<void()> callback)
+{
+    if (strand_.Push(std::move(callback))) {
+        RunStrand();
+    }
+}
+
+void LoopDriver::RunStrand() noexcept
+{
+    std::shared_ptr<PoolTask> task = Own<PoolTask>(&strand_);
+    if (core_.Runner()) {
+        try {
+            core_.Runner()([task] { task->RunOnPool(); });
+            return;
+        } catch (...) { // not taken: the engine's own threads are there too
+        }
+    }
+    core_.GetRuntime().GetWorkers().RunLater(std::move(task));
+}
+
+void LoopDriver::RunAside(std::shared_ptr<LongWork> work)
+{
+    aside_ = std::move(work);
+    core_.GetRuntime().RunAside(Own<AsideTask>(this));
+}
+
+void LoopDriver::RunAside() noexcept
+{
+    aside_->Run();
+    Wake();
+}
+
+Wire &LoopDriver::TakeWire()
+{
+    wire_ = core_.TakeWire();
+    return *wire_;
+}
+
+void LoopDriver::GiveWireBack(bool sound) noexcept
+{
+    core_.GiveWire(std::move(wire_), sound);
+}
+
+void LoopDriver::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept
+{
+    timer_.reset();
+    if (code == ERR_REQUEST_CANCELED || code == ERR_SESSION_CLOSED) {
+        strand_.Clear();
+    }
+    response_ = std::move(response);
+    if (strand_.PushLast([this, code] { completion_(response_, code); })) {
+        RunStrand();
+    }
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,226 @@
+// The hops of a fetch on the wire, and what follows from each.
+#include <utility>
+
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+void Transfer::Send()
+{
+    const bool mayRepeat = !configuration_.security.credentialName.Empty() ||
+                           !configuration_.security.credentialPassword.Empty() ||
+                           !route_.proxy.Direct();
+    receiver_.StartHop(hop_, mayRepeat);
+    wire_ = &driver_->TakeWire();
+    const CURLcode code = wire_->Start({.request = *request_,
+                                        .hop = hop_,
+                                        .route = route_,
+                                        .cookies = receiver_.Cookies(),
+                                        .sender = sender_,
+                                        .left = GetTimeLeft(),
+                                        .events = recorder_.Wanted(),
+                                        .progress = progress_.Wanted()},
+                                       *this);
+    if (code != CURLE_OK) {
+        FailHop(code);
+        return;
+    }
+    receiver_.DecodeContent(!wire_->OwnEncoding());
+    state_ = State::UNDER_WAY;
+}
+
+// What a wake-up may mean while the hop is under way.
+bool Transfer::GoOn()
+{
+    const bool receive = receiver_.Resumable();
+    if (receive) {
+        receiver_.Resumed();
+    }
+    if (!receive && !sender_.Resumable()) {
+        return false;
+    }
+    // A direction that has nothing yet pauses again. What libcurl has kept is handed over here, and
+    // would be missing if that failed.
+    const CURLcode code = wire_->Resume();
+    if (code != CURLE_OUT_OF_MEMORY && code != CURLE_WRITE_ERROR) {
+        return false;
+    }
+    StopWire();
+    FailHop(code);
+    return true;
+}
+
+bool Transfer::OnHeaderLine(std::string_view line) noexcept
+{
+    return driver_->Guarded(
+        [&] {
+            recorder_.SeeHeaderLine(line);
+            const bool goOn = receiver_.OnHeaderLine(line);
+            if (receiver_.Ambiguous()) {
+                wire_->CloseAfterwards();
+            }
+            return goOn;
+        },
+        false);
+}
+
+size_t Transfer::OnBody(std::string_view piece) noexcept
+{
+    return driver_->Guarded([&] { return receiver_.OnBody(piece); }, size_t{0});
+}
+
+void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept
+{
+    driver_->Guarded(
+        [&] {
+            if (type == CURLINFO_TEXT) {
+                recorder_.Record(type, wire_->WithRealName(WithoutSecrets(data)));
+            } else {
+                recorder_.Record(type, data);
+            }
+            return true;
+        },
+        false);
+}
+
+void Transfer::OnProgress(uint64_t downloadTotal, uint64_t uploadTotal, uint64_t uploaded) noexcept
+{
+    if (!progress_.Wanted()) {
+        return;
+    }
+    driver_->Guarded(
+        [&] {
+            progress_.Report({.downloadTotal = downloadTotal,
+                              .downloaded = receiver_.Received(),
+                              .uploadTotal = uploadTotal,
+                              .uploaded = sender_.Uploaded(uploaded)});
+            return true;
+        },
+        false);
+}
+
+void Transfer::OnDone(CURLcode code) noexcept
+{
+    const std::shared_ptr<Transfer> self = shared_from_this(); // the registry's goes with the end
+    state_ = State::ENDED;
+    phases_.HopEnded(wire_->Times());
+    try {
+        EndOfHop(code);
+    } catch (...) {
+        driver_->GetOutcome().StopOfThrown();
+    }
+    Advance();
+}
+
+void Transfer::EndOfHop(CURLcode code)
+{
+    if (Dropped() || driver_->GetOutcome().Stopped()) {
+        return;
+    }
+    if (wire_->RefusedConnection() && !route_.fresh) {
+        SendAfresh();
+    } else if (Responded(code)) {
+        TakeResponse();
+    } else {
+        FailHop(code);
+    }
+}
+
+// Whether the hop has brought all that matters of its response. libcurl takes the end of a
+// connection within the header section for that of a response; and it fails for what a redirect's
+// body lacks, or because the receiver would not wait for it.
+bool Transfer::Responded(CURLcode code) const
+{
+    const bool cut = code == CURLE_WRITE_ERROR || code == CURLE_PARTIAL_FILE ||
+                     code == CURLE_RECV_ERROR || code == CURLE_HTTP2_STREAM;
+    return receiver_.Block().Final() && (code == CURLE_OK || (cut && receiver_.Redirected()));
+}
+
+// The kept connection was of no use.
+void Transfer::SendAfresh()
+{
+    recorder_.Note("The kept connection was closed, or brought what nobody asked for: going on "
+                   "with a new one");
+    DropWire();
+    if (hop_.body && !sender_.CanReplay()) {
+        Fail(CURLE_SEND_FAIL_REWIND, "The new connection needs the body again, which is gone");
+        return;
+    }
+    route_.fresh = true;
+    state_ = State::SEND;
+}
+
+void Transfer::TakeResponse()
+{
+    const bool http2 = wire_->SpokeHttp2();
+    if (http2 && hop_.url->Secure() && !driver_->Exclusive()) {
+        core_->GetAdmission().SharesConnections(slot_.host);
+    }
+    const bool toldHttp2 =
+        configuration_.transferHint && configuration_.transferPreference == PREFER_HTTP2;
+    if (toldHttp2 && !http2) {
+        FailHop(CURLE_HTTP2);
+        return;
+    }
+    if (receiver_.Redirected()) {
+        if (recorder_.Wanted()) {
+            recorder_.Note(phases_.HopText());
+        }
+        DropWire();
+        Redirect(receiver_.Block().Fields()->at("location").front());
+        return;
+    }
+    if (receiver_.EndOfBody()) {
+        DropWire();
+        state_ = State::DRAIN;
+    }
+}
+
+void Transfer::Redirect(const std::string &reference)
+{
+    if (hop_.redirects == configuration_.maxRedirects) {
+        Fail(CURLE_TOO_MANY_REDIRECTS,
+             "Stopped after " + std::to_string(hop_.redirects) + " redirects");
+        return;
+    }
+    Hop next;
+    // CURLINFO_REDIRECT_URL would put the credential into it.
+    const std::string location = ResolveUrl(hop_.url->text, reference);
+    const CURLcode code = core_->Urls().Parse(location, next.url);
+    if (code != CURLE_OK) {
+        Fail(code,
+             "The server redirects to what is no URL, " + next.url->problem + ": " + location);
+        return;
+    }
+    next.method = MethodAfterRedirect(receiver_.Block().Status(), hop_.method);
+    next.body = hop_.body && next.method == hop_.method;
+    next.redirects = hop_.redirects + 1;
+    // Where another origin chose the path, it may not have the request's credentials sent there.
+    next.sameOrigin = hop_.sameOrigin && next.url->origin == origin_;
+    if (next.body && !sender_.CanReplay()) {
+        Fail(CURLE_SEND_FAIL_REWIND, "The redirect needs the body again, which is gone");
+        return;
+    }
+    const bool sameHost = next.url->origin == hop_.url->origin;
+    hop_ = std::move(next);
+    response_->SetEffectiveUrl(hop_.url->text);
+    if (sameHost || !driver_->NeedsSlot()) {
+        state_ = State::ROUTE;
+        return;
+    }
+    LeaveSlot();
+    phases_.Queued();
+    EnterQueue();
+}
+
+bool Transfer::Drain()
+{
+    if (!receiver_.Drained()) {
+        return false;
+    }
+    Finish(0);
+    return true;
+}
+
+} // namespace OHOS::Pelloria::Tnx

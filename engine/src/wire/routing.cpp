@@ -1,0 +1,101 @@
+// Makes libcurl's tables of addresses.
+#include "routing.h"
+
+#include <algorithm>
+
+#include "curl/releases.h"
+#include "http/host_name.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+bool HasKey(const SecurityConfiguration &security)
+{
+    const ClientCertificate &client = security.clientCertificate;
+    return !client.key.Empty() || !client.keyPassword.Empty();
+}
+
+class Hash
+{
+public:
+    void Add(const std::string &text)
+    {
+        for (const char c : text) {
+            Mix(c);
+        }
+        Mix('\0'); // an end, so that "a", "bc" is not "ab", "c"
+    }
+    uint64_t Value() const { return value_; }
+
+private:
+    void Mix(char c) { value_ = (value_ ^ static_cast<unsigned char>(c)) * 1099511628211U; }
+
+    uint64_t value_ = 14695981039346656037U; // FNV-1a
+};
+
+} // namespace
+
+void Routing::Choose(const Hop &hop, const Route &route, const Configuration &configuration)
+{
+    Clear();
+    const Proxy &proxy = route.proxy;
+    if (!route.proxyAddresses.empty()) {
+        AppendTo(resolve_, ResolveLine(proxy.host, proxy.port, route.proxyAddresses));
+    }
+    const bool hasKey = hop.url->Secure() && HasKey(configuration.security);
+    const bool isLocal = IsLocalName(hop.url->host);
+    if (!route.addresses.empty()) {
+        SendTo(route.addresses, hop, configuration);
+    } else if (isLocal && proxy.ResolvesHere() && (hasKey || !proxy.Direct())) {
+        SendTo(LoopbackAddresses(), hop, configuration);
+    } else if (hasKey && proxy.ResolvesHere()) {
+        SendTo({hop.url->host}, hop, configuration);
+    } else {
+        alone_ = hasKey; // only the proxy knows the addresses
+    }
+}
+
+void Routing::Clear() noexcept
+{
+    resolve_.reset();
+    connectTo_.reset();
+    alone_ = false;
+    syntheticName_.clear();
+}
+
+// The client's key takes part in the name because libcurl does not compare it when it looks for a
+// kept connection or TLS session.
+void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop,
+                     const Configuration &configuration)
+{
+    Hash hash;
+    std::for_each(addresses.begin(), addresses.end(), [&hash](const auto &a) { hash.Add(a); });
+    if (hop.url->Secure()) {
+        const ClientCertificate &client = configuration.security.clientCertificate;
+        hash.Add(client.key.Get());
+        hash.Add(client.keyPassword.Get());
+    }
+    syntheticName_ = std::to_string(hash.Value()) + ".invalid";
+    realName_ = hop.url->Name();
+    AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url->port));
+    AppendTo(resolve_, ResolveLine(syntheticName_, hop.url->port, addresses));
+}
+
+std::string Routing::WithRealName(std::string text) const
+{
+    if (!syntheticName_.empty()) {
+        constexpr std::string_view NAMELESS = "Connected to (nil) ("; // as libcurl has it then
+        if (text.starts_with(NAMELESS)) {
+            text.replace(0, NAMELESS.size(), "Connected to " + realName_ + " (");
+        }
+        for (size_t at = text.find(syntheticName_); at != std::string::npos;
+             at = text.find(syntheticName_, at + realName_.size())) {
+            text.replace(at, syntheticName_.size(), realName_);
+        }
+    }
+    return text;
+}
+
+} // namespace OHOS::Pelloria::Tnx

@@ -1,0 +1,180 @@
+// Starts and stops exchanges, and hands on what libcurl tells of them.
+#include "wire.h"
+
+#include <utility>
+
+#include "curl/tls_options.h"
+#include "curl/wiping_allocator.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+Wire::Wire(Multi &multi, CURLSH *tlsSessions)
+    : multi_(multi)
+    , tlsSessions_(tlsSessions)
+    , easy_(MakeEasy())
+    , options_(easy_.get())
+{
+}
+
+CURLcode Wire::Start(const Order &order, WireSink &sink)
+{
+    request_ = &order.request;
+    hop_ = &order.hop;
+    route_ = &order.route;
+    sender_ = &order.sender;
+    sink_ = &sink;
+    retry_.Start(hop_->method);
+    error_.front() = '\0';
+    connections_ = 0;
+    refusedConnection_ = false;
+    refusedCertificate_ = nullptr;
+    protocolRefused_ = false;
+    failedAllocations_ = FailedAllocations();
+
+    headers_ = BuildHeaderList(*request_, *hop_, order.cookies);
+    routing_.Choose(*hop_, *route_, request_->GetConfiguration());
+    if (const CURLcode code = SetOptions(order); code != CURLE_OK) {
+        return code;
+    }
+    SetTables();
+    const CURLcode code = SetRest(order.sender);
+    if (code == CURLE_OK) {
+        multi_.Add(easy_.get(), *this);
+    }
+    return code;
+}
+
+// What libcurl does not copy.
+void Wire::SetTables()
+{
+    CURL *const easy = easy_.get();
+    if (options_.StartedOver() || url_ != hop_->url) {
+        curl_easy_setopt(easy, CURLOPT_URL, nullptr); // a text, made from the last one
+        curl_easy_setopt(easy, CURLOPT_CURLU, hop_->url->handle.get());
+        url_ = hop_->url;
+    }
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
+    curl_easy_setopt(easy, CURLOPT_RESOLVE, routing_.Resolve());
+    curl_easy_setopt(easy, CURLOPT_CONNECT_TO, routing_.ConnectTo());
+}
+
+CURLcode Wire::Resume()
+{
+    return curl_easy_pause(easy_.get(), CURLPAUSE_CONT);
+}
+
+void Wire::Stop() noexcept
+{
+    resets_ = true;
+    multi_.Remove(easy_.get());
+}
+
+// libcurl counts how often it has repeated requests from one reset to the next.
+void Wire::ExchangeDone(CURLcode code)
+{
+    resets_ = resets_ || retry_.Repeated() || code != CURLE_OK;
+    sink_->OnDone(code);
+}
+
+void Wire::Clean() noexcept
+{
+    if (resets_ || (url_ != nullptr && url_->hasCredential)) {
+        options_.Reset();
+        resets_ = false;
+        url_.reset();
+    }
+    CURL *const easy = easy_.get();
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, nullptr);
+    curl_easy_setopt(easy, CURLOPT_RESOLVE, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CONNECT_TO, nullptr);
+    headers_ = {};
+    routing_.Clear();
+}
+
+void Wire::CloseAfterwards()
+{
+    curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, 1L);
+    resets_ = true;
+}
+
+size_t Wire::OnHeader(char *line, size_t size, size_t count, void *self)
+{
+    const size_t length = size * count;
+    return static_cast<Wire *>(self)->sink_->OnHeaderLine({line, length}) ? length : 0;
+}
+
+size_t Wire::OnPiece(char *piece, size_t size, size_t count, void *self)
+{
+    return static_cast<Wire *>(self)->sink_->OnBody({piece, size * count});
+}
+
+int Wire::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
+{
+    auto *const wire = static_cast<Wire *>(self);
+    if (type == CURLINFO_SSL_DATA_OUT && wire->refusedCertificate_ == nullptr) {
+        wire->refusedCertificate_ = RefusedCertificate({data, size});
+    } else if (type == CURLINFO_SSL_DATA_IN && RefusesProtocol({data, size})) {
+        wire->protocolRefused_ = true;
+    }
+    wire->sink_->OnEvent(type, {data, size});
+    return 0;
+}
+
+int Wire::OnProgress(void *self, curl_off_t downloadTotal, curl_off_t, curl_off_t uploadTotal,
+                     curl_off_t uploaded)
+{
+    auto *const wire = static_cast<Wire *>(self);
+    wire->retry_.BodySent(uploaded);
+    wire->sink_->OnProgress(static_cast<uint64_t>(downloadTotal),
+                            static_cast<uint64_t>(uploadTotal), static_cast<uint64_t>(uploaded));
+    return 0;
+}
+
+int Wire::BeforeRequest(void *self, char *, char *, int, int localPort)
+{
+    return static_cast<Wire *>(self)->MayGoOut(localPort) ? CURL_PREREQFUNC_OK
+                                                          : CURL_PREREQFUNC_ABORT;
+}
+
+bool Wire::MayGoOut(int localPort)
+{
+    if (!retry_.MaySend(sink_->Answered())) {
+        return false;
+    }
+    long connections = 0;
+    curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &connections);
+    const bool kept = std::exchange(connections_, connections) == connections;
+    refusedConnection_ = kept && multi_.GetSockets().Disturbed(easy_.get(), localPort);
+    sink_->OnRequest();
+    return !refusedConnection_;
+}
+
+bool Wire::SpokeHttp2() const
+{
+    long version = 0;
+    curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_VERSION, &version);
+    return version == CURL_HTTP_VERSION_2_0;
+}
+
+HopTimes Wire::Times() const
+{
+    const auto get = [this](CURLINFO info) {
+        curl_off_t microseconds = 0;
+        curl_easy_getinfo(easy_.get(), info, &microseconds);
+        return int64_t{microseconds};
+    };
+    long connections = 0;
+    curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &connections);
+    HopTimes times{.connected = connections > 0,
+                   .send = get(CURLINFO_PRETRANSFER_TIME_T),
+                   .receive = get(CURLINFO_STARTTRANSFER_TIME_T)};
+    if (times.connected) {
+        times.lookup = get(CURLINFO_NAMELOOKUP_TIME_T);
+        times.connect = get(CURLINFO_CONNECT_TIME_T);
+        times.tls = get(CURLINFO_APPCONNECT_TIME_T);
+    }
+    return times;
+}
+
+} // namespace OHOS::Pelloria::Tnx
