@@ -1,4 +1,5 @@
-// Hand-written libcurl, with nothing that a request does not need.
+// Hand-written libcurl: every option that the library sets and that libcurl's work depends on, set
+// once, and callbacks that do nothing.
 #include "curl_client.h"
 
 #include <array>
@@ -28,25 +29,86 @@ size_t Drop(char *, size_t size, size_t count, void *)
     return size * count;
 }
 
+int Ready(void *, char *, char *, int, int)
+{
+    return CURL_PREREQFUNC_OK;
+}
+
+int GoOn(void *, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+{
+    return 0;
+}
+
+int KeepHead(CURL *, curl_infotype type, char *data, size_t size, void *head)
+{
+    if (type == CURLINFO_HEADER_OUT) {
+        static_cast<std::string *>(head)->append(data, size);
+    }
+    return 0;
+}
+
+// The lines that the library adds, in its order.
+curl_slist *Lines(bool body)
+{
+    const auto make = [](std::initializer_list<const char *> lines) {
+        curl_slist *list = nullptr;
+        for (const char *line : lines) {
+            list = curl_slist_append(list, line);
+        }
+        return list;
+    };
+    static curl_slist *const get = make({"User-Agent: libtnx/1.0"});
+    static curl_slist *const post =
+        make({"content-type: text/plain", "User-Agent: libtnx/1.0", "Expect:"});
+    return body ? post : get;
+}
+
+void SetTls(CURL *easy, const std::string &ca)
+{
+    curl_easy_setopt(easy, CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
+    curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CAINFO, ca.c_str());
+    curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
+}
+
+void SetBody(CURL *easy, const std::string &body)
+{
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
+    curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, body.data());
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, GoOn);
+}
+
 CurlEasy MakeHandle(const CurlOptions &options)
 {
-    CurlEasy easy(curl_easy_init());
-    curl_easy_setopt(easy.get(), CURLOPT_URL, options.url.c_str());
-    curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy.get(), CURLOPT_BUFFERSIZE, options.buffer);
-    curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, Drop);
+    CurlEasy owned(curl_easy_init());
+    CURL *const easy = owned.get();
+    curl_easy_setopt(easy, CURLOPT_URL, options.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, options.buffer);
+    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Ready);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, Drop);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Drop);
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, Lines(!options.body.empty()));
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
+    curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
+    curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, options.body.empty() ? "GET" : "POST");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, 60000L);
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, "");
+    curl_easy_setopt(easy, CURLOPT_PROXY, "");
     if (!options.ca.empty()) {
-        curl_easy_setopt(easy.get(), CURLOPT_CAINFO, options.ca.c_str());
-        curl_easy_setopt(easy.get(), CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
-        curl_easy_setopt(easy.get(), CURLOPT_PIPEWAIT, 1L);
+        SetTls(easy, options.ca);
     }
     if (!options.body.empty()) {
-        static curl_slist *noExpect = curl_slist_append(nullptr, "Expect:");
-        curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, noExpect);
-        curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(options.body.size()));
-        curl_easy_setopt(easy.get(), CURLOPT_COPYPOSTFIELDS, options.body.data());
+        SetBody(easy, options.body);
     }
-    return easy;
+    if (options.head != nullptr) {
+        curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, KeepHead);
+        curl_easy_setopt(easy, CURLOPT_DEBUGDATA, options.head);
+    }
+    return owned;
 }
 
 uint32_t EventsOf(int what)

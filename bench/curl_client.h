@@ -1,4 +1,5 @@
-// The leanest hand-written users of libcurl: what the library is measured against.
+// The leanest hand-written users of libcurl that ask for the same with the same lines: what the
+// library is measured against.
 #ifndef TNX_BENCH_CURL_CLIENT_H
 #define TNX_BENCH_CURL_CLIENT_H
 
@@ -23,6 +24,7 @@ struct CurlOptions {
     std::string ca{};   // with it the request is HTTP/2 over TLS
     std::string body{}; // with it the request is a POST
     long buffer = 65536;
+    std::string *head = nullptr; // with it the heads of requests are appended there
 };
 
 // Performs requests one after another on a kept handle. Fails unless each brings `expected` bytes.

@@ -17,6 +17,7 @@ TnxClient::TnxClient(const TnxOptions &options)
         configuration_.security.remoteValidation = TNX_VALIDATION_CUSTOM;
         configuration_.security.customValidation1 = options_.ca.c_str();
     }
+    configuration_.tracing.debugInfoKinds[TNX_DEBUG_HEADER_OUT] = options_.heads;
     sessionConfiguration_.requestConfiguration = &configuration_;
     sessionConfiguration_.maxConnectionsPerHost = options_.connections;
     sessionConfiguration_.maxTotalConnections = options_.connections;

@@ -19,6 +19,7 @@ struct TnxOptions {
     int64_t connections = 64;
     Tnx_OnBinaryDataRecvCallback onData = nullptr;
     void *usrCtx = nullptr;
+    bool heads = false; // the heads of requests stand in the debug information
 };
 
 // A session with what it borrows. Requests are made and destroyed one by one, as applications do.

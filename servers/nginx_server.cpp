@@ -65,6 +65,16 @@ location = /fields {
     echo "client-certificate: $ssl_client_s_dn";
 }
 location = /sink { echo_read_request_body; echo_status 200; echo -n; }
+location = /ten { echo_read_request_body; echo_exec @ten; }
+location @ten {
+    default_type text/plain;
+    add_header Cache-Control "public, max-age=60";
+    add_header ETag '"0123456789"';
+    add_header Last-Modified "Thu, 01 Jan 2026 00:00:00 GMT";
+    add_header Vary Accept-Encoding;
+    add_header X-Request-Id 0123456789abcdef;
+    return 200 %KIB%;
+}
 location = /slow { alias www/64k; limit_rate 16k; }
 location = /private { auth_basic tests; alias www/1k; }
 location = /redirect { return 302 /1k; }
@@ -85,6 +95,11 @@ location /scripted/ {
     proxy_request_buffering off;
 }
 )";
+
+std::string Filled(std::string text, const std::string &mark, const std::string &value)
+{
+    return text.replace(text.find(mark), mark.size(), value);
+}
 
 std::string Server(const std::string &listen, const std::string &certificate,
                    const std::string &more = "")
@@ -143,12 +158,9 @@ bool NginxServer::Start(uint16_t scripted)
             port = FreePort();
         } while (std::count(ports_.begin(), ports_.end(), port) > 1);
     }
-    std::string locations = LOCATIONS;
+    std::string locations = Filled(LOCATIONS, "%KIB%", std::string(1024, 'k'));
     if (scripted != 0) {
-        const std::string text = SCRIPTED;
-        const std::string mark = "%PORT%";
-        const size_t at = text.find(mark);
-        locations += text.substr(0, at) + std::to_string(scripted) + text.substr(at + mark.size());
+        locations += Filled(SCRIPTED, "%PORT%", std::to_string(scripted));
     }
     WriteFile(directory_.Path("locations.conf"), locations);
     WriteFile(directory_.Path("nginx.conf"), Configuration(ports_));

@@ -5,6 +5,7 @@
 //   /echo            the raw head of the request and its body (the body alone over HTTP/2)
 //   /fields          method, target, version and the usual fields, a line each
 //   /sink            reads the body, answers with nothing
+//   /ten             reads the body, answers with 1 KiB and ten fields (nine over HTTP/2)
 //   /slow            /64k at 16 KiB a second
 //   /private         Basic, user:password
 //   /cookies         sets two cookies
