@@ -57,8 +57,8 @@ Lines Build(const Sent &sent)
         lines.emplace_back(line->data);
     }
     if (!list.ownEncoding) {
-        EXPECT_EQ(lines.back(), "Accept-Encoding: gzip, br, zstd");
-        lines.pop_back();
+        EXPECT_EQ(lines.front(), "Accept-Encoding: gzip, br, zstd");
+        lines.erase(lines.begin());
     }
     return lines;
 }

@@ -112,6 +112,14 @@ public:
     HeaderList Build()
     {
         CollectFields();
+        list_.ranges = JoinRanges(request_.GetTransferRange());
+        list_.ownEncoding = !list_.ranges.empty() ||
+                            std::any_of(fields_.begin(), fields_.end(), [](const Field &field) {
+                                return field.lower == "accept-encoding";
+                            });
+        if (!list_.ownEncoding) {
+            Append(ACCEPT_ENCODING);
+        }
         for (const Field &field : fields_) {
             AddField(field);
         }
@@ -124,11 +132,6 @@ public:
         }
         if (!hop_.body && !contentType_) {
             Append("Content-Type:"); // else libcurl calls an empty body a form
-        }
-        list_.ranges = JoinRanges(request_.GetTransferRange());
-        list_.ownEncoding = list_.ownEncoding || !list_.ranges.empty();
-        if (!list_.ownEncoding) {
-            Append(ACCEPT_ENCODING);
         }
         return std::move(list_);
     }
@@ -176,7 +179,6 @@ private:
         userAgent_ = userAgent_ || lower == "user-agent";
         expect_ = expect_ || lower == "expect";
         contentType_ = contentType_ || lower == "content-type";
-        list_.ownEncoding = list_.ownEncoding || lower == "accept-encoding";
         for (const std::string &value : *field.values) {
             // A name with an empty value is written with a semicolon, else libcurl drops it.
             Append(std::string(field.name) + (value.empty() ? ";" : ": ") + value);
