@@ -5,19 +5,21 @@
 
 #include "common/c_ptr.h"
 #include "common/log.h"
+#include "objects/tnx_map.h"
 
 namespace OHOS::Pelloria::TnxC
 {
 
-// `noRecord` and `noMap` are logged when memory runs out.
-template <class Record> Record *CreateMapRecord(const char *noRecord, const char *noMap) noexcept
+// `noRecord` and `noMap` are logged when memory runs out; `room` is the map's.
+template <class Record>
+Record *CreateMapRecord(const char *noRecord, const char *noMap, size_t room = 0) noexcept
 {
     CPtr<Record> record = AllocateRecord<Record>();
     if (record == nullptr) {
         TNX_LOGE("%{public}s", noRecord);
         return nullptr;
     }
-    record->fields = OVX_Tnx_CreateMap();
+    record->fields = CreateMap(room);
     if (record->fields == nullptr) {
         TNX_LOGE("%{public}s", noMap);
         return nullptr;
@@ -38,6 +40,9 @@ template <class Record> void DestroyMapRecord(Record *record, Tnx_MapValueReleas
 template <class Value, class IsEqual, class Make>
 uint32_t AddValue(Tnx_Map *map, const char *name, IsEqual isEqual, Make make) noexcept
 {
+    if (!IsUsable(map)) {
+        return TNX_ERR_PARAMETER;
+    }
     Value *last = nullptr;
     auto *value = static_cast<Value *>(OVX_Tnx_GetMapEntry(map, name));
     for (; value != nullptr; value = value->next) {

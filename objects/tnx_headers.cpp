@@ -1,6 +1,8 @@
 // Header fields: under each name the list of its values.
+#include "objects/tnx_headers.h"
+
+#include "objects/map_block.h"
 #include "objects/map_record.h"
-#include "objects/value_lists.h"
 
 #include <cstring>
 #include <utility>
@@ -10,28 +12,49 @@ namespace OHOS::Pelloria::TnxC
 namespace
 {
 
-using HeaderValuePtr = std::unique_ptr<Tnx_HeaderValue, DestroyWith<&OVX_Tnx_DestroyHeaderValue>>;
-
-HeaderValuePtr MakeHeaderValue(const char *text)
+void FreeValues(const Tnx_Map *map, void *firstValue)
 {
-    HeaderValuePtr value(AllocateRecord<Tnx_HeaderValue>().release());
+    auto *value = static_cast<Tnx_HeaderValue *>(firstValue);
+    while (value != nullptr) {
+        FreePart(map, std::exchange(value, value->next));
+    }
+}
+
+struct FreeValue {
+    const Tnx_Map *map;
+    void operator()(Tnx_HeaderValue *value) const noexcept { FreePart(map, value); }
+};
+using HeaderValuePtr = std::unique_ptr<Tnx_HeaderValue, FreeValue>;
+
+HeaderValuePtr MakeHeaderValue(Tnx_Map *map, const char *text)
+{
+    HeaderValuePtr value(AllocateWithText(map, &Tnx_HeaderValue::value, text), {map});
     if (value == nullptr) {
         TNX_LOGE("failed to alloc memory for header value");
-        return nullptr;
     }
-    value->value = strdup(text);
-    return value->value == nullptr ? nullptr : std::move(value);
+    return value;
 }
 
 } // namespace
+
+size_t RoomForHeader(size_t nameLength, size_t valueLength) noexcept
+{
+    return RoomFor<Tnx_MapEntry>(nameLength) + RoomFor<Tnx_HeaderValue>(valueLength);
+}
+
+Tnx_Headers *CreateHeaders(size_t room) noexcept
+{
+    return CreateMapRecord<Tnx_Headers>("failed to alloc for headers",
+                                        "failed to alloc memory for headerMap", room);
+}
+
 } // namespace OHOS::Pelloria::TnxC
 
 using namespace OHOS::Pelloria::TnxC;
 
 Tnx_Headers *OVX_Tnx_CreateHeaders() noexcept
 {
-    return CreateMapRecord<Tnx_Headers>("failed to alloc for headers",
-                                        "failed to alloc memory for headerMap");
+    return CreateHeaders(0);
 }
 
 uint32_t OVX_Tnx_SetHeaderValue(Tnx_Headers *headers, const char *name, const char *value) noexcept
@@ -42,19 +65,13 @@ uint32_t OVX_Tnx_SetHeaderValue(Tnx_Headers *headers, const char *name, const ch
     return AddValue<Tnx_HeaderValue>(
         headers->fields, name,
         [value](const Tnx_HeaderValue &other) { return std::strcmp(other.value, value) == 0; },
-        [value] { return MakeHeaderValue(value); });
+        [map = headers->fields, value] { return MakeHeaderValue(map, value); });
 }
 
 void OVX_Tnx_DestroyHeaders(Tnx_Headers *headers) noexcept
 {
-    DestroyMapRecord(headers, OVX_Tnx_DestroyHeaderValue);
-}
-
-void OVX_Tnx_DestroyHeaderValue(void *firstValue) noexcept
-{
-    auto *value = static_cast<Tnx_HeaderValue *>(firstValue);
-    while (value != nullptr) {
-        std::free(value->value);
-        std::free(std::exchange(value, value->next));
+    if (headers != nullptr) {
+        DestroyMap(headers->fields, FreeValues);
+        std::free(headers);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "common/c_ptr.h"
 #include "common/log.h"
+#include "objects/map_block.h"
 
 #include <cstring>
 #include <utility>
@@ -12,14 +13,7 @@ namespace OHOS::Pelloria::TnxC
 namespace
 {
 
-constexpr uint32_t MIN_CAPACITY = 16;
 constexpr uint32_t MAX_CAPACITY = 16384;
-
-bool IsUsable(const Tnx_Map *map)
-{
-    return map != nullptr && map->entries != nullptr && map->capacity >= MIN_CAPACITY &&
-           map->capacity <= MAX_CAPACITY;
-}
 
 uint32_t BucketOf(const char *key, uint32_t capacity)
 {
@@ -83,7 +77,7 @@ void GrowIfFull(Tnx_Map *map)
     }
     MoveEntries(map, buckets, capacity);
     TNX_LOGI("success to resize map from %{public}u to %{public}u", map->capacity, capacity);
-    std::free(map->entries);
+    FreePart(map, map->entries);
     map->entries = buckets;
     map->capacity = capacity;
 }
@@ -104,19 +98,15 @@ uint32_t Put(Tnx_Map *map, const char *key, void *value)
         found->value = value;
         return TNX_OK;
     }
-    CPtr<Tnx_MapEntry> entry = AllocateRecord<Tnx_MapEntry>();
+    Tnx_MapEntry *entry = AllocateWithText(map, &Tnx_MapEntry::key, key);
     if (entry == nullptr) {
         if (head == nullptr) {
             TNX_LOGE("failed to alloc map entry");
         }
         return TNX_ERR_OUT_OF_MEMORY;
     }
-    entry->key = strdup(key);
-    if (entry->key == nullptr) {
-        return TNX_ERR_OUT_OF_MEMORY;
-    }
     entry->value = value;
-    Link(head, entry.release(), map->size);
+    Link(head, entry, map->size);
     return TNX_OK;
 }
 
@@ -132,24 +122,26 @@ void Delete(Tnx_Map *map, const char *key)
         return;
     }
     *link = entry->next;
-    std::free(entry->key);
-    std::free(entry);
+    FreePart(map, entry);
     if (head == nullptr) {
         --map->size;
     }
 }
 
-void DestroyChain(Tnx_MapEntry *entry, Tnx_MapValueRelease release)
+template <class Release> void Destroy(Tnx_Map *map, Release release)
 {
-    while (entry != nullptr) {
-        Tnx_MapEntry *next = entry->next;
-        std::free(entry->key);
-        if (release != nullptr) {
-            release(entry->value);
-        }
-        std::free(entry);
-        entry = next;
+    if (!IsUsable(map)) {
+        return;
     }
+    for (uint32_t i = 0; i < map->capacity; ++i) {
+        Tnx_MapEntry *entry = std::exchange(map->entries[i], nullptr);
+        while (entry != nullptr) {
+            release(entry->value);
+            FreePart(map, std::exchange(entry, entry->next));
+        }
+    }
+    FreePart(map, map->entries);
+    std::free(map);
 }
 
 // Puts the iterator on the first entry at or after a bucket, or at the end.
@@ -165,6 +157,26 @@ void Seek(Tnx_MapIterator *iterator, uint32_t bucket)
 
 } // namespace
 
+bool IsUsable(const Tnx_Map *map) noexcept
+{
+    return map != nullptr && map->entries != nullptr && map->capacity >= MIN_CAPACITY &&
+           map->capacity <= MAX_CAPACITY;
+}
+
+Tnx_Map *CreateMap(size_t room) noexcept
+{
+    Tnx_Map *map = AllocateMap(room);
+    if (map == nullptr) {
+        TNX_LOGE("failed to alloc memory for map");
+    }
+    return map;
+}
+
+void DestroyMap(Tnx_Map *map, MapPartRelease release) noexcept
+{
+    Destroy(map, [map, release](void *value) { release(map, value); });
+}
+
 Tnx_MapEntry *FindMapEntry(const Tnx_Map *map, const char *key) noexcept
 {
     if (!IsUsable(map) || key == nullptr) {
@@ -179,18 +191,7 @@ using namespace OHOS::Pelloria::TnxC;
 
 Tnx_Map *OVX_Tnx_CreateMap() noexcept
 {
-    CPtr<Tnx_Map> map = AllocateRecord<Tnx_Map>();
-    if (map == nullptr) {
-        TNX_LOGE("failed to alloc memory for map");
-        return nullptr;
-    }
-    map->capacity = MIN_CAPACITY;
-    map->entries = AllocateBuckets(MIN_CAPACITY);
-    if (map->entries == nullptr) {
-        TNX_LOGE("failed to alloc memory for map entries");
-        return nullptr;
-    }
-    return map.release();
+    return CreateMap(0);
 }
 
 uint32_t OVX_Tnx_PutMapEntry(Tnx_Map *map, const char *key, void *value) noexcept
@@ -223,14 +224,11 @@ void OVX_Tnx_DestroyMap(Tnx_Map *map) noexcept
 
 void OVX_Tnx_DestroyMapWithValue(Tnx_Map *map, Tnx_MapValueRelease release) noexcept
 {
-    if (!IsUsable(map)) {
-        return;
-    }
-    for (uint32_t i = 0; i < map->capacity; ++i) {
-        DestroyChain(std::exchange(map->entries[i], nullptr), release);
-    }
-    std::free(map->entries);
-    std::free(map);
+    Destroy(map, [release](void *value) {
+        if (release != nullptr) {
+            release(value);
+        }
+    });
 }
 
 Tnx_MapIterator *OVX_Tnx_CreateMapIterator(Tnx_Map *map) noexcept

@@ -4,8 +4,19 @@
 
 #include "tnx_c/map.h"
 
+#include <cstddef>
+
 namespace OHOS::Pelloria::TnxC
 {
+
+bool IsUsable(const Tnx_Map *map) noexcept;
+
+// As OVX_Tnx_CreateMap, with room in its block for what is to come; see objects/map_block.h.
+Tnx_Map *CreateMap(size_t room) noexcept;
+
+// As OVX_Tnx_DestroyMapWithValue, for values that are parts of the map.
+using MapPartRelease = void (*)(const Tnx_Map *map, void *value);
+void DestroyMap(Tnx_Map *map, MapPartRelease release) noexcept;
 
 // The entry under `key`; null when there is none, or when the map is not usable.
 Tnx_MapEntry *FindMapEntry(const Tnx_Map *map, const char *key) noexcept;

@@ -5,7 +5,6 @@
 
 extern "C" {
 
-void OVX_Tnx_DestroyHeaderValue(void *firstValue) noexcept;
 void OVX_Tnx_DestroyFormValue(void *firstValue) noexcept;
 void OVX_Tnx_DestroyMultipartFormValue(void *firstValue) noexcept;
 

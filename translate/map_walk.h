@@ -3,6 +3,7 @@
 #define TNX_TRANSLATE_MAP_WALK_H
 
 #include "common/c_ptr.h"
+#include "objects/tnx_map.h"
 
 #include <new>
 
@@ -19,9 +20,7 @@ template <class Take> bool WalkMap(Tnx_Map *map, Take take)
     }
     const MapIteratorPtr iterator(OVX_Tnx_CreateMapIterator(map));
     if (iterator == nullptr) {
-        const bool usable =
-            map->entries != nullptr && map->capacity >= 16 && map->capacity <= 16384;
-        if (usable && map->size != 0) {
+        if (IsUsable(map) && map->size != 0) {
             throw std::bad_alloc();
         }
         return false;

@@ -4,6 +4,7 @@
 
 #include "common/c_ptr.h"
 #include "common/log.h"
+#include "objects/tnx_headers.h"
 #include "translate/tnx_response_cookies.h"
 
 #include <cstring>
@@ -63,7 +64,13 @@ Tnx_TimeInfo *CopyTimeInfo(const std::optional<Tnx::TimeInfo> &times)
 
 Tnx_Headers *TnxToCHeaders(const std::shared_ptr<Tnx::Headers> &headers) noexcept
 {
-    HeadersPtr copy(OVX_Tnx_CreateHeaders());
+    size_t room = 0;
+    for (const auto &[name, values] : *headers) {
+        for (const std::string &value : values) {
+            room += RoomForHeader(name.size(), value.size());
+        }
+    }
+    HeadersPtr copy(CreateHeaders(room));
     if (copy == nullptr) {
         return nullptr;
     }

@@ -3,6 +3,8 @@
 
 #include "common/c_ptr.h"
 #include "common/log.h"
+#include "objects/map_block.h"
+#include "objects/tnx_map.h"
 
 #include <cstring>
 #include <string>
@@ -25,26 +27,27 @@ char *CopyText(const std::string &text)
     return copy;
 }
 
-void ReleaseAttribute(void *value)
+size_t RoomForAttributes(const Tnx::ResponseCookie &cookie)
 {
-    std::free(value);
+    size_t room = 0;
+    for (const auto &[name, value] : cookie.attributes) {
+        room += RoomFor<Tnx_MapEntry>(name.size()) + RoomForText(value.size());
+    }
+    return room;
 }
 
 // False when memory has run out.
 bool PutAttribute(Tnx_Map *map, const std::string &name, const std::string &value)
 {
-    CPtr<char> copy(strdup(value.c_str()));
+    char *copy = CopyTextTo(map, value.c_str());
     if (copy == nullptr) {
         return false;
     }
     // Names that differ after a NUL only are one to the map.
     void *old = OVX_Tnx_GetMapEntry(map, name.c_str());
-    if (OVX_Tnx_PutMapEntry(map, name.c_str(), copy.get()) != TNX_OK) {
-        return false;
-    }
-    static_cast<void>(copy.release());
-    std::free(old);
-    return true;
+    const bool put = OVX_Tnx_PutMapEntry(map, name.c_str(), copy) == TNX_OK;
+    FreePart(map, put ? old : copy);
+    return put;
 }
 
 Tnx_CookieAttributes *CopyAttributes(const Tnx::ResponseCookie &cookie)
@@ -54,7 +57,7 @@ Tnx_CookieAttributes *CopyAttributes(const Tnx::ResponseCookie &cookie)
         TNX_LOGE("failed to alloc memory for Tnx_CookieAttributes");
         return nullptr;
     }
-    attributes->fields = OVX_Tnx_CreateMap();
+    attributes->fields = CreateMap(RoomForAttributes(cookie));
     if (attributes->fields == nullptr) {
         TNX_LOGE("failed to create map for Tnx_CookieAttributes");
         return nullptr;
@@ -111,7 +114,7 @@ void TnxDestroyResponseCookies(Tnx_ResponseCookies *cookies) noexcept
     while (cookies != nullptr) {
         const CPtr<Tnx_ResponseCookies> cookie(std::exchange(cookies, cookies->next));
         if (cookie->cookieAttributes != nullptr) {
-            OVX_Tnx_DestroyMapWithValue(cookie->cookieAttributes->fields, ReleaseAttribute);
+            DestroyMap(cookie->cookieAttributes->fields, FreePart);
             std::free(cookie->cookieAttributes);
         }
         for (char *text : {cookie->name, cookie->value, cookie->domain, cookie->path,

@@ -1,0 +1,20 @@
+// Headers whose contents are known when they are made: they take two allocations, record and map.
+#ifndef TNX_OBJECTS_TNX_HEADERS_H
+#define TNX_OBJECTS_TNX_HEADERS_H
+
+#include "tnx_c/headers.h"
+
+#include <cstddef>
+
+namespace OHOS::Pelloria::TnxC
+{
+
+// The room that a value takes with its name.
+size_t RoomForHeader(size_t nameLength, size_t valueLength) noexcept;
+
+// As OVX_Tnx_CreateHeaders, with room for what is to be set.
+Tnx_Headers *CreateHeaders(size_t room) noexcept;
+
+} // namespace OHOS::Pelloria::TnxC
+
+#endif
