@@ -42,8 +42,8 @@ public:
 private:
     static std::shared_ptr<Tnx::Response> Answer(const std::shared_ptr<Tnx::Request> &request)
     {
-        static const auto headers = std::make_shared<Tnx::Headers>(
-            Tnx::Headers{{"content-type", {"text/plain"}}, {"content-length", {"1024"}}});
+        static const Tnx::HeaderFields headers = {{"content-type", "text/plain"},
+                                                  {"content-length", "1024"}};
         auto response = std::make_shared<Tnx::Response>(request);
         response->SetStatusCode(200);
         response->SetHeaders(headers);

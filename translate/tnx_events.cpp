@@ -44,10 +44,8 @@ template <class Slot> auto BridgeData(const Slot &slot)
 
 template <class Slot> auto BridgeHeaders(const Slot &slot)
 {
-    return [slot = &slot](const std::shared_ptr<Tnx::Headers> &headers) {
-        if (headers != nullptr) {
-            slot->callback(slot->usrCtx, TnxToCHeaders(headers));
-        }
+    return [slot = &slot](const Tnx::HeaderFields &headers) {
+        slot->callback(slot->usrCtx, TnxToCHeaders(headers));
     };
 }
 

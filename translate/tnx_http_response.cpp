@@ -62,22 +62,18 @@ Tnx_TimeInfo *CopyTimeInfo(const std::optional<Tnx::TimeInfo> &times)
 
 } // namespace
 
-Tnx_Headers *TnxToCHeaders(const std::shared_ptr<Tnx::Headers> &headers) noexcept
+Tnx_Headers *TnxToCHeaders(const Tnx::HeaderFields &headers) noexcept
 {
     size_t room = 0;
-    for (const auto &[name, values] : *headers) {
-        for (const std::string &value : values) {
-            room += RoomForHeader(name.size(), value.size());
-        }
+    for (const auto &[name, value] : headers) {
+        room += RoomForHeader(name.size(), value.size());
     }
     HeadersPtr copy(CreateHeaders(room));
     if (copy == nullptr) {
         return nullptr;
     }
-    for (const auto &[name, values] : *headers) {
-        for (const std::string &value : values) {
-            OVX_Tnx_SetHeaderValue(copy.get(), name.c_str(), value.c_str());
-        }
+    for (const auto &[name, value] : headers) {
+        OVX_Tnx_SetHeaderValue(copy.get(), name.data(), value.data());
     }
     return copy.release();
 }

@@ -15,8 +15,8 @@ namespace OHOS::Pelloria::TnxC
 Tnx_Response *TnxToCResponse(const std::shared_ptr<Tnx::Response> &response, Tnx_Request *request,
                              std::unique_ptr<Tnx_ResponseCallbackObject> callback) noexcept;
 
-// Null when memory runs out. The reference must not be empty. The caller owns the result.
-Tnx_Headers *TnxToCHeaders(const std::shared_ptr<Tnx::Headers> &headers) noexcept;
+// Null when memory runs out. The caller owns the result.
+Tnx_Headers *TnxToCHeaders(const Tnx::HeaderFields &headers) noexcept;
 
 void TnxDestroyResponse(Tnx_Response *response) noexcept;
 

@@ -78,7 +78,7 @@ TEST_F(PromisesTest, EveryFailureButACancelHasAResponseWithItsRequest)
     EXPECT_EQ(response->GetRequest(), request);
     EXPECT_EQ(response->GetEffectiveUrl(), request->GetUrl());
     EXPECT_EQ(response->GetStatusCode(), 200);
-    EXPECT_EQ(response->GetHeaders()->at("content-length").front(), "9");
+    EXPECT_EQ(response->GetHeaders().Find("content-length"), "9");
     ASSERT_FALSE(response->GetDebugInfo().empty());
     EXPECT_EQ(response->GetDebugInfo().back().type, DEBUG_TEXT);
     const std::string &why = response->GetDebugInfo().back().text;

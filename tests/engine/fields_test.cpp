@@ -267,10 +267,8 @@ TEST(HeaderListTest, LeavesTheFramingToTheEngine)
 std::string Show(const HeaderBlock &block)
 {
     std::string text = std::to_string(block.Status()) + (block.Complete() ? "" : "...");
-    for (const auto &[name, values] : std::map(block.Fields()->begin(), block.Fields()->end())) {
-        for (const std::string &value : values) {
-            text += "|" + name + "=" + value;
-        }
+    for (const auto &[name, value] : block.Fields()) {
+        text += "|" + std::string(name) + "=" + std::string(value);
     }
     return text;
 }
@@ -287,6 +285,8 @@ TEST(HeaderBlockTest, PutsLinesTogether)
         {{"HTTP/1.1 200 OK\r\n", "A: b\r\n"}, "200...|a=b"},
         {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "a:\t c \t\r\n", "B:\r\n", "\r\n"}, "200|a=b|a=c|b="},
         {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "  c\r\n", "\td\r\n", "\r\n"}, "200|a=b c d"},
+        {{"HTTP/1.1 200 OK\r\n", "X-A-Name: A Value\r\n", " c\r\n", "Y: z\r\n", "\r\n"},
+         "200|x-a-name=A Value c|y=z"},
         {{"HTTP/1.1 200 OK\r\n", " folded onto nothing\r\n", "no colon\r\n", "\r\n"}, "200"},
         {{"HTTP/1.1 100 Continue\r\n", "A: b\r\n", "\r\n", "HTTP/1.1 200 OK\r\n", "\r\n"}, "200"},
         {{"HTTP/1.1 200 OK\r\n", "A: b\r\n", "\r\n", "A: trailer\r\n", "\r\n"}, "200|a=b"},
@@ -304,14 +304,10 @@ TEST(HeaderBlockTest, PutsLinesTogether)
     }
 }
 
-TEST(HeaderBlockTest, KeepsCookieLinesApartAndHasABound)
+TEST(HeaderBlockTest, HasABound)
 {
     HeaderBlock block;
-    for (const char *line : {"HTTP/1.1 200 OK\r\n", "Set-Cookie: a=b, c=d\r\n",
-                             "set-cookie: e=f;\r\n", "  Secure\r\n"}) {
-        block.Add(line);
-    }
-    EXPECT_EQ(block.SetCookies(), (Lines{"a=b, c=d", "e=f; Secure"}));
+    block.Add("HTTP/1.1 200 OK\r\n");
     const std::string line = "X: " + std::string(1000, 'x') + "\r\n";
     size_t size = 0;
     while (size < 4 * 1024 * 1024 && block.Add(line)) {

@@ -107,7 +107,7 @@ TEST(TranslateMemoryTest, ResponsesKeepWhatTheyCan)
     const auto response =
         std::make_shared<Tnx::Response>(std::make_shared<Tnx::Request>("0", "http://host"));
     response->SetEffectiveUrl(LONG);
-    response->SetHeaders(std::make_shared<Tnx::Headers>(Tnx::Headers{{"a", {LONG, "2"}}}));
+    response->SetHeaders({{"a", LONG}, {"a", "2"}});
     response->SetTimeInfo({});
     response->MutableDebugInfo() = {{0, LONG}, {1, LONG}};
     response->MutableCookies().resize(2);

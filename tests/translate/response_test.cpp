@@ -34,8 +34,7 @@ TEST(ResponseTest, PlainMembers)
     const auto response = MakeResponse();
     response->SetEffectiveUrl("http://host/end");
     response->SetStatusCode(204);
-    response->SetHeaders(std::make_shared<Tnx::Headers>(
-        Tnx::Headers{{"a", {"1", "2", "1"}}, {"b", {}}, {"c", {""}}}));
+    response->SetHeaders({{"a", "1"}, {"c", ""}, {"a", "2"}, {"a", "1"}});
     response->MutableBody().assign("b\0dy", 4);
     Tnx_Request request = {};
     auto callback = std::make_unique<Tnx_ResponseCallbackObject>();

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "dns_rule.h"
+#include "header_fields.h"
 #include "headers.h"
 #include "security.h"
 #include "web_proxy.h"
@@ -45,7 +46,7 @@ struct HttpEventsHandler {
     std::function<size_t(const std::shared_ptr<std::string> &data)> onDataReceive;
     std::function<void(uint64_t total, uint64_t now)> onDownloadProgress;
     std::function<void(uint64_t total, uint64_t now)> onUploadProgress;
-    std::function<void(const std::shared_ptr<Headers> &headers)> onHeadersReceive;
+    std::function<void(const HeaderFields &headers)> onHeadersReceive;
     std::function<void()> onDataEnd;
 };
 

@@ -1,4 +1,5 @@
-// The containers that a request and a response are made of: header fields, cookies, byte ranges.
+// The containers that a request is made of, header fields, cookies and byte ranges, and the cookies
+// of a response.
 #ifndef TNX_NATIVE_HEADERS_H
 #define TNX_NATIVE_HEADERS_H
 
@@ -21,7 +22,7 @@ struct FieldValues : std::vector<std::string> {
     FieldSource source = FieldSource::REQUEST;
 };
 
-// From a field name to its values. Response names are in lower case.
+// From a field name to its values.
 using Headers = std::unordered_map<std::string, FieldValues>;
 
 // From a cookie name to its value.

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "header_fields.h"
 #include "headers.h"
 #include "request.h"
 
@@ -46,7 +47,7 @@ public:
     const std::shared_ptr<Request> &GetRequest() const { return request_; }
     const std::string &GetEffectiveUrl() const { return effectiveUrl_; }
     int32_t GetStatusCode() const { return statusCode_; }
-    const std::shared_ptr<Headers> &GetHeaders() const { return headers_; } // never empty
+    const HeaderFields &GetHeaders() const { return headers_; }
     const std::string &GetBody() const { return body_; }
     const std::vector<DebugInfo> &GetDebugInfo() const { return debugInfo_; }
     const std::optional<TimeInfo> &GetTimeInfo() const { return timeInfo_; }
@@ -54,7 +55,7 @@ public:
 
     void SetEffectiveUrl(std::string url) { effectiveUrl_ = std::move(url); }
     void SetStatusCode(int32_t code) { statusCode_ = code; }
-    void SetHeaders(std::shared_ptr<Headers> headers) { headers_ = std::move(headers); }
+    void SetHeaders(const HeaderFields &headers) { headers_ = headers; }
     void SetTimeInfo(const TimeInfo &times) { timeInfo_ = times; }
     std::string &MutableBody() { return body_; }
     std::vector<DebugInfo> &MutableDebugInfo() { return debugInfo_; }
@@ -64,7 +65,7 @@ private:
     std::shared_ptr<Request> request_;
     std::string effectiveUrl_;
     int32_t statusCode_ = 0;
-    std::shared_ptr<Headers> headers_ = std::make_shared<Headers>();
+    HeaderFields headers_;
     std::string body_;
     std::vector<DebugInfo> debugInfo_;
     std::optional<TimeInfo> timeInfo_;

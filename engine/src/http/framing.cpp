@@ -1,13 +1,10 @@
 // Reads content-length and transfer-encoding.
 #include "framing.h"
 
-#include <algorithm>
 #include <charconv>
 #include <limits>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/text.h"
 
@@ -16,32 +13,36 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
-using Values = std::vector<std::string>;
+constexpr std::string_view CONTENT_LENGTH = "content-length";
+constexpr std::string_view TRANSFER_ENCODING = "transfer-encoding";
 
 constexpr uint64_t MAX_LENGTH = std::numeric_limits<int64_t>::max(); // that libcurl can count
 
-const Values &Find(const Headers &fields, const std::string &name)
+// Whether `accept` does for every member of a list (RFC 9110 section 5.6.1).
+template <class Accept> bool AllMembers(std::string_view rest, const Accept &accept)
 {
-    static const Values none;
-    const auto field = fields.find(name);
-    return field != fields.end() ? field->second : none;
+    for (;;) {
+        const size_t comma = rest.find(',');
+        if (!accept(Trim(rest.substr(0, comma)))) {
+            return false;
+        }
+        if (comma == std::string_view::npos) {
+            return true;
+        }
+        rest.remove_prefix(comma + 1);
+    }
 }
 
-// Whether `accept` does for every member of the list (RFC 9110 section 5.6.1).
-template <class Accept> bool AllMembers(const Values &values, Accept accept)
+// The same for all lists under a name.
+template <class Accept>
+bool AllMembers(const HeaderFields &fields, std::string_view name, const Accept &accept)
 {
-    return std::all_of(values.begin(), values.end(), [&accept](std::string_view rest) {
-        for (;;) {
-            const size_t comma = rest.find(',');
-            if (!accept(Trim(rest.substr(0, comma)))) {
-                return false;
-            }
-            if (comma == std::string_view::npos) {
-                return true;
-            }
-            rest.remove_prefix(comma + 1);
+    for (const HeaderField &field : fields) {
+        if (field.name == name && !AllMembers(field.value, accept)) {
+            return false;
         }
-    });
+    }
+    return true;
 }
 
 // Digits and nothing else. A repeated length is one, if it is the same every time.
@@ -55,10 +56,10 @@ bool TakeLength(std::string_view text, std::optional<uint64_t> &length)
 }
 
 // Any other coding would have to be asked for.
-bool OnlyChunked(const Values &codings)
+bool OnlyChunked(const HeaderFields &fields)
 {
     bool chunked = false;
-    return AllMembers(codings, [&chunked](std::string_view coding) {
+    return AllMembers(fields, TRANSFER_ENCODING, [&chunked](std::string_view coding) {
         return EqualsIgnoringCase(coding, "chunked") && !std::exchange(chunked, true);
     });
 }
@@ -67,18 +68,17 @@ bool OnlyChunked(const Values &codings)
 
 Framing ReadFraming(const HeaderBlock &block)
 {
-    static const std::string contentLength = "content-length";
-    static const std::string transferEncoding = "transfer-encoding";
-    const Values &lengths = Find(*block.Fields(), contentLength);
-    const Values &codings = Find(*block.Fields(), transferEncoding);
+    const HeaderFields &fields = block.Fields();
+    const bool hasLength = fields.Find(CONTENT_LENGTH).has_value();
+    const bool isCoded = fields.Find(TRANSFER_ENCODING).has_value();
     Framing framing;
-    if (!block.Final() && !(lengths.empty() && codings.empty())) {
+    if (!block.Final() && (hasLength || isCoded)) {
         framing.problem = "An interim response announces a body"; // libcurl would count on it
-    } else if (!OnlyChunked(codings)) {
+    } else if (!OnlyChunked(fields)) {
         framing.problem = "The transfer coding is not the one that every client knows";
-    } else if (!codings.empty()) {
-        framing.ambiguous = block.Old() || !lengths.empty(); // RFC 9112 section 6.1
-    } else if (!AllMembers(lengths, [&framing](std::string_view text) {
+    } else if (isCoded) {
+        framing.ambiguous = block.Old() || hasLength; // RFC 9112 section 6.1
+    } else if (!AllMembers(fields, CONTENT_LENGTH, [&framing](std::string_view text) {
                    return TakeLength(text, framing.length);
                })) {
         framing.problem = "The content-length is not one number";

@@ -12,6 +12,10 @@ namespace
 
 constexpr size_t MAX_SIZE = 512 * 1024;
 
+// Room that few responses outgrow.
+constexpr size_t USUAL_FIELDS = 16;
+constexpr size_t USUAL_SIZE = 1024;
+
 std::string_view WithoutLineEnd(std::string_view line)
 {
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) {
@@ -33,8 +37,6 @@ bool HeaderBlock::Add(std::string_view line)
         Start(line);
     } else if (line.empty()) {
         complete_ = true;
-    } else if (line.front() == ' ' || line.front() == '\t') {
-        Continue(line);
     } else {
         AddField(line);
     }
@@ -43,13 +45,12 @@ bool HeaderBlock::Add(std::string_view line)
 
 void HeaderBlock::Start(std::string_view line)
 {
-    const size_t size = size_;
-    if (started_) {
-        *this = HeaderBlock();
-    }
-    size_ = size;
     started_ = true;
+    complete_ = false;
+    status_ = 0;
     old_ = line.starts_with("HTTP/1.0 ");
+    fields_.Clear();
+    fields_.Reserve(USUAL_FIELDS, USUAL_SIZE);
     const size_t space = line.find(' ');
     if (line.starts_with("HTTP/") && space != std::string_view::npos) {
         const std::string_view code = Trim(line.substr(space)).substr(0, 3);
@@ -59,29 +60,17 @@ void HeaderBlock::Start(std::string_view line)
 
 void HeaderBlock::AddField(std::string_view line)
 {
+    if (line.front() == ' ' || line.front() == '\t') {
+        // An obsolete line folding stands for one space (RFC 9112 section 5.2).
+        if (!fields_.Empty()) {
+            fields_.Extend(" ");
+            fields_.Extend(Trim(line));
+        }
+        return;
+    }
     const size_t colon = line.find(':');
-    if (colon == std::string_view::npos) {
-        return;
-    }
-    lastName_ = Lower(Trim(line.substr(0, colon)));
-    const std::string_view value = Trim(line.substr(colon + 1));
-    if (lastName_ == "set-cookie") {
-        setCookies_.emplace_back(value);
-    }
-    (*fields_)[lastName_].emplace_back(value);
-}
-
-// An obsolete line folding stands for one space (RFC 9112 section 5.2).
-void HeaderBlock::Continue(std::string_view line)
-{
-    const auto field = fields_->find(lastName_);
-    if (field == fields_->end()) {
-        return;
-    }
-    const std::string more = " " + std::string(Trim(line));
-    field->second.back() += more;
-    if (lastName_ == "set-cookie") {
-        setCookies_.back() += more;
+    if (colon != std::string_view::npos) {
+        fields_.Add(Trim(line.substr(0, colon)), Trim(line.substr(colon + 1)));
     }
 }
 

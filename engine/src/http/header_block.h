@@ -2,13 +2,11 @@
 #ifndef TNX_ENGINE_HEADER_BLOCK_H
 #define TNX_ENGINE_HEADER_BLOCK_H
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include "tnx_native/headers.h"
+#include "tnx_native/header_fields.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -36,25 +34,18 @@ public:
     // The server speaks HTTP/1.0.
     bool Old() const { return old_; }
 
-    // Names in lower case. Never empty.
-    const std::shared_ptr<Headers> &Fields() const { return fields_; }
-
-    // The values of Set-Cookie, which must not be combined (RFC 6265 section 3).
-    const std::vector<std::string> &SetCookies() const { return setCookies_; }
+    const HeaderFields &Fields() const { return fields_; }
 
 private:
     void Start(std::string_view line);
     void AddField(std::string_view line);
-    void Continue(std::string_view line);
 
     int32_t status_ = 0;
     bool old_ = false;
     bool started_ = false;
     bool complete_ = false;
     size_t size_ = 0;
-    std::shared_ptr<Headers> fields_ = std::make_shared<Headers>();
-    std::vector<std::string> setCookies_;
-    std::string lastName_;
+    HeaderFields fields_;
 };
 
 } // namespace OHOS::Pelloria::Tnx

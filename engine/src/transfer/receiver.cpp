@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -27,9 +28,8 @@ bool IsRedirect(const HeaderBlock &block)
     if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) {
         return false;
     }
-    const auto location = block.Fields()->find("location");
-    return location != block.Fields()->end() && !location->second.front().empty() &&
-           location->second.front().front() != '#';
+    const std::string_view location = block.Fields().Find("location").value_or("");
+    return !location.empty() && location.front() != '#';
 }
 
 } // namespace
@@ -122,8 +122,11 @@ bool Receiver::SkipsBody()
 
 void Receiver::KeepCookies()
 {
-    for (const std::string &line : block_.SetCookies()) {
-        if (std::optional<ResponseCookie> cookie = ParseSetCookie(line, std::time(nullptr))) {
+    for (const auto &[name, value] : block_.Fields()) {
+        if (name != "set-cookie") {
+            continue;
+        }
+        if (std::optional<ResponseCookie> cookie = ParseSetCookie(value, std::time(nullptr))) {
             hopCookies_.Store(*cookie, *hop_->url);
             response_.MutableCookies().push_back(std::move(*cookie));
         }
@@ -134,8 +137,9 @@ void Receiver::TellHeaders()
 {
     const auto &tell = configuration_.tracing.eventsHandler.onHeadersReceive;
     if (!headersTold_ && tell) {
-        delivery_.Deliver(
-            [this, &tell, headers = block_.Fields()] { delivery_.Call([&] { tell(headers); }); });
+        delivery_.Deliver([this, &tell, headers = response_.GetHeaders()] {
+            delivery_.Call([&] { tell(headers); });
+        });
     }
     headersTold_ = true;
 }
@@ -162,11 +166,16 @@ size_t Receiver::OnBody(std::string_view piece)
 
 void Receiver::StartDecoding()
 {
-    const auto field = block_.Fields()->find("content-encoding");
-    if (!decodes_ || field == block_.Fields()->end()) {
+    std::vector<std::string> codings;
+    for (const auto &[name, value] : block_.Fields()) {
+        if (decodes_ && name == "content-encoding") {
+            codings.emplace_back(value);
+        }
+    }
+    if (codings.empty()) {
         return;
     }
-    decoder_ = std::make_shared<SlicedDecoder>(field->second);
+    decoder_ = std::make_shared<SlicedDecoder>(codings);
     if (decoder_->Decoder().Empty()) {
         decoder_.reset();
     }

@@ -168,7 +168,7 @@ void Transfer::TakeResponse()
             recorder_.Note(phases_.HopText());
         }
         DropWire();
-        Redirect(receiver_.Block().Fields()->at("location").front());
+        Redirect(std::string(*receiver_.Block().Fields().Find("location")));
         return;
     }
     if (receiver_.EndOfBody()) {
