@@ -145,7 +145,7 @@ TEST(HeaderListTest, CookiesOfHopsMakeNoFieldLongerThanServersTake)
         cookies.Store(cookie, *hop.url);
     }
     const HeaderList list = BuildHeaderList(request, hop, cookies);
-    const std::string line = list.lines->data;
+    const std::string line = list.lines->next->data; // behind the codings
     EXPECT_LT(line.size(), 8200U);
     EXPECT_NE(line.find("; b="), std::string::npos);
     EXPECT_EQ(line.find("; c="), std::string::npos) << "does not fit";

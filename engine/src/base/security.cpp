@@ -1,14 +1,18 @@
 // Secrets that do not outlive their use.
 #include "tnx_native/security.h"
 
+#include <atomic>
 #include <utility>
 
+#include "secrets.h"
 #include "tnx_platform/bounded.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
+
+std::atomic<bool> g_secretSeen = false;
 
 // The whole buffer: a longer text may have stood in it before.
 void WipeText(std::string &text) noexcept
@@ -19,6 +23,16 @@ void WipeText(std::string &text) noexcept
 }
 
 } // namespace
+
+void SecretSeen() noexcept
+{
+    g_secretSeen.store(true, std::memory_order_relaxed);
+}
+
+bool SecretsAbout() noexcept
+{
+    return g_secretSeen.load(std::memory_order_relaxed);
+}
 
 SecretString::SecretString(SecretString &&other) noexcept
 {
@@ -48,12 +62,14 @@ SecretString &SecretString::operator=(SecretString &&other) noexcept
 
 void SecretString::Assign(const char *text)
 {
+    SecretSeen();
     Wipe();
     text_ = text;
 }
 
 void SecretString::Append(std::string_view text)
 {
+    SecretSeen();
     std::string longer;
     longer.reserve(text_.size() + text.size());
     longer.append(text_).append(text);

@@ -10,6 +10,7 @@
 
 #include <malloc.h>
 
+#include "base/secrets.h"
 #include "tnx_platform/bounded.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -90,7 +91,9 @@ void Release(void *block)
         return; // libcurl releases dozens of texts that are not set with each request
     }
     const size_t size = malloc_usable_size(block);
-    memset_s(block, size, 0, size <= MOST_WIPED ? size : WIPED_HEAD);
+    if (SecretsAbout()) {
+        memset_s(block, size, 0, size <= MOST_WIPED ? size : WIPED_HEAD);
+    }
     if (size >= LEAST_KEPT && size <= MOST_KEPT && g_kept.Keep(block)) {
         return;
     }
@@ -99,6 +102,9 @@ void Release(void *block)
 
 void *Resize(void *block, size_t size)
 {
+    if (!SecretsAbout()) {
+        return Counted(std::realloc(block, size));
+    }
     void *const resized = Allocate(size);
     if (resized != nullptr && block != nullptr) {
         std::memcpy(resized, block, std::min(malloc_usable_size(block), size));

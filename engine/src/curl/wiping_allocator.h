@@ -1,4 +1,5 @@
-// The memory of libcurl: wiped before it is released, and, for its large buffers, kept.
+// The memory of libcurl: wiped before it is released, once a secret may be in it, and, for its
+// large buffers, kept.
 #ifndef TNX_ENGINE_WIPING_ALLOCATOR_H
 #define TNX_ENGINE_WIPING_ALLOCATOR_H
 

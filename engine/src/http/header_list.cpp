@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "base/secrets.h"
 #include "base/text.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -157,8 +158,11 @@ private:
     void AddField(const Field &field)
     {
         const std::string &lower = field.lower;
-        if (!hop_.sameOrigin && IsForOrigin(lower)) {
-            return;
+        if (IsForOrigin(lower)) {
+            if (!hop_.sameOrigin) {
+                return;
+            }
+            SecretSeen();
         }
         if (DroppedByRedirect(lower)) {
             return;
@@ -221,6 +225,7 @@ private:
             }
         }
         if (!line.empty()) {
+            SecretSeen();
             Append("Cookie: " + line);
         }
     }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/secrets.h"
 #include "base/text.h"
 #include "curl/handles.h"
 #include "curl/releases.h"
@@ -95,6 +96,9 @@ CURLcode ParseInternational(CURLU *handle, const std::string &name, const std::s
 
 CURLcode ParseUrl(const std::string &text, Url &url)
 {
+    if (text.find('@') != std::string::npos) {
+        SecretSeen();
+    }
     UrlHandle handle = MakeUrl();
     const bool cut = text.find('\0') != std::string::npos;
     const CURLUcode code = cut ? CURLUE_MALFORMED_INPUT

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/secrets.h"
 #include "body/form_encoding.h"
 #include "http/content_type.h"
 
@@ -67,10 +68,12 @@ CURLcode Sender::Prepare(CURL *easy, std::optional<uint64_t> length)
                 return PrepareString(easy, body != nullptr ? *body : form_);
             },
             [&](const std::shared_ptr<Form> &form) {
+                SecretSeen(); // people type passwords into forms
                 form_ = form != nullptr ? EncodeForm(*form) : std::string();
                 return PrepareString(easy, form_);
             },
             [&](const std::shared_ptr<MultipartForm> &form) {
+                SecretSeen();
                 return PrepareMultipart(easy, form.get());
             },
             [&](const GetDataFunction &function) { return PreparePull(easy, function, length); },
