@@ -103,27 +103,35 @@ const char *TypeName(uint32_t mode)
     }
 }
 
-void SetTrust(Setter &set, const TlsOptions &options, const SecurityConfiguration &security)
+bool HasOwnTrust(const SecurityConfiguration &security)
 {
+    return !security.skipValidation &&
+           (!security.trustedCas.empty() || !security.trustedCaDirectory.empty());
+}
+
+CURLcode NameTrust(Options &named, const TlsOptions &options, const SecurityConfiguration &security)
+{
+    CURLcode result = CURLE_OK;
+    const auto take = [&result](CURLcode code) { result = result == CURLE_OK ? code : result; };
+    take(named.Number(options.version, CURL_SSLVERSION_TLSv1_2));
     if (security.skipValidation) {
-        set.Number(options.verifyPeer, 0);
-        set.Number(options.verifyHost, 0);
-    } else if (!security.trustedCas.empty() || !security.trustedCaDirectory.empty()) {
+        take(named.Number(options.verifyPeer, 0));
+        take(named.Number(options.verifyHost, 0));
+    } else if (HasOwnTrust(security)) {
         // The system's store, which is the default of both, is not to be used besides.
-        set.Text(options.caFile, nullptr);
-        set.Text(options.caDirectory, nullptr);
-        if (IsPem(security.trustedCas)) {
-            set.Blob(options.caBlob, security.trustedCas);
-        } else if (!security.trustedCas.empty()) {
-            set.Text(options.caFile, security.trustedCas.c_str());
+        take(named.Pointer(options.caFile, nullptr));
+        take(named.Pointer(options.caDirectory, nullptr));
+        if (!security.trustedCas.empty() && !IsPem(security.trustedCas)) {
+            take(named.Text(options.caFile, security.trustedCas));
         }
         if (!security.trustedCaDirectory.empty()) {
-            set.Text(options.caDirectory, security.trustedCaDirectory.c_str());
+            take(named.Text(options.caDirectory, security.trustedCaDirectory));
         }
     }
     if (!security.publicKeyPins.empty()) {
-        set.Text(options.pins, security.publicKeyPins.c_str());
+        take(named.Text(options.pins, security.publicKeyPins));
     }
+    return result;
 }
 
 void SetCertificate(Setter &set, const TlsOptions &options, const ClientCertificate &certificate)
@@ -151,13 +159,22 @@ void SetCertificate(Setter &set, const TlsOptions &options, const ClientCertific
     set.Text(options.keyPassword, certificate.keyPassword.Get().c_str());
 }
 
-CURLcode SetTls(CURL *easy, const TlsOptions &options, const SecurityConfiguration &security)
+CURLcode SetCertificates(CURL *easy, const TlsOptions &options,
+                         const SecurityConfiguration &security)
 {
     Setter set(easy);
-    set.Number(options.version, CURL_SSLVERSION_TLSv1_2);
-    SetTrust(set, options, security);
+    if (HasOwnTrust(security) && IsPem(security.trustedCas)) {
+        set.Blob(options.caBlob, security.trustedCas);
+    }
     SetCertificate(set, options, security.clientCertificate);
     return set.Result();
+}
+
+CURLcode SetTls(CURL *easy, const TlsOptions &options, const SecurityConfiguration &security)
+{
+    Options named(easy);
+    const CURLcode code = NameTrust(named, options, security);
+    return code != CURLE_OK ? code : SetCertificates(easy, options, security);
 }
 
 unsigned long AuthenticationOf(uint32_t kind)
@@ -197,6 +214,23 @@ CURLcode SetCredential(CURL *easy, const TlsOptions &options, const SecurityConf
 }
 
 } // namespace
+
+CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security)
+{
+    return NameTrust(named, SERVER, security);
+}
+
+bool HasCertificates(const SecurityConfiguration &security)
+{
+    return (HasOwnTrust(security) && IsPem(security.trustedCas)) ||
+           !security.clientCertificate.certificate.empty() ||
+           !security.clientCertificate.certificateInfo.empty();
+}
+
+CURLcode SetServerCertificates(CURL *easy, const SecurityConfiguration &security)
+{
+    return SetCertificates(easy, SERVER, security);
+}
 
 CURLcode SetServerTls(CURL *easy, const SecurityConfiguration &security)
 {

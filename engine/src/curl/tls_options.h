@@ -6,11 +6,19 @@
 
 #include <curl/curl.h>
 
+#include "options.h"
 #include "tnx_native/security.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
+// Whom to trust, as options that can be named again for each request; and the certificates and
+// keys, if there are any, which cannot.
+CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security);
+bool HasCertificates(const SecurityConfiguration &security);
+CURLcode SetServerCertificates(CURL *easy, const SecurityConfiguration &security);
+
+// All of them.
 CURLcode SetServerTls(CURL *easy, const SecurityConfiguration &security);
 CURLcode SetProxyTls(CURL *easy, const SecurityConfiguration &security);
 

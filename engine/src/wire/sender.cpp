@@ -59,33 +59,37 @@ bool Sender::HasBody() const
            !std::holds_alternative<std::monostate>(request_.GetContent()->Get());
 }
 
-CURLcode Sender::Prepare(CURL *easy, std::optional<uint64_t> length)
+// A multipart form that is not there is an empty text.
+bool Sender::IsText() const
 {
-    return std::visit(
-        Overloaded{
-            [](std::monostate) { return CURLE_OK; },
-            [&](const std::shared_ptr<std::string> &body) {
-                return PrepareString(easy, body != nullptr ? *body : form_);
-            },
-            [&](const std::shared_ptr<Form> &form) {
-                SecretSeen(); // people type passwords into forms
-                form_ = form != nullptr ? EncodeForm(*form) : std::string();
-                return PrepareString(easy, form_);
-            },
-            [&](const std::shared_ptr<MultipartForm> &form) {
-                SecretSeen();
-                return PrepareMultipart(easy, form.get());
-            },
-            [&](const GetDataFunction &function) { return PreparePull(easy, function, length); },
-        },
-        request_.GetContent()->Get());
+    const auto &content = request_.GetContent()->Get();
+    const auto *const multipart = std::get_if<std::shared_ptr<MultipartForm>>(&content);
+    return multipart != nullptr ? *multipart == nullptr
+                                : !std::holds_alternative<GetDataFunction>(content);
 }
 
-CURLcode Sender::PrepareString(CURL *easy, const std::string &body)
+std::string_view Sender::Text()
 {
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.data());
-    return curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
-                            static_cast<curl_off_t>(body.size()));
+    const auto &content = request_.GetContent()->Get();
+    if (const auto *const text = std::get_if<std::shared_ptr<std::string>>(&content)) {
+        return *text != nullptr ? std::string_view(**text) : "";
+    }
+    if (const auto *const form = std::get_if<std::shared_ptr<Form>>(&content)) {
+        SecretSeen(); // people type passwords into forms
+        form_ = *form != nullptr ? EncodeForm(**form) : std::string();
+        return form_;
+    }
+    return "";
+}
+
+CURLcode Sender::Prepare(CURL *easy, std::optional<uint64_t> length)
+{
+    const auto &content = request_.GetContent()->Get();
+    if (const auto *const form = std::get_if<std::shared_ptr<MultipartForm>>(&content)) {
+        SecretSeen();
+        return PrepareMultipart(easy, **form);
+    }
+    return PreparePull(easy, std::get<GetDataFunction>(content), length);
 }
 
 PullBody &Sender::NewPull(const GetDataFunction &function, std::optional<uint64_t> length)
@@ -108,17 +112,14 @@ CURLcode Sender::PreparePull(CURL *easy, const GetDataFunction &function,
                             length ? static_cast<curl_off_t>(*length) : curl_off_t{-1});
 }
 
-CURLcode Sender::PrepareMultipart(CURL *easy, const MultipartForm *form)
+CURLcode Sender::PrepareMultipart(CURL *easy, const MultipartForm &form)
 {
-    if (form == nullptr) {
-        return PrepareString(easy, form_);
-    }
     mime_.reset(curl_mime_init(easy));
     if (mime_ == nullptr) {
         return CURLE_OUT_OF_MEMORY;
     }
     std::map<std::string_view, const std::vector<MultipartFormFieldValue> *> sorted;
-    for (const auto &[name, values] : form->fields) {
+    for (const auto &[name, values] : form.fields) {
         sorted.emplace(name, &values);
     }
     for (const auto &[name, values] : sorted) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "body/pull_body.h"
@@ -28,8 +29,12 @@ public:
     // Whether the request carries a body at all.
     bool HasBody() const;
 
-    // Sets the options of the body. `length` is the application's own content-length, which only a
-    // pulled body needs.
+    // Whether the body is one text, and that text, which stays until it is asked for again.
+    bool IsText() const;
+    std::string_view Text();
+
+    // Sets the options of any other body. `length` is the application's own content-length, which
+    // only a pulled body needs.
     CURLcode Prepare(CURL *easy, std::optional<uint64_t> length);
 
     // Whether the body could be sent once more from its start.
@@ -48,10 +53,9 @@ public:
     void Stop();
 
 private:
-    CURLcode PrepareString(CURL *easy, const std::string &body);
     CURLcode PreparePull(CURL *easy, const GetDataFunction &function,
                          std::optional<uint64_t> length);
-    CURLcode PrepareMultipart(CURL *easy, const MultipartForm *form);
+    CURLcode PrepareMultipart(CURL *easy, const MultipartForm &form);
     CURLcode AddPart(const std::string &name, const MultipartFormFieldValue &value);
     CURLcode AddFile(curl_mimepart *part, const FormFieldFileValue &file);
     PullBody &NewPull(const GetDataFunction &function, std::optional<uint64_t> length);

@@ -124,7 +124,7 @@ public:
 private:
     CURLcode SetOptions(const Order &order);
     void SetCallbacks(const Order &order);
-    void SetMethod();
+    void SetMethod(Sender &sender);
     void SetReuse();
     CURLcode SetVersion();
     void SetTimeouts(const TimeLeft &left);

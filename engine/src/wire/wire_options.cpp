@@ -13,14 +13,6 @@ namespace
 constexpr long BUFFER = 64L * 1024;
 constexpr long STREAM_BUFFER = 256L * 1024;
 
-bool IsDefault(const SecurityConfiguration &security)
-{
-    return !security.skipValidation && security.trustedCas.empty() &&
-           security.trustedCaDirectory.empty() && security.publicKeyPins.empty() &&
-           security.clientCertificate.certificate.empty() &&
-           security.clientCertificate.certificateInfo.empty();
-}
-
 bool HasCredential(const SecurityConfiguration &security)
 {
     return !security.credentialName.Empty() || !security.credentialPassword.Empty();
@@ -48,13 +40,15 @@ CURLcode Wire::SetOptions(const Order &order)
         options_.Text(CURLOPT_RANGE, headers_.ranges);
     }
     if (hop_->url->Secure()) {
-        options_.Number(CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2);
         // Waiting for the first connection shows whether its streams can be shared.
         options_.Number(CURLOPT_PIPEWAIT, 1);
     }
-    SetMethod();
+    SetMethod(order.sender);
     SetReuse();
-    const CURLcode code = SetVersion();
+    CURLcode code = SetVersion();
+    if (hop_->url->Secure() && code == CURLE_OK) {
+        code = NameServerTrust(options_, configuration.security);
+    }
     SetTimeouts(order.left);
     options_.End();
     return code;
@@ -89,7 +83,7 @@ bool Wire::WatchesAlerts() const
     return hop_->url->Secure() && (KnowsHttp2() || SpeaksTlsToProxy());
 }
 
-void Wire::SetMethod()
+void Wire::SetMethod(Sender &sender)
 {
     if (hop_->method == "HEAD") {
         options_.Number(CURLOPT_NOBODY, 1);
@@ -97,11 +91,12 @@ void Wire::SetMethod()
     }
     const bool expectsBody =
         hop_->method == "POST" || hop_->method == "PUT" || hop_->method == "PATCH";
-    if (!hop_->body && expectsBody) {
-        // Says that the body is empty (RFC 9110 section 8.6).
-        static char nothing[] = "";
-        options_.Pointer(CURLOPT_POSTFIELDS, nothing);
-        options_.Number(CURLOPT_POSTFIELDSIZE, 0);
+    if (hop_->body ? sender.IsText() : expectsBody) {
+        // Where there is none, the length says so (RFC 9110 section 8.6).
+        const std::string_view body = hop_->body ? sender.Text() : "";
+        static_assert(sizeof(long) == sizeof(curl_off_t));
+        options_.Pointer(CURLOPT_POSTFIELDS, const_cast<char *>(body.data()));
+        options_.Number(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<long>(body.size()));
     }
     options_.Text(CURLOPT_CUSTOMREQUEST, hop_->method);
 }
@@ -172,9 +167,10 @@ CURLcode Wire::SetRest(Sender &sender)
     const SecurityConfiguration &security = request_->GetConfiguration().security;
     const WebProxy &proxy = request_->GetConfiguration().proxy;
     const bool secure = hop_->url->Secure();
-    set(hop_->body, [&] { return sender.Prepare(easy, headers_.contentLength); });
+    set(hop_->body && !sender.IsText(),
+        [&] { return sender.Prepare(easy, headers_.contentLength); });
     set(!route_->proxy.Direct(), [&] { return SetProxy(); });
-    set(secure && !IsDefault(security), [&] { return SetServerTls(easy, security); });
+    set(secure && HasCertificates(security), [&] { return SetServerCertificates(easy, security); });
     // libcurl compares these, not the proxy's own, when it looks for a kept connection on which
     // only the proxy speaks TLS.
     set(!secure && SpeaksTlsToProxy(), [&] { return SetServerTls(easy, proxy.security); });
