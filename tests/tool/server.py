@@ -86,6 +86,8 @@ class Server:
     def reply(self, request, tried):
         route = request.path.partition("?")[0].strip("/").split("/")
         name = route[0]
+        if request.line.startswith("CONNECT "):  # nothing may follow that is recorded later
+            return answer("502 Bad Gateway", b"", "Connection: close")
         if name == "echo":
             return answer("200 OK", request.body)
         if name == "status":
