@@ -219,14 +219,15 @@ TEST_F(DnsTest, ServersAreAskedInTurn)
 
 TEST_F(DnsTest, BothFamiliesAreRaced)
 {
-    ScriptedServer six("::1");
-    ScriptedServer four;
-    const SilentPort silent("::1", four.Port());
+    const std::string own = "127.0.0.66"; // nobody else has the same port here
+    const ScriptedServer six("::1");
+    const SilentPort silent("::1");
+    const ScriptedServer four(own, silent.Port());
     const auto url = [](const ScriptedServer &server) {
         return "http://both.test:" + std::to_string(server.Port()) + "/echo";
     };
     for (const std::vector<std::string> &addresses :
-         {std::vector<std::string>{"::1", "127.0.0.1"}, {"127.0.0.1", "::1"}}) {
+         {std::vector<std::string>{"::1", own}, {own, "::1"}}) {
         Rule rule = Rule::Table({{"both.test", 0, addresses}});
         Expect(rule, url(six), 0);  // nobody listens on IPv4
         Expect(rule, url(four), 0); // IPv6 does not answer
