@@ -2,8 +2,10 @@
 #include "nginx_server.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 #include "bodies.h"
 #include "certificates.h"
@@ -168,9 +170,10 @@ bool NginxServer::Start(uint16_t scripted)
         std::vector<std::string>{"nginx", "-p", directory_.Path(), "-c",
                                  directory_.Path("nginx.conf"), "-e", directory_.Path("error.log")},
         directory_.Path("error.log"));
-    for (const auto port : ports_) {
-        while (process_->Running() && !WaitForPort(port, std::chrono::milliseconds(500))) {
-        }
+    // It writes its id when it listens at every port. That one can be connected to does not tell:
+    // it may be somebody else's, for which nginx waits for seconds before it gives up.
+    while (process_->Running() && ReadFile(directory_.Path("nginx.pid")).empty()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return process_->Running();
 }
