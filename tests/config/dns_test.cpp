@@ -10,6 +10,9 @@
 #include <deque>
 #include <future>
 
+#include <csignal>
+#include <unistd.h>
+
 namespace
 {
 
@@ -231,6 +234,90 @@ TEST_F(DnsTest, BothFamiliesAreRaced)
         Rule rule = Rule::Table({{"both.test", 0, addresses}});
         Expect(rule, url(six), 0);  // nobody listens on IPv4
         Expect(rule, url(four), 0); // IPv6 does not answer
+    }
+}
+
+TEST_F(DnsTest, EveryAddressHasItsTurn)
+{
+    const uint16_t port = Scripted().Port();
+    std::deque<SilentPort> silent;
+    std::vector<std::string> dead = {"127.0.0.200"}; // refuses
+    for (const char *address : {"127.0.0.2", "127.0.0.3"}) {
+        dead.emplace_back(address);
+        silent.emplace_back(address, port);
+    }
+    std::vector<std::string> all = dead;
+    all.insert(all.begin(), "::1"); // refuses too
+    all.emplace_back("127.0.0.1");
+    const int deaf = ListenOn("127.0.0.1", 0, 8); // takes connections and says nothing
+    const struct {
+        std::vector<std::string> addresses;
+        std::string url;
+        uint32_t connectTimeout;
+        uint32_t code;
+        const char *why;
+    } cases[] = {
+        {all, Url("many.test"), 2000, 0, ""},
+        {dead, Url("many.test"), 600, TNX_ERR_TIMEOUT, "127.0.0.2 or 127.0.0.3"},
+        // Who has taken the connection has all the time that is left.
+        {{"127.0.0.1", "127.0.0.200"},
+         "https://many.test:" + std::to_string(PortOf(deaf)),
+         600,
+         TNX_ERR_TIMEOUT,
+         "many.test"},
+    };
+    for (const auto &one : cases) {
+        Rule rule = Rule::Table({{"many.test", 0, one.addresses}});
+        const auto fill = [&rule, &one](Call &call) {
+            call.configuration.dnsRule = rule.Record();
+            call.configuration.transfer.connectTimeout = one.connectTimeout;
+        };
+        Both(fill, one.url, "GET", [&one](const Outcome &outcome) {
+            EXPECT_EQ(outcome.code, one.code);
+            EXPECT_TRUE(one.code == 0 || outcome.Why().find(one.why) != std::string::npos)
+                << outcome.Why();
+        });
+    }
+    close(deaf);
+}
+
+// Neither an answer nor a handshake that takes longer than an address has to take the connection
+// makes a request go to the next: nothing is sent twice.
+TEST_F(DnsTest, WhoHasTakenTheConnectionIsWaitedFor)
+{
+    const std::string dead = "127.0.0.200";
+    Rule rule = Rule::Table(
+        {{"one.tnx.test", 0, {"127.0.0.1", dead}}, {"two.tnx.test", 0, {dead, "127.0.0.1"}}});
+    const auto fill = [&rule](Call &call, uint32_t connectTimeout) {
+        call.configuration.dnsRule = rule.Record();
+        call.configuration.transfer.connectTimeout = connectTimeout;
+    };
+    const auto check = [](const Outcome &outcome) { EXPECT_EQ(outcome.code, 0U) << outcome.Why(); };
+    const auto port = [](Site site) { return std::to_string(Nginx().Port(site)); };
+    for (const std::string &base :
+         {Url("two.tnx.test", ""), "https://two.tnx.test:" + port(Site::TLS) + "/scripted"}) {
+        Scripted().ForgetRequests();
+        const auto briefly = [&fill](Call &call) { fill(call, 800); };
+        Both(briefly, base + "/echo", "GET", check);
+        Both(briefly, base + "/stall?ms=500", "POST", check); // on the kept connections
+        EXPECT_EQ(Scripted().Requests().size(), 4U) << base;
+    }
+    // Of each three one makes the connection and two wait for it.
+    std::deque<Call> calls;
+    for (const Site site : {Site::TLS, Site::TLS_HTTP1}) {
+        for (int i = 0; i < 3; ++i) {
+            fill(calls.emplace_back("https://one.tnx.test:" + port(site) + "/scripted/stall?ms=99"),
+                 2000);
+        }
+    }
+    ASSERT_EQ(kill(Nginx().Id(), SIGSTOP), 0); // the system takes connections all the same
+    for (Call &call : calls) {
+        call.Start(Session());
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    kill(Nginx().Id(), SIGCONT);
+    for (Call &call : calls) {
+        check(call.Wait());
     }
 }
 

@@ -2,8 +2,10 @@
 #include "sockets.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <poll.h>
@@ -17,18 +19,37 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
+union Address {
+    sockaddr any;
+    sockaddr_in v4;
+    sockaddr_in6 v6;
+
+    uint16_t Port() const { return ntohs(any.sa_family == AF_INET6 ? v6.sin6_port : v4.sin_port); }
+};
+
 uint16_t LocalPort(int fd)
 {
-    union {
-        sockaddr any;
-        sockaddr_in v4;
-        sockaddr_in6 v6;
-    } address{};
+    Address address{};
     socklen_t size = sizeof address;
-    if (getsockname(fd, &address.any, &size) != 0) {
-        return 0;
+    return getsockname(fd, &address.any, &size) == 0 ? address.Port() : uint16_t{0};
+}
+
+// A socket of UDP has its peer before that has answered.
+bool HasPeer(int fd, const std::string &host, uint16_t port)
+{
+    Address peer{};
+    int type = 0;
+    in6_addr wanted{};
+    socklen_t size = sizeof peer;
+    socklen_t typeSize = sizeof type;
+    if (getpeername(fd, &peer.any, &size) != 0 || peer.Port() != port ||
+        getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 || type != SOCK_STREAM ||
+        inet_pton(peer.any.sa_family, host.c_str(), &wanted) != 1) {
+        return false;
     }
-    return ntohs(address.any.sa_family == AF_INET6 ? address.v6.sin6_port : address.v4.sin_port);
+    return peer.any.sa_family == AF_INET6
+               ? std::memcmp(&wanted, &peer.v6.sin6_addr, sizeof(in6_addr)) == 0
+               : std::memcmp(&wanted, &peer.v4.sin_addr, sizeof(in_addr)) == 0;
 }
 
 // Null where the connection speaks no TLS.
@@ -88,6 +109,12 @@ bool Sockets::Readable(int localPort)
         pollfd look{.fd = socket.fd, .events = POLLIN, .revents = 0};
         return socket.localPort == localPort && poll(&look, 1, 0) > 0;
     });
+}
+
+bool Sockets::Reach(const std::string &address, uint16_t port) const
+{
+    return std::any_of(sockets_.begin(), sockets_.end(),
+                       [&](const Socket &socket) { return HasPeer(socket.fd, address, port); });
 }
 
 curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)

@@ -4,6 +4,7 @@
 #define TNX_ENGINE_SOCKETS_H
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <curl/curl.h>
@@ -33,6 +34,10 @@ public:
     // Something has arrived at a kept connection of HTTP/1 that nobody has asked for: its end, or a
     // response that would be taken for that of the next request. `easy` has the connection.
     bool Disturbed(CURL *easy, int localPort);
+
+    // A connection to that address stands, be its TLS still under way, or others waiting for it:
+    // libcurl tells of neither.
+    bool Reach(const std::string &address, uint16_t port) const;
 
 private:
     struct Socket {

@@ -54,6 +54,11 @@ void Phases::HopResolved()
     times_.nameLookup = SinceStart(performStart_);
 }
 
+void Phases::HopSentAgain()
+{
+    performStart_ = Clock::now();
+}
+
 void Phases::HopEnded(const HopTimes &times)
 {
     const int64_t offset = SinceStart(performStart_);

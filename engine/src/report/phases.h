@@ -33,6 +33,7 @@ public:
 
     void HopStarted(bool redirected); // a hop leaves for its lookup
     void HopResolved();
+    void HopSentAgain(); // to other addresses
     void HopEnded(const HopTimes &times);
 
     TimePoint Start() const { return start_; }

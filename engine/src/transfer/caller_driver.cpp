@@ -62,8 +62,14 @@ void CallerDriver::RunAside(std::shared_ptr<LongWork> work)
 
 void CallerDriver::Poll()
 {
-    if (!wire_->multi.Perform() && !woken_) {
-        wire_->multi.Wait(MAX_WAIT);
+    if (wire_->multi.Perform() || woken_) {
+        return;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+        wakeAt_.value_or(TimePoint::max()) - Clock::now());
+    wire_->multi.Wait(std::clamp(left, std::chrono::milliseconds(0), MAX_WAIT));
+    if (left <= MAX_WAIT && Clock::now() >= wakeAt_) {
+        woken_ = true;
     }
 }
 

@@ -29,7 +29,7 @@ void Transfer::Advance() noexcept
 {
     try {
         Steps();
-        driver_->WakeAt(LooksUp() ? HopDeadline() : std::nullopt);
+        driver_->WakeAt(WaitLimit());
     } catch (...) {
         driver_->GetOutcome().StopOfThrown();
         End();
@@ -244,6 +244,7 @@ bool Transfer::TakeProxyAddresses()
 
 void Transfer::TakeRoute()
 {
+    route_.attempts = Attempts(route_.PeerAddresses());
     if (!route_.addresses.empty() || !route_.proxyAddresses.empty()) {
         phases_.HopResolved();
     }

@@ -75,6 +75,9 @@ private:
     void TakeRoute();
     void Send();
     bool GoOn();
+    TimeLeft StartAttempt();
+    bool EndAttempt();
+    void TryNextAddresses();
     void EndOfHop(CURLcode code);
     bool Responded(CURLcode code) const;
     void SendAfresh();
@@ -106,6 +109,7 @@ private:
     TimeLeft GetTimeLeft() const;
     std::optional<TimePoint> HopDeadline() const;
     bool LooksUp() const;
+    std::optional<TimePoint> WaitLimit() const;
     std::function<void()> Waker();
 
     const std::shared_ptr<SessionCore> core_;
@@ -125,7 +129,8 @@ private:
     Hop hop_;
     std::string origin_; // of the request
     Route route_;
-    Wire *wire_ = nullptr; // has the hop
+    std::optional<TimePoint> attemptEnd_; // of a connection, where there are other addresses
+    Wire *wire_ = nullptr;                // has the hop
     Admission::Slot slot_;
     std::atomic<Place> place_ = Place::NONE;
     std::atomic<int> exclusion_ = UNKNOWN;

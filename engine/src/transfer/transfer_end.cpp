@@ -51,6 +51,12 @@ std::optional<TimePoint> Transfer::HopDeadline() const
     return deadline;
 }
 
+// Until when the transfer may wait for what it waits for now.
+std::optional<TimePoint> Transfer::WaitLimit() const
+{
+    return LooksUp() ? HopDeadline() : state_ == State::UNDER_WAY ? attemptEnd_ : std::nullopt;
+}
+
 void Transfer::Fail(CURLcode code, std::string why)
 {
     driver_->GetOutcome().Stop(code, std::move(why));

@@ -18,7 +18,7 @@ void Transfer::Send()
                                         .route = route_,
                                         .cookies = receiver_.Cookies(),
                                         .sender = sender_,
-                                        .left = GetTimeLeft(),
+                                        .left = StartAttempt(),
                                         .events = recorder_.Wanted(),
                                         .progress = progress_.Wanted()},
                                        *this);
@@ -30,9 +30,51 @@ void Transfer::Send()
     state_ = State::UNDER_WAY;
 }
 
+// What is left of the time-outs, and of that how much for the present addresses.
+TimeLeft Transfer::StartAttempt()
+{
+    TimeLeft left = GetTimeLeft();
+    attemptEnd_.reset();
+    if (!route_.attempts.Last()) {
+        const TimePoint now = Clock::now();
+        const std::optional<TimePoint> deadline = HopDeadline();
+        const Clock::duration share =
+            route_.attempts.Share(deadline ? std::optional(*deadline - now) : std::nullopt);
+        attemptEnd_ = now + share;
+        left.attempt = std::chrono::ceil<std::chrono::milliseconds>(share);
+    }
+    return left;
+}
+
+// Their time is over. False where one has taken the connection: then there is no hurry.
+bool Transfer::EndAttempt()
+{
+    attemptEnd_.reset();
+    if (wire_->Sent() || wire_->Reached()) {
+        return false;
+    }
+    StopWire();
+    TryNextAddresses();
+    return true;
+}
+
+void Transfer::TryNextAddresses()
+{
+    for (const std::string &address : route_.AddressesNow()) {
+        recorder_.Note("No connection to " + address + ", going on with the next address");
+    }
+    DropWire();
+    route_.attempts.Next();
+    phases_.HopSentAgain();
+    state_ = State::SEND;
+}
+
 // What a wake-up may mean while the hop is under way.
 bool Transfer::GoOn()
 {
+    if (attemptEnd_ && *attemptEnd_ <= Clock::now() && EndAttempt()) {
+        return true;
+    }
     const bool receive = receiver_.Resumable();
     if (receive) {
         receiver_.Resumed();
@@ -120,6 +162,8 @@ void Transfer::EndOfHop(CURLcode code)
     }
     if (wire_->RefusedConnection() && !route_.fresh) {
         SendAfresh();
+    } else if (code == CURLE_COULDNT_CONNECT && !route_.attempts.Last() && !wire_->Sent()) {
+        TryNextAddresses();
     } else if (Responded(code)) {
         TakeResponse();
     } else {

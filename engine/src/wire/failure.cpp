@@ -111,9 +111,8 @@ std::string Wire::Address() const
     curl_easy_getinfo(easy_.get(), CURLINFO_PRIMARY_PORT, &port);
     std::string text = reached != nullptr ? reached : "";
     if (text.empty()) {
-        const bool direct = route_->proxy.Direct();
-        port = direct ? hop_->url->port : route_->proxy.port;
-        for (const std::string &address : direct ? route_->addresses : route_->proxyAddresses) {
+        port = route_->proxy.Direct() ? hop_->url->port : route_->proxy.port;
+        for (const std::string &address : route_->PeerAddresses()) {
             text += (text.empty() ? "" : " or ") + address;
         }
     }

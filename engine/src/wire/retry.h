@@ -34,6 +34,7 @@ public:
         return !refused_;
     }
 
+    bool Sent() const { return sent_; }
     bool Repeated() const { return repeated_; }
 
     bool Refused() const { return refused_; }

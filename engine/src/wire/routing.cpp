@@ -42,12 +42,12 @@ void Routing::Choose(const Hop &hop, const Route &route, const Configuration &co
     Clear();
     const Proxy &proxy = route.proxy;
     if (!route.proxyAddresses.empty()) {
-        AppendTo(resolve_, ResolveLine(proxy.host, proxy.port, route.proxyAddresses));
+        AppendTo(resolve_, ResolveLine(proxy.host, proxy.port, route.AddressesNow()));
     }
     const bool hasKey = hop.url->Secure() && HasKey(configuration.security);
     const bool isLocal = IsLocalName(hop.url->host);
     if (!route.addresses.empty()) {
-        SendTo(route.addresses, hop, configuration);
+        SendTo(route.addresses, hop, configuration, proxy.Direct() ? route.attempts : Attempts());
     } else if (isLocal && proxy.ResolvesHere() && (hasKey || !proxy.Direct())) {
         SendTo(LoopbackAddresses(), hop, configuration);
     } else if (hasKey && proxy.ResolvesHere()) {
@@ -68,7 +68,7 @@ void Routing::Clear() noexcept
 // The client's key takes part in the name because libcurl does not compare it when it looks for a
 // kept connection or TLS session.
 void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop,
-                     const Configuration &configuration)
+                     const Configuration &configuration, const Attempts &attempts)
 {
     Hash hash;
     std::for_each(addresses.begin(), addresses.end(), [&hash](const auto &a) { hash.Add(a); });
@@ -80,7 +80,7 @@ void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop,
     syntheticName_ = std::to_string(hash.Value()) + ".invalid";
     realName_ = hop.url->Name();
     AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url->port));
-    AppendTo(resolve_, ResolveLine(syntheticName_, hop.url->port, addresses));
+    AppendTo(resolve_, ResolveLine(syntheticName_, hop.url->port, attempts.Of(addresses)));
 }
 
 std::string Routing::WithRealName(std::string text) const

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "attempts.h"
 #include "curl/handles.h"
 #include "http/hop.h"
 #include "http/proxy_route.h"
@@ -16,9 +17,17 @@ namespace OHOS::Pelloria::Tnx
 
 // No addresses: the host is one itself, or is resolved elsewhere.
 struct Route {
+    // Whom to connect to: the proxy, if there is one.
+    const std::vector<std::string> &PeerAddresses() const
+    {
+        return proxy.Direct() ? addresses : proxyAddresses;
+    }
+    const std::vector<std::string> &AddressesNow() const { return attempts.Of(PeerAddresses()); }
+
     Proxy proxy;
     std::vector<std::string> addresses;
     std::vector<std::string> proxyAddresses;
+    Attempts attempts;  // at those of the peer
     bool fresh = false; // over no connection that was used before
 };
 
@@ -44,7 +53,7 @@ public:
 
 private:
     void SendTo(const std::vector<std::string> &addresses, const Hop &hop,
-                const Configuration &configuration);
+                const Configuration &configuration, const Attempts &attempts = {});
 
     StringList resolve_;
     StringList connectTo_;

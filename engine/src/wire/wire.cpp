@@ -1,6 +1,7 @@
 // Starts and stops exchanges, and hands on what libcurl tells of them.
 #include "wire.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "curl/tls_options.h"
@@ -148,6 +149,16 @@ bool Wire::MayGoOut(int localPort)
     refusedConnection_ = kept && multi_.GetSockets().Disturbed(easy_.get(), localPort);
     sink_->OnRequest();
     return !refusedConnection_;
+}
+
+bool Wire::Reached() const
+{
+    const uint16_t port = route_->proxy.Direct() ? hop_->url->port : route_->proxy.port;
+    const std::vector<std::string> &addresses = route_->AddressesNow();
+    return retry_.Sent() ||
+           std::any_of(addresses.begin(), addresses.end(), [&](const auto &address) {
+               return multi_.GetSockets().Reach(address, port);
+           });
 }
 
 bool Wire::SpokeHttp2() const

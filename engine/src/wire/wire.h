@@ -30,6 +30,7 @@ namespace OHOS::Pelloria::Tnx
 struct TimeLeft {
     std::chrono::milliseconds connect{0};
     std::chrono::milliseconds transfer{0};
+    std::chrono::milliseconds attempt{0}; // at the present addresses
 };
 
 // A hop to be sent. Outlives its exchange.
@@ -100,6 +101,13 @@ public:
 
     // The kept connection was not clean any more. Nothing was sent on it.
     bool RefusedConnection() const { return refusedConnection_; }
+
+    // The request may be on its way.
+    bool Sent() const { return retry_.Sent(); }
+
+    // One of the present addresses has taken a connection: also that of another transfer, which
+    // this one may be waiting for.
+    bool Reached() const;
 
     bool SpokeHttp2() const;
     HopTimes Times() const;

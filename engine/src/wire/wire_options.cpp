@@ -150,6 +150,10 @@ void Wire::SetTimeouts(const TimeLeft &left)
     // 0 means five minutes to libcurl's connect time-out, not none.
     const long connect = left.connect.count() > 0 ? left.connect.count() : INT_MAX;
     options_.Number(CURLOPT_CONNECTTIMEOUT_MS, std::min<long>(connect, INT_MAX));
+    if (left.attempt.count() > 0) { // the second family has its chance as well
+        options_.Number(CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS,
+                        std::min<long>(left.attempt.count() / 2, 200));
+    }
     options_.Number(CURLOPT_TIMEOUT_MS, std::min<long>(left.transfer.count(), INT_MAX));
 }
 
