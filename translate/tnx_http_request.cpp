@@ -7,6 +7,7 @@
 #include "translate/tnx_http_request_content.h"
 #include "translate/tnx_http_request_fields.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -18,7 +19,7 @@ namespace OHOS::Pelloria::TnxC
 namespace
 {
 
-constexpr const char *CONTENT_TYPE = "content-type";
+constexpr std::string_view CONTENT_TYPE = "content-type";
 
 // Indexed by the kind of content.
 constexpr std::array<const char *, 4> DEFAULT_CONTENT_TYPES = {
@@ -47,20 +48,20 @@ std::string JoinUrl(const Tnx_SessionConfiguration *session, const char *url)
     return joined += url;
 }
 
-std::shared_ptr<Tnx::Headers> MakeHeaders(const Tnx_SessionConfiguration *session,
-                                          const Tnx_Request &request)
+Tnx::Headers MakeHeaders(const Tnx_SessionConfiguration *session, const Tnx_Request &request)
 {
-    auto headers = TnxToCppHeaders(request.headers);
-    if (session != nullptr) {
-        MergeHeaders(*headers, session->headers);
-    }
+    Tnx::Headers headers =
+        TnxToCppHeaders(request.headers, session == nullptr ? nullptr : session->headers);
     // The spelling is compared exactly, and the method does not matter.
     const Tnx_RequestContent *content = request.content;
     if (content != nullptr && content->type < DEFAULT_CONTENT_TYPES.size()) {
-        const auto [field, added] = headers->try_emplace(CONTENT_TYPE);
-        if (added) {
-            field->second.emplace_back(DEFAULT_CONTENT_TYPES[content->type]);
-            field->second.source = Tnx::FieldSource::DEFAULT;
+        const bool given = std::any_of(headers.begin(), headers.end(), [](const auto &field) {
+            return field.first == CONTENT_TYPE;
+        });
+        if (!given) {
+            Tnx::FieldValues values = {DEFAULT_CONTENT_TYPES[content->type]};
+            values.source = Tnx::FieldSource::DEFAULT;
+            headers.emplace_back(CONTENT_TYPE, std::move(values));
         }
     }
     return headers;

@@ -6,19 +6,15 @@
 #include "tnx_c/headers.h"
 #include "tnx_native/headers.h"
 
-#include <memory>
-
 namespace OHOS::Pelloria::TnxC
 {
 
-// Never empty.
-std::shared_ptr<Tnx::Headers> TnxToCppHeaders(const Tnx_Headers *headers);
+// The fields of a request, and of its session each value that its name does not have yet, after the
+// values that it has. Either may be null.
+Tnx::Headers TnxToCppHeaders(const Tnx_Headers *own, const Tnx_Headers *ofSession);
 
 // Adds the cookies whose names are not there yet.
 void TnxToCppRequestCookies(const Tnx_RequestCookies *cookies, Tnx::RequestCookies &out);
-
-// Adds each value of the session that its name does not have yet, after the values that it has.
-void MergeHeaders(Tnx::Headers &out, const Tnx_Headers *ofSession);
 
 } // namespace OHOS::Pelloria::TnxC
 

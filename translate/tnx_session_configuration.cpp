@@ -42,7 +42,7 @@ TnxToCppSessionConfiguration(const Tnx_SessionConfiguration *configuration)
     if (configuration == nullptr) {
         return out;
     }
-    out->headers = TnxToCppHeaders(configuration->headers);
+    out->headers = TnxToCppHeaders(configuration->headers, nullptr);
     Tnx::RequestCookies cookies;
     TnxToCppRequestCookies(configuration->cookies, cookies);
     if (!cookies.empty()) {

@@ -37,7 +37,7 @@ Lines Build(const Sent &sent)
 {
     Request request("1", "http://a.org/");
     request.SetMethod("POST");
-    request.SetHeaders(std::make_shared<Headers>(sent.headers));
+    request.SetHeaders(sent.headers);
     request.SetRequestCookies(sent.cookies);
     Hop hop;
     hop.method = sent.method;
@@ -175,8 +175,8 @@ TEST(HeaderListTest, SourcesDecideAmongSpellings)
         };
         for (auto [headers, lines] : cases) {
             lines.emplace_back("Expect:");
-            for (size_t buckets = 3; buckets < 40; buckets += 3) {
-                headers.rehash(buckets); // another order
+            for (size_t i = 0; i < headers.size(); ++i) {
+                std::rotate(headers.begin(), headers.begin() + 1, headers.end());
                 EXPECT_EQ(Build({.headers = headers}), lines);
             }
         }
@@ -210,7 +210,7 @@ TEST(HeaderListTest, FindsWhatMustNotBeSent)
     for (const auto &[method, name, value, good] : cases) {
         Request request("1", "http://a.org/");
         request.SetMethod(method);
-        request.SetHeaders(std::make_shared<Headers>(Headers{{name, {value}}}));
+        request.SetHeaders({{name, {value}}});
         EXPECT_EQ(FindBadField(request).empty(), good) << method << " " << name << ": " << value;
         Request cookie("1", "http://a.org/");
         cookie.SetRequestCookies({{"a", value}});
@@ -255,8 +255,7 @@ TEST(HeaderListTest, LeavesTheFramingToTheEngine)
     };
     for (const auto &[content, name, values, good] : cases) {
         Request request("1", "http://a.org/");
-        request.SetHeaders(
-            std::make_shared<Headers>(Headers{{name, FieldValues(values.begin(), values.end())}}));
+        request.SetHeaders({{name, FieldValues(values.begin(), values.end())}});
         if (content != nullptr) {
             request.SetContent(std::make_shared<RequestContent>(*content));
         }

@@ -204,7 +204,7 @@ TEST(SessionConfigurationTest, FieldsCallbacksAndRequestDefaults)
     OVX_Tnx_SetHeaderValue(headers.get(), "accept", "a");
     OVX_Tnx_SetRequestCookieValue(cookies.get(), "k", "1");
     const auto session = TnxToCppSessionConfiguration(&record);
-    EXPECT_EQ(*session->headers, (Tnx::Headers{{"accept", {"a"}}}));
+    EXPECT_EQ(session->headers, (Tnx::Headers{{"accept", {"a"}}}));
     EXPECT_EQ(session->cookies, (Tnx::RequestCookies{{"k", "1"}}));
     EXPECT_EQ(session->configuration.connectTimeout, 5U);
     session->onSessionCanceled();

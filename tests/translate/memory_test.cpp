@@ -89,9 +89,9 @@ TEST(TranslateMemoryTest, RequestsAreTranslatedWholeOrNotAtAll)
             try {
                 const auto request = TnxToCppRequest(&everything.session, everything.request.get());
                 const auto session = TnxToCppSessionConfiguration(&everything.session);
-                complete = request->GetHeaders()->size() == 4 &&
+                complete = request->GetHeaders().size() == 4 &&
                            request->GetRequestCookies().size() == 3 &&
-                           request->GetContent() != nullptr && session->headers->size() == 3;
+                           request->GetContent() != nullptr && session->headers.size() == 3;
             } catch (const std::bad_alloc &) {
                 threw = true;
             }

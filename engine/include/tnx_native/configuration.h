@@ -76,7 +76,7 @@ struct Configuration {
 
 struct SessionConfiguration {
     Configuration configuration;
-    std::shared_ptr<Headers> headers;
+    Headers headers;
     std::optional<RequestCookies> cookies;
     std::function<void()> onSessionCanceled;
     std::function<void()> onSessionClosed;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace OHOS::Pelloria::Tnx
@@ -22,8 +23,8 @@ struct FieldValues : std::vector<std::string> {
     FieldSource source = FieldSource::REQUEST;
 };
 
-// From a field name to its values.
-using Headers = std::unordered_map<std::string, FieldValues>;
+// The fields of a request, each spelling of a name once.
+using Headers = std::vector<std::pair<std::string, FieldValues>>;
 
 // From a cookie name to its value.
 using RequestCookies = std::unordered_map<std::string, std::string>;

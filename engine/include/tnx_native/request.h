@@ -26,8 +26,8 @@ public:
     }
 
     void SetMethod(const std::string &method) { method_ = method; }
-    void SetHeaders(const std::shared_ptr<Headers> &headers) { headers_ = headers; }
-    void SetRequestCookies(const RequestCookies &cookies) { cookies_ = cookies; }
+    void SetHeaders(Headers headers) { headers_ = std::move(headers); }
+    void SetRequestCookies(RequestCookies cookies) { cookies_ = std::move(cookies); }
     void SetContent(const std::shared_ptr<RequestContent> &content) { content_ = content; }
     void SetTransferRange(const TransferRange &range) { range_ = range; }
     void SetConfiguration(Configuration configuration)
@@ -45,7 +45,7 @@ public:
     const std::string &GetId() const { return id_; }
     const std::string &GetUrl() const { return url_; }
     const std::string &GetMethod() const { return method_; }
-    const std::shared_ptr<Headers> &GetHeaders() const { return headers_; }
+    const Headers &GetHeaders() const { return headers_; }
     const RequestCookies &GetRequestCookies() const { return cookies_; }
     const std::shared_ptr<RequestContent> &GetContent() const { return content_; }
     const TransferRange &GetTransferRange() const { return range_; }
@@ -57,7 +57,7 @@ private:
     const std::string id_;
     const std::string url_;
     std::string method_ = "GET";
-    std::shared_ptr<Headers> headers_;
+    Headers headers_;
     RequestCookies cookies_;
     std::shared_ptr<RequestContent> content_;
     TransferRange range_;

@@ -72,17 +72,15 @@ std::string FindBadField(const Request &request)
     if (!IsToken(request.GetMethod())) {
         return "the method is not a token";
     }
-    if (request.GetHeaders() != nullptr) {
-        for (const auto &[name, values] : *request.GetHeaders()) {
-            if (!IsToken(name)) {
-                return "a header name is not a token";
-            }
-            if (!std::all_of(values.begin(), values.end(), IsSafeValue)) {
-                return "the value of the header " + name + " holds CR, LF or NUL";
-            }
-            if (std::string bad = FindBadFraming(request, name, values); !bad.empty()) {
-                return bad;
-            }
+    for (const auto &[name, values] : request.GetHeaders()) {
+        if (!IsToken(name)) {
+            return "a header name is not a token";
+        }
+        if (!std::all_of(values.begin(), values.end(), IsSafeValue)) {
+            return "the value of the header " + name + " holds CR, LF or NUL";
+        }
+        if (std::string bad = FindBadFraming(request, name, values); !bad.empty()) {
+            return bad;
         }
     }
     for (const auto &[name, value] : request.GetRequestCookies()) {

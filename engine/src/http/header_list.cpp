@@ -92,7 +92,7 @@ struct Field {
     const FieldValues *values;
 
     // Orders fields as they are sent, the winner first where a name may stand once. One source may
-    // have several spellings: neither they nor the order of a hash table decide, the values do.
+    // have several spellings: neither they nor the order that they came in decide, the values do.
     bool operator<(const Field &other) const
     {
         return std::tie(lower, values->source, *values, name) <
@@ -140,10 +140,8 @@ public:
 private:
     void CollectFields()
     {
-        if (request_.GetHeaders() == nullptr) {
-            return;
-        }
-        for (const auto &[name, values] : *request_.GetHeaders()) {
+        fields_.reserve(request_.GetHeaders().size());
+        for (const auto &[name, values] : request_.GetHeaders()) {
             if (!values.empty()) {
                 fields_.push_back({Lower(name), name, &values});
             }
@@ -185,7 +183,10 @@ private:
         contentType_ = contentType_ || lower == "content-type";
         for (const std::string &value : *field.values) {
             // A name with an empty value is written with a semicolon, else libcurl drops it.
-            Append(std::string(field.name) + (value.empty() ? ";" : ": ") + value);
+            line_ = field.name;
+            line_ += value.empty() ? ";" : ": ";
+            line_ += value;
+            Append(line_);
             if (Contains(SINGLE, lower)) {
                 break;
             }
@@ -236,6 +237,7 @@ private:
     const Hop &hop_;
     const HopCookies &cookies_;
     std::vector<Field> fields_;
+    std::string line_;
     std::string ownCookies_;
     bool userAgent_ = false;
     bool expect_ = false;
