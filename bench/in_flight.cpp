@@ -22,8 +22,7 @@ int main(int, char **argv)
     Compare({.title = "10,000 in flight", .count = COUNT, .rounds = 3, .memory = true, .aim = 1.2},
             {{"libcurl",
               [&]() -> Run {
-                  auto client = std::make_shared<CurlParallel>(
-                      CurlOptions{.url = url, .buffer = 16384}, COUNT);
+                  auto client = std::make_shared<CurlParallel>(CurlOptions{.url = url}, COUNT);
                   return [client](uint64_t count) { client->Run(count); };
               }},
              {"libtnx", [&]() -> Run {
