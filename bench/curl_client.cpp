@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "harness.h"
+#include "lines.h"
 
 namespace TnxBench
 {
@@ -47,20 +48,18 @@ int KeepHead(CURL *, curl_infotype type, char *data, size_t size, void *head)
     return 0;
 }
 
-// The lines that the library adds, in its order.
 curl_slist *Lines(bool body)
 {
-    const auto make = [](std::initializer_list<const char *> lines) {
-        curl_slist *list = nullptr;
-        for (const char *line : lines) {
-            list = curl_slist_append(list, line);
-        }
-        return list;
+    curl_slist *list = nullptr;
+    const auto add = [&list](const std::string &line) {
+        list = curl_slist_append(list, line.c_str());
     };
-    static curl_slist *const get = make({"User-Agent: libtnx/1.0"});
-    static curl_slist *const post =
-        make({"content-type: text/plain", "User-Agent: libtnx/1.0", "Expect:"});
-    return body ? post : get;
+    if (body) {
+        add(std::string("content-type: ") + CONTENT_TYPE);
+        add("Expect:");
+    }
+    add(std::string("User-Agent: ") + USER_AGENT);
+    return list;
 }
 
 void SetTls(CURL *easy, const std::string &ca)
@@ -89,8 +88,10 @@ CurlEasy MakeHandle(const CurlOptions &options)
     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Ready);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, Drop);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Drop);
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, Lines(!options.body.empty()));
-    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, br, zstd");
+    static curl_slist *const linesOfGet = Lines(false);
+    static curl_slist *const linesOfPost = Lines(true);
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, options.body.empty() ? linesOfGet : linesOfPost);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ACCEPT_ENCODING);
     curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, options.body.empty() ? "GET" : "POST");
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);

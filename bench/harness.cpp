@@ -89,6 +89,18 @@ double MedianOf(const std::vector<Sample> &samples, double Sample::*member)
     return Median(std::move(values));
 }
 
+// Round by round, so that both sides met the same machine.
+double RatioOf(const Workload &workload, const std::vector<Sample> &first,
+               const std::vector<Sample> &other)
+{
+    const auto member = workload.memory ? &Sample::grownKib : &Sample::cpuSeconds;
+    std::vector<double> ratios;
+    for (size_t round = 0; round < first.size(); ++round) {
+        ratios.push_back(other[round].*member / first[round].*member);
+    }
+    return Median(std::move(ratios));
+}
+
 void PrintTable(const Workload &workload, const std::vector<Contestant> &contestants,
                 const std::vector<std::vector<Sample>> &samples)
 {
@@ -107,15 +119,23 @@ void PrintTable(const Workload &workload, const std::vector<Contestant> &contest
         }
         std::printf("\n");
     }
-    if (workload.aim == 0) {
-        return;
+    if (workload.aim != 0) {
+        std::printf("  ratio %.2f (aim %.2f)\n", RatioOf(workload, samples.front(), samples.back()),
+                    workload.aim);
     }
-    std::vector<double> ratios;
-    for (size_t round = 0; round < samples.front().size(); ++round) {
-        const auto member = workload.memory ? &Sample::grownKib : &Sample::cpuSeconds;
-        ratios.push_back(samples.back()[round].*member / samples.front()[round].*member);
+}
+
+std::vector<std::vector<Sample>> Play(const Workload &workload,
+                                      const std::vector<Contestant> &contestants)
+{
+    std::fflush(stdout);
+    std::vector<std::vector<Sample>> samples(contestants.size());
+    for (int round = 0; round < workload.rounds; ++round) {
+        for (size_t i = 0; i < contestants.size(); ++i) {
+            samples[i].push_back(MeasureInChild(workload, contestants[i]));
+        }
     }
-    std::printf("  ratio %.2f (aim %.2f)\n", Median(std::move(ratios)), workload.aim);
+    return samples;
 }
 
 // A figure of /proc/self/status, in KiB.
@@ -134,14 +154,18 @@ uint64_t StatusKib(const std::string &name)
 
 void Compare(const Workload &workload, const std::vector<Contestant> &contestants)
 {
-    std::fflush(stdout);
-    std::vector<std::vector<Sample>> samples(contestants.size());
-    for (int round = 0; round < workload.rounds; ++round) {
-        for (size_t i = 0; i < contestants.size(); ++i) {
-            samples[i].push_back(MeasureInChild(workload, contestants[i]));
-        }
+    PrintTable(workload, contestants, Play(workload, contestants));
+}
+
+void CompareRatios(const Workload &workload, const std::vector<Contestant> &contestants)
+{
+    const std::vector<std::vector<Sample>> samples = Play(workload, contestants);
+    std::printf("\n%s, CPU to that of %s\n", workload.title.c_str(),
+                contestants.front().name.c_str());
+    for (size_t i = 1; i < contestants.size(); ++i) {
+        std::printf("  %-12s %6.2f\n", contestants[i].name.c_str(),
+                    RatioOf(workload, samples.front(), samples[i]));
     }
-    PrintTable(workload, contestants, samples);
 }
 
 void Fail(const std::string &what)

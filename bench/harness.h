@@ -31,6 +31,9 @@ struct Workload {
 // Runs and prints a table.
 void Compare(const Workload &workload, const std::vector<Contestant> &contestants);
 
+// Runs and prints the ratios to the first contestant alone.
+void CompareRatios(const Workload &workload, const std::vector<Contestant> &contestants);
+
 // Ends the process because a request failed.
 [[noreturn]] void Fail(const std::string &what);
 
