@@ -155,10 +155,9 @@ bool Wire::Reached() const
 {
     const uint16_t port = route_->proxy.Direct() ? hop_->url->port : route_->proxy.port;
     const std::vector<std::string> &addresses = route_->AddressesNow();
-    return retry_.Sent() ||
-           std::any_of(addresses.begin(), addresses.end(), [&](const auto &address) {
-               return multi_.GetSockets().Reach(address, port);
-           });
+    return std::any_of(addresses.begin(), addresses.end(), [&](const auto &address) {
+        return multi_.GetSockets().Reach(address, port);
+    });
 }
 
 bool Wire::SpokeHttp2() const
