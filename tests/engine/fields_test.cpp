@@ -51,9 +51,10 @@ Lines Build(const Sent &sent)
         cookie.value = "hop";
         cookies.Store(cookie, *hop.url);
     }
-    const HeaderList list = BuildHeaderList(request, hop, cookies);
+    HeaderList list;
+    BuildHeaderList(request, hop, cookies, list);
     Lines lines;
-    for (const curl_slist *line = list.lines.get(); line != nullptr; line = line->next) {
+    for (const curl_slist *line = list.lines.Get(); line != nullptr; line = line->next) {
         lines.emplace_back(line->data);
     }
     if (!list.ownEncoding) {
@@ -144,8 +145,9 @@ TEST(HeaderListTest, CookiesOfHopsMakeNoFieldLongerThanServersTake)
         cookie.value.assign(*name == 'c' ? 4000 : 3000, 'h');
         cookies.Store(cookie, *hop.url);
     }
-    const HeaderList list = BuildHeaderList(request, hop, cookies);
-    const std::string line = list.lines->next->data; // behind the codings
+    HeaderList list;
+    BuildHeaderList(request, hop, cookies, list);
+    const std::string line = list.lines.Get()->next->data; // behind the codings
     EXPECT_LT(line.size(), 8200U);
     EXPECT_NE(line.find("; b="), std::string::npos);
     EXPECT_EQ(line.find("; c="), std::string::npos) << "does not fit";

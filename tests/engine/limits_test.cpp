@@ -20,6 +20,11 @@ struct Waiting final : Candidate {
     int admitted = 0;
 };
 
+std::shared_ptr<const std::string> Name(std::string text)
+{
+    return std::make_shared<const std::string>(std::move(text));
+}
+
 class AdmissionTest : public testing::Test
 {
 protected:
@@ -32,9 +37,9 @@ protected:
     }
 
     Admission admission_{2, 3};
-    const Admission::Slot a_{.host = "a"};
-    const Admission::Slot b_{.host = "b"};
-    const Admission::Slot alone_{.host = "a", .exclusive = true};
+    const Admission::Slot a_{.host = Name("a")};
+    const Admission::Slot b_{.host = Name("b")};
+    const Admission::Slot alone_{.host = Name("a"), .exclusive = true};
 };
 
 TEST_F(AdmissionTest, KeepsBothLimitsAndTheOrder)
@@ -95,7 +100,7 @@ TEST_F(AdmissionTest, StreamsShareConnectionsButExclusiveOnesDoNot)
     const auto stream101 = Enter(a_);     // would need a third
     EXPECT_FALSE(stream101->admitted);
     EXPECT_TRUE(Enter(b_)->admitted);
-    const auto total = Enter({.host = "c"});
+    const auto total = Enter({.host = Name("c")});
     EXPECT_FALSE(total->admitted);
     admission_.Leave(alone_);
     EXPECT_EQ(stream101->admitted + total->admitted, 1);
@@ -110,7 +115,7 @@ TEST_F(AdmissionTest, ForgettingIdleHostsKeepsTheBusyOnes)
     ASSERT_FALSE(many.Enter(b_, waiting));
     many.Leave(a_);
     for (int i = 0; i < 5000; ++i) { // the total is b's: nobody else gets in
-        ASSERT_FALSE(many.Enter({.host = std::to_string(i)}, std::make_shared<Waiting>()));
+        ASSERT_FALSE(many.Enter({.host = Name(std::to_string(i))}, std::make_shared<Waiting>()));
     }
     EXPECT_EQ(waiting->admitted, 1);
     many.Leave(b_); // nobody of the five thousand is there any more
@@ -123,7 +128,7 @@ TEST_F(AdmissionTest, OneWhoCannotWaitForWantOfMemoryLeavesNothing)
     Admission one(1, 1);
     const auto busy = std::make_shared<Waiting>();
     ASSERT_TRUE(one.Enter(a_, busy));
-    const Admission::Slot longName{.host = std::string(100, 'b')};
+    const Admission::Slot longName{.host = Name(std::string(100, 'b'))};
     int failures = 0;
     for (bool failed = true; failed; ++failures) {
         const FailingMemory::Failure failure(failures + 1, FailingMemory::Kind::TRANSIENT);
@@ -135,7 +140,7 @@ TEST_F(AdmissionTest, OneWhoCannotWaitForWantOfMemoryLeavesNothing)
     }
     EXPECT_GT(failures, 4);
     for (int i = 0; i < 5000; ++i) {
-        ASSERT_FALSE(one.Enter({.host = std::to_string(i)}, std::make_shared<Waiting>()));
+        ASSERT_FALSE(one.Enter({.host = Name(std::to_string(i))}, std::make_shared<Waiting>()));
     }
     one.Leave(a_);
     EXPECT_TRUE(one.Enter(a_, busy));

@@ -154,7 +154,7 @@ TEST_F(FetchTest, SynchronousFetchPassesCodeAndResponseOn)
     uint32_t code = 7;
     EXPECT_EQ(OVX_Tnx_FetchSync(session_, request_.get(), &code), nullptr);
     EXPECT_EQ(code, 0U);
-    engine_->syncResponse = MakeResponse(nullptr, "body");
+    engine_->syncResponse = MakeResponse(std::make_shared<Tnx::Request>("0", "http://one"), "body");
     engine_->syncCode = 1007900028;
     Tnx_Response *response = OVX_Tnx_FetchSync(session_, request_.get(), &code);
     ASSERT_NE(response, nullptr);

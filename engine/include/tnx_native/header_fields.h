@@ -53,9 +53,8 @@ public:
     {
         const size_t start = text_.size();
         (text_ += name) += '\0';
-        for (size_t i = start; i < text_.size(); ++i) {
-            const char c = text_[i];
-            text_[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        for (char *c = text_.data() + start; *c != '\0'; ++c) {
+            *c = *c >= 'A' && *c <= 'Z' ? static_cast<char>(*c - 'A' + 'a') : *c;
         }
         (text_ += value) += '\0';
         places_.push_back({static_cast<uint32_t>(start), static_cast<uint32_t>(name.size()),

@@ -45,7 +45,10 @@ public:
     }
 
     const std::shared_ptr<Request> &GetRequest() const { return request_; }
-    const std::string &GetEffectiveUrl() const { return effectiveUrl_; }
+    const std::string &GetEffectiveUrl() const
+    {
+        return effectiveUrl_.empty() ? request_->GetUrl() : effectiveUrl_;
+    }
     int32_t GetStatusCode() const { return statusCode_; }
     const HeaderFields &GetHeaders() const { return headers_; }
     const std::string &GetBody() const { return body_; }
@@ -55,7 +58,7 @@ public:
 
     void SetEffectiveUrl(std::string url) { effectiveUrl_ = std::move(url); }
     void SetStatusCode(int32_t code) { statusCode_ = code; }
-    void SetHeaders(const HeaderFields &headers) { headers_ = headers; }
+    void SetHeaders(HeaderFields headers) noexcept { headers_ = std::move(headers); }
     void SetTimeInfo(const TimeInfo &times) { timeInfo_ = times; }
     std::string &MutableBody() { return body_; }
     std::vector<DebugInfo> &MutableDebugInfo() { return debugInfo_; }
@@ -63,7 +66,7 @@ public:
 
 private:
     std::shared_ptr<Request> request_;
-    std::string effectiveUrl_;
+    std::string effectiveUrl_; // after a redirect
     int32_t statusCode_ = 0;
     HeaderFields headers_;
     std::string body_;

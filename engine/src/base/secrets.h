@@ -3,14 +3,24 @@
 #ifndef TNX_ENGINE_SECRETS_H
 #define TNX_ENGINE_SECRETS_H
 
+#include <atomic>
+
 namespace OHOS::Pelloria::Tnx
 {
 
+inline std::atomic<bool> g_secretSeen = false;
+
 // A secret is about to be copied to where it cannot be followed. From any thread.
-void SecretSeen() noexcept;
+inline void SecretSeen() noexcept
+{
+    g_secretSeen.store(true, std::memory_order_relaxed);
+}
 
 // Whether that has ever happened.
-bool SecretsAbout() noexcept;
+inline bool SecretsAbout() noexcept
+{
+    return g_secretSeen.load(std::memory_order_relaxed);
+}
 
 } // namespace OHOS::Pelloria::Tnx
 

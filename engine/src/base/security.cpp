@@ -1,7 +1,6 @@
 // Secrets that do not outlive their use.
 #include "tnx_native/security.h"
 
-#include <atomic>
 #include <utility>
 
 #include "secrets.h"
@@ -12,8 +11,6 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
-std::atomic<bool> g_secretSeen = false;
-
 // The whole buffer: a longer text may have stood in it before.
 void WipeText(std::string &text) noexcept
 {
@@ -23,16 +20,6 @@ void WipeText(std::string &text) noexcept
 }
 
 } // namespace
-
-void SecretSeen() noexcept
-{
-    g_secretSeen.store(true, std::memory_order_relaxed);
-}
-
-bool SecretsAbout() noexcept
-{
-    return g_secretSeen.load(std::memory_order_relaxed);
-}
 
 SecretString::SecretString(SecretString &&other) noexcept
 {

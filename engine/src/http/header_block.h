@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "tnx_native/header_fields.h"
 
@@ -35,6 +36,9 @@ public:
     bool Old() const { return old_; }
 
     const HeaderFields &Fields() const { return fields_; }
+
+    // Leaves none.
+    HeaderFields TakeFields() noexcept { return std::move(fields_); }
 
 private:
     void Start(std::string_view line);

@@ -103,15 +103,18 @@ struct Field {
 class ListBuilder
 {
 public:
-    ListBuilder(const Request &request, const Hop &hop, const HopCookies &cookies)
+    ListBuilder(const Request &request, const Hop &hop, const HopCookies &cookies, HeaderList &list)
         : request_(request)
         , hop_(hop)
         , cookies_(cookies)
+        , list_(list)
     {
     }
 
-    HeaderList Build()
+    void Build()
     {
+        list_.lines.Clear();
+        list_.contentLength.reset();
         CollectFields();
         list_.ranges = JoinRanges(request_.GetTransferRange());
         list_.ownEncoding = !list_.ranges.empty() ||
@@ -119,22 +122,21 @@ public:
                                 return field.lower == "accept-encoding";
                             });
         if (!list_.ownEncoding) {
-            Append(ACCEPT_ENCODING);
+            list_.lines.Add({ACCEPT_ENCODING});
         }
         for (const Field &field : fields_) {
             AddField(field);
         }
         AddCookies();
         if (!userAgent_) {
-            Append(USER_AGENT);
+            list_.lines.Add({USER_AGENT});
         }
         if (!expect_) {
-            Append("Expect:");
+            list_.lines.Add({"Expect:"});
         }
         if (!hop_.body && !contentType_) {
-            Append("Content-Type:"); // else libcurl calls an empty body a form
+            list_.lines.Add({"Content-Type:"}); // else libcurl calls an empty body a form
         }
-        return std::move(list_);
     }
 
 private:
@@ -183,10 +185,7 @@ private:
         contentType_ = contentType_ || lower == "content-type";
         for (const std::string &value : *field.values) {
             // A name with an empty value is written with a semicolon, else libcurl drops it.
-            line_ = field.name;
-            line_ += value.empty() ? ";" : ": ";
-            line_ += value;
-            Append(line_);
+            list_.lines.Add({field.name, value.empty() ? ";" : ": ", value});
             if (Contains(SINGLE, lower)) {
                 break;
             }
@@ -227,29 +226,27 @@ private:
         }
         if (!line.empty()) {
             SecretSeen();
-            Append("Cookie: " + line);
+            list_.lines.Add({"Cookie: ", line});
         }
     }
-
-    void Append(const std::string &line) { AppendTo(list_.lines, line); }
 
     const Request &request_;
     const Hop &hop_;
     const HopCookies &cookies_;
     std::vector<Field> fields_;
-    std::string line_;
     std::string ownCookies_;
     bool userAgent_ = false;
     bool expect_ = false;
     bool contentType_ = false;
-    HeaderList list_;
+    HeaderList &list_;
 };
 
 } // namespace
 
-HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies)
+void BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies,
+                     HeaderList &list)
 {
-    return ListBuilder(request, hop, cookies).Build();
+    ListBuilder(request, hop, cookies, list).Build();
 }
 
 } // namespace OHOS::Pelloria::Tnx

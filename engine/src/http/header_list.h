@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "curl/handles.h"
+#include "curl/line_list.h"
 #include "hop.h"
 #include "hop_cookies.h"
 #include "tnx_native/request.h"
@@ -16,13 +16,14 @@ namespace OHOS::Pelloria::Tnx
 
 // The fields to send, and what the options of libcurl take over.
 struct HeaderList {
-    StringList lines;
+    LineList lines;
     std::optional<uint64_t> contentLength; // the application's own
     bool ownEncoding = false;              // it decodes, or wants the bytes as they come
     std::string ranges;                    // the bytes that are asked for, empty for all
 };
 
-HeaderList BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies);
+void BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies,
+                     HeaderList &list);
 
 } // namespace OHOS::Pelloria::Tnx
 

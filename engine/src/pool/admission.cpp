@@ -33,14 +33,14 @@ bool Admission::Enter(const Slot &slot, const std::shared_ptr<Candidate> &candid
     if (hosts_.size() >= forgetAt_) {
         ForgetIdleHosts();
     }
-    Host &host = hosts_[slot.host];
+    Host &host = hosts_[*slot.host];
     if (host.waiters.empty() && Take(host, slot.exclusive)) {
         return true;
     }
     // Both or none: a turn for a host that nobody waits for would outlive it.
     std::list<std::string> turn;
     if (host.waiters.empty()) {
-        turn.push_back(slot.host);
+        turn.push_back(*slot.host);
     }
     host.waiters.push_back({candidate, slot.exclusive});
     contended_.splice(contended_.end(), turn);
@@ -51,7 +51,7 @@ void Admission::Leave(const Slot &slot) noexcept
 {
     {
         MutexLock lock(mutex_);
-        Host &host = hosts_.find(slot.host)->second;
+        Host &host = hosts_.find(*slot.host)->second;
         const uint64_t before = host.Connections();
         --(slot.exclusive ? host.exclusive : host.shared);
         connections_ -= before - host.Connections();

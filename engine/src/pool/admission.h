@@ -37,7 +37,7 @@ public:
 
     // A place on a connection to one host. `exclusive` ones share their connection with nobody.
     struct Slot {
-        std::string host;
+        std::shared_ptr<const std::string> host;
         bool exclusive = false;
     };
 

@@ -56,11 +56,19 @@ void Receiver::StartHop(const Hop &hop, bool mayRepeat)
 void Receiver::StartResponse()
 {
     if (!block_.Untouched()) {
+        HandOverFields();
         block_ = HeaderBlock();
     }
     framing_ = {};
     redirected_ = false;
     skipped_ = 0;
+}
+
+void Receiver::HandOverFields() noexcept
+{
+    if (block_.Final()) {
+        response_.SetHeaders(block_.TakeFields());
+    }
 }
 
 bool Receiver::OnHeaderLine(std::string_view line)
@@ -84,7 +92,6 @@ bool Receiver::EndOfBlock()
     }
     if (block_.Final()) {
         response_.SetStatusCode(block_.Status());
-        response_.SetHeaders(block_.Fields());
     }
     framing_ = ReadFraming(block_);
     if (framing_.problem != nullptr) {
@@ -137,9 +144,8 @@ void Receiver::TellHeaders()
 {
     const auto &tell = configuration_.tracing.eventsHandler.onHeadersReceive;
     if (!headersTold_ && tell) {
-        delivery_.Deliver([this, &tell, headers = response_.GetHeaders()] {
-            delivery_.Call([&] { tell(headers); });
-        });
+        delivery_.Deliver(
+            [this, &tell, headers = block_.Fields()] { delivery_.Call([&] { tell(headers); }); });
     }
     headersTold_ = true;
 }

@@ -65,6 +65,9 @@ public:
     // The application has had everything, or wants no more.
     bool Drained() const { return !pipe_ || pipe_->Drained(); }
 
+    // When nothing more comes: gives the response the header section that it was left with.
+    void HandOverFields() noexcept;
+
     // The body, when nothing more comes.
     KeptBody &Body() { return body_; }
 

@@ -22,7 +22,6 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , lookup_(core_->GetRuntime().Names(), recorder_, *driver_)
 {
     driver_->Attach(*this);
-    response_->SetEffectiveUrl(request_->GetUrl());
 }
 
 void Transfer::Advance() noexcept
@@ -108,13 +107,14 @@ void Transfer::Start()
         Fail(code, "The URL is not valid, " + hop_.url->problem + ": " + request_->GetUrl());
         return;
     }
-    origin_ = hop_.url->origin;
+    first_ = hop_.url;
     EnterQueue();
 }
 
 void Transfer::EnterQueue()
 {
-    slot_ = {.host = hop_.url->origin, .exclusive = driver_->Exclusive()};
+    slot_ = {.host = std::shared_ptr<const std::string>(hop_.url, &hop_.url->origin),
+             .exclusive = driver_->Exclusive()};
     place_ = Place::WAITING;
     state_ = State::ADMISSION;
     if (!driver_->NeedsSlot()) {

@@ -127,7 +127,7 @@ private:
 
     State state_ = State::START;
     Hop hop_;
-    std::string origin_; // of the request
+    std::shared_ptr<const Url> first_; // of the request
     Route route_;
     std::optional<TimePoint> attemptEnd_; // of a connection, where there are other addresses
     Wire *wire_ = nullptr;                // has the hop

@@ -138,6 +138,7 @@ void Transfer::Finish(uint32_t code) noexcept
         driver_->Complete(nullptr, ERR_REQUEST_CANCELED);
         return;
     }
+    receiver_.HandOverFields();
     try {
         TellEnd(code);
     } catch (...) {

@@ -97,7 +97,9 @@ bool Transfer::OnHeaderLine(std::string_view line) noexcept
 {
     return driver_->Guarded(
         [&] {
-            recorder_.SeeHeaderLine(line);
+            if (recorder_.Wanted()) {
+                recorder_.SeeHeaderLine(line);
+            }
             const bool goOn = receiver_.OnHeaderLine(line);
             if (receiver_.Ambiguous()) {
                 wire_->CloseAfterwards();
@@ -199,7 +201,7 @@ void Transfer::TakeResponse()
 {
     const bool http2 = wire_->SpokeHttp2();
     if (http2 && hop_.url->Secure() && !driver_->Exclusive()) {
-        core_->GetAdmission().SharesConnections(slot_.host);
+        core_->GetAdmission().SharesConnections(*slot_.host);
     }
     const bool toldHttp2 =
         configuration_.transferHint && configuration_.transferPreference == PREFER_HTTP2;
@@ -241,7 +243,7 @@ void Transfer::Redirect(const std::string &reference)
     next.body = hop_.body && next.method == hop_.method;
     next.redirects = hop_.redirects + 1;
     // Where another origin chose the path, it may not have the request's credentials sent there.
-    next.sameOrigin = hop_.sameOrigin && next.url->origin == origin_;
+    next.sameOrigin = hop_.sameOrigin && next.url->origin == first_->origin;
     if (next.body && !sender_.CanReplay()) {
         Fail(CURLE_SEND_FAIL_REWIND, "The redirect needs the body again, which is gone");
         return;

@@ -33,7 +33,7 @@ CURLcode Wire::Start(const Order &order, WireSink &sink)
     protocolRefused_ = false;
     failedAllocations_ = FailedAllocations();
 
-    headers_ = BuildHeaderList(*request_, *hop_, order.cookies);
+    BuildHeaderList(*request_, *hop_, order.cookies, headers_);
     routing_.Choose(*hop_, *route_, request_->GetConfiguration());
     if (const CURLcode code = SetOptions(order); code != CURLE_OK) {
         return code;
@@ -55,7 +55,7 @@ void Wire::SetTables()
         curl_easy_setopt(easy, CURLOPT_CURLU, hop_->url->handle.get());
         url_ = hop_->url;
     }
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.get());
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.Get());
     curl_easy_setopt(easy, CURLOPT_RESOLVE, routing_.Resolve());
     curl_easy_setopt(easy, CURLOPT_CONNECT_TO, routing_.ConnectTo());
 }
@@ -89,7 +89,7 @@ void Wire::Clean() noexcept
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, nullptr);
     curl_easy_setopt(easy, CURLOPT_RESOLVE, nullptr);
     curl_easy_setopt(easy, CURLOPT_CONNECT_TO, nullptr);
-    headers_ = {};
+    headers_.lines.Clear();
     routing_.Clear();
 }
 
