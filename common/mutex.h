@@ -19,6 +19,7 @@
 #define REQUIRES(...) TNX_ANNOTATE(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) TNX_ANNOTATE(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) TNX_ANNOTATE(acquire_capability(__VA_ARGS__))
+#define ASSERT_CAPABILITY(x) TNX_ANNOTATE(assert_capability(x))
 #define RELEASE(...) TNX_ANNOTATE(release_capability(__VA_ARGS__))
 
 namespace OHOS::Pelloria

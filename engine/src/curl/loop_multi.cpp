@@ -14,7 +14,7 @@ namespace OHOS::Pelloria::Tnx
 LoopMulti::LoopMulti(Loop &loop)
     : Multi(&loop)
     , loop_(loop)
-    , timer_(loop, [this] { Act(CURL_SOCKET_TIMEOUT, 0); })
+    , timer_(loop, [this]() REQUIRES(ON_LOOP) { Act(CURL_SOCKET_TIMEOUT, 0); })
 {
     SetUp();
 }
@@ -46,6 +46,7 @@ void LoopMulti::SetMaxIdleConnections(long count)
 
 void LoopMulti::Add(CURL *easy, ExchangeListener &listener)
 {
+    ON_LOOP.Have();
     if (multi_ == nullptr) {
         SetUp();
     }
@@ -62,6 +63,7 @@ void LoopMulti::Add(CURL *easy, ExchangeListener &listener)
 
 void LoopMulti::Remove(CURL *easy) noexcept
 {
+    ON_LOOP.Have();
     TakeOut(easy);
 }
 
@@ -128,6 +130,7 @@ void LoopMulti::CollectDone()
 
 int LoopMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void *)
 {
+    ON_LOOP.Have();
     auto *const multi = static_cast<LoopMulti *>(self);
     uint32_t events = 0;
     if (what == CURL_POLL_IN || what == CURL_POLL_INOUT) {
@@ -146,6 +149,7 @@ int LoopMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void
 
 int LoopMulti::OnTimer(CURLM *, long milliseconds, void *self)
 {
+    ON_LOOP.Have();
     auto *const multi = static_cast<LoopMulti *>(self);
     if (milliseconds < 0) {
         multi->timer_.Stop();

@@ -14,7 +14,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-// Made on any thread, used and destroyed on the loop's.
+// Made on any thread, used and destroyed in rounds of the loop.
 class LoopMulti final : public Multi, private Watcher
 {
 public:
@@ -27,12 +27,12 @@ public:
     void Remove(CURL *easy) noexcept override;
 
 private:
-    void OnReady(int fd, uint32_t events) override;
+    void OnReady(int fd, uint32_t events) override REQUIRES(ON_LOOP);
     void SetUp();
-    void Act(curl_socket_t socket, int events);
-    void CollectDone();
-    void StartOver();
-    ExchangeListener *TakeOut(CURL *easy) noexcept;
+    void Act(curl_socket_t socket, int events) REQUIRES(ON_LOOP);
+    void CollectDone() REQUIRES(ON_LOOP);
+    void StartOver() REQUIRES(ON_LOOP);
+    ExchangeListener *TakeOut(CURL *easy) noexcept REQUIRES(ON_LOOP);
 
     static int OnSocket(CURL *easy, curl_socket_t socket, int what, void *self, void *);
     static int OnTimer(CURLM *multi, long milliseconds, void *self);
@@ -41,7 +41,7 @@ private:
     CURLM *multi_ = nullptr; // null from a new start to the next exchange
     Loop::Timer timer_;
     long maxIdle_ = 0;
-    std::vector<CURL *> running_;
+    std::vector<CURL *> running_ GUARDED_BY(ON_LOOP);
 };
 
 } // namespace OHOS::Pelloria::Tnx

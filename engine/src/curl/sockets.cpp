@@ -127,6 +127,7 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
     try {
         sockets.sockets_.push_back({.fd = fd, .localPort = 0});
         if (sockets.loop_ != nullptr) {
+            ON_LOOP.Have(); // which has the connections that it watches
             sockets.loop_->Opened(fd);
         }
     } catch (const std::bad_alloc &) {
@@ -147,6 +148,7 @@ int Sockets::OnClose(void *self, curl_socket_t fd)
     auto &sockets = *static_cast<Sockets *>(self);
     sockets.Forget(fd);
     if (sockets.loop_ != nullptr) {
+        ON_LOOP.Have();
         sockets.loop_->Closed(fd);
     }
     return close(fd);

@@ -64,7 +64,7 @@ std::string ServerList(const DnsServers &servers)
 
 AresChannel::AresChannel(Loop &loop, const DnsServers &servers)
     : loop_(loop)
-    , timer_(loop, [this] { Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD); })
+    , timer_(loop, [this]() REQUIRES(ON_LOOP) { Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD); })
 {
     ares_options options{};
     // Aliases would be read from the environment at each lookup, while others may change it.
@@ -125,6 +125,7 @@ void AresChannel::OnAddresses(void *done, int status, int, ares_addrinfo *info)
 
 void AresChannel::OnSocketState(void *self, ares_socket_t socket, int readable, int writable)
 {
+    ON_LOOP.Have();
     auto *const channel = static_cast<AresChannel *>(self);
     const uint32_t events = (readable ? EPOLLIN : 0U) | (writable ? EPOLLOUT : 0U);
     try {

@@ -13,7 +13,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-// Belongs to the loop's thread.
+// Made and destroyed in rounds of the loop.
 class AresChannel final : private Watcher
 {
 public:
@@ -23,12 +23,12 @@ public:
     AresChannel(const AresChannel &) = delete;
     AresChannel &operator=(const AresChannel &) = delete;
 
-    void Lookup(const std::string &host, LookupDone done);
+    void Lookup(const std::string &host, LookupDone done) REQUIRES(ON_LOOP);
 
 private:
-    void OnReady(int fd, uint32_t events) override;
-    void Process(ares_socket_t readable, ares_socket_t writable);
-    void StartTimer();
+    void OnReady(int fd, uint32_t events) override REQUIRES(ON_LOOP);
+    void Process(ares_socket_t readable, ares_socket_t writable) REQUIRES(ON_LOOP);
+    void StartTimer() REQUIRES(ON_LOOP);
 
     static void OnSocketState(void *self, ares_socket_t socket, int readable, int writable);
     static void OnAddresses(void *done, int status, int timeouts, ares_addrinfo *info);

@@ -40,7 +40,7 @@ public:
     }
 
     // Asks the system for the resolver's own address first, where that is not told by its URL.
-    void Start(Resolver &system)
+    void Start(Resolver &system) REQUIRES(ON_LOOP)
     {
         Url url;
         if (ParseUrl(resolver_.url, url) != CURLE_OK || !url.Secure()) {
@@ -130,8 +130,8 @@ std::optional<LookupResult> DohClient::Remembered(const DohResolver &resolver,
 void DohClient::Lookup(const DohResolver &resolver, const std::string &host, LookupDone done)
 {
     const std::string key = Key(resolver, host);
-    const auto answer =
-        std::make_shared<LookupAnswer>(loop_, [this, key](const LookupResult &result) {
+    const auto answer = std::make_shared<LookupAnswer>(
+        loop_, [this, key](const LookupResult &result) REQUIRES(ON_LOOP) {
             lookups_.erase(key);
             book_.Finish(key, result);
         });

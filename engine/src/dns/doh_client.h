@@ -25,15 +25,16 @@ public:
     // From memory alone; from any thread.
     std::optional<LookupResult> Remembered(const DohResolver &resolver, const std::string &host);
 
-    // Asks. On the loop's thread, where `done` runs too: never before this returns, and always.
-    void Lookup(const DohResolver &resolver, const std::string &host, LookupDone done);
+    // Asks. `done` runs in a round of the loop too: never before this returns, and always.
+    void Lookup(const DohResolver &resolver, const std::string &host, LookupDone done)
+        REQUIRES(ON_LOOP);
 
 private:
     Loop &loop_;
     Resolver &system_; // finds the resolvers themselves
     LoopMulti multi_;
     LookupBook book_;
-    std::unordered_map<std::string, std::unique_ptr<DohLookup>> lookups_;
+    std::unordered_map<std::string, std::unique_ptr<DohLookup>> lookups_ GUARDED_BY(ON_LOOP);
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -22,7 +22,7 @@ struct DohResolver {
     SecurityConfiguration trust;
 };
 
-// Belongs to the loop's thread.
+// Made, used and destroyed in rounds of the loop.
 class DohQuery final : private ExchangeListener
 {
 public:

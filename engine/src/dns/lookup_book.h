@@ -61,12 +61,11 @@ public:
     // From memory alone; from any thread.
     std::optional<LookupResult> Remembered(const std::string &key);
 
-    // The rest belongs to one thread. `done` is told the outcome. True when nobody has asked yet,
-    // so that the caller has to.
-    bool Join(const std::string &key, LookupDone done);
+    // `done` is told the outcome. True when nobody has asked yet, so that the caller has to.
+    bool Join(const std::string &key, LookupDone done) REQUIRES(ON_LOOP);
 
     // Tells all who joined, and remembers what was found.
-    void Finish(const std::string &key, const LookupResult &result) noexcept;
+    void Finish(const std::string &key, const LookupResult &result) noexcept REQUIRES(ON_LOOP);
 
 private:
     struct Memory {
@@ -76,7 +75,7 @@ private:
 
     void Remember(const std::string &key, const LookupResult &result);
 
-    std::unordered_map<std::string, std::vector<LookupDone>> pending_;
+    std::unordered_map<std::string, std::vector<LookupDone>> pending_ GUARDED_BY(ON_LOOP);
     Mutex mutex_;
     std::unordered_map<std::string, Memory> memory_ GUARDED_BY(mutex_);
 };

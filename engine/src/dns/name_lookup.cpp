@@ -12,7 +12,7 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
-template <class Ask> void AskOrTell(Ask ask, const LookupDone &done)
+template <class Ask> void AskOrTell(Ask ask, const LookupDone &done) REQUIRES(ON_LOOP)
 {
     try {
         ask();
@@ -180,8 +180,8 @@ bool NameLookup::AskServers(const DnsServers &servers)
     if (std::optional<LookupResult> remembered = resolver.Remembered(servers, host_)) {
         return Settle(std::move(*remembered));
     }
-    services_.loop.Post([&resolver, servers, host = host_, done = Await()] {
-        AskOrTell([&] { resolver.Lookup(servers, host, done); }, done);
+    services_.loop.Post([&resolver, servers, host = host_, done = Await()]() REQUIRES(ON_LOOP) {
+        AskOrTell([&]() REQUIRES(ON_LOOP) { resolver.Lookup(servers, host, done); }, done);
     });
     return false;
 }
@@ -196,8 +196,8 @@ bool NameLookup::AskResolverUrl()
     if (std::optional<LookupResult> remembered = client.Remembered(resolver, host_)) {
         return Settle(std::move(*remembered));
     }
-    services_.loop.Post([&client, resolver, host = host_, done = Await()] {
-        AskOrTell([&] { client.Lookup(resolver, host, done); }, done);
+    services_.loop.Post([&client, resolver, host = host_, done = Await()]() REQUIRES(ON_LOOP) {
+        AskOrTell([&]() REQUIRES(ON_LOOP) { client.Lookup(resolver, host, done); }, done);
     });
     return false;
 }

@@ -35,8 +35,9 @@ std::optional<LookupResult> Resolver::Remembered(const DnsServers &servers, cons
 void Resolver::Lookup(const DnsServers &servers, const std::string &host, LookupDone done)
 {
     const std::string key = QuestionKey(servers, host);
-    const auto answer = std::make_shared<LookupAnswer>(
-        loop_, [this, key](const LookupResult &result) { book_.Finish(key, result); });
+    const auto answer =
+        std::make_shared<LookupAnswer>(loop_, [this, key](const LookupResult &result)
+                                                  REQUIRES(ON_LOOP) { book_.Finish(key, result); });
     if (!book_.Join(key, std::move(done))) {
         return;
     }

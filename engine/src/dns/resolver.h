@@ -24,15 +24,16 @@ public:
     // From memory alone; from any thread.
     std::optional<LookupResult> Remembered(const DnsServers &servers, const std::string &host);
 
-    // Asks. On the loop's thread, where `done` runs too: never before this returns, and always,
-    // within the time-outs of the servers. The same question at the same time is asked once.
-    void Lookup(const DnsServers &servers, const std::string &host, LookupDone done);
+    // Asks. `done` runs in a round of the loop too: never before this returns, and always, within
+    // the time-outs of the servers. The same question at the same time is asked once.
+    void Lookup(const DnsServers &servers, const std::string &host, LookupDone done)
+        REQUIRES(ON_LOOP);
 
 private:
-    AresChannel &Channel(const DnsServers &servers);
+    AresChannel &Channel(const DnsServers &servers) REQUIRES(ON_LOOP);
 
     Loop &loop_;
-    std::unordered_map<std::string, std::unique_ptr<AresChannel>> channels_;
+    std::unordered_map<std::string, std::unique_ptr<AresChannel>> channels_ GUARDED_BY(ON_LOOP);
     LookupBook book_;
 };
 

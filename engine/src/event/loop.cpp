@@ -33,7 +33,7 @@ private:
 };
 
 // Whoever lets others wait tells them by himself when he fails, for want of memory for instance.
-template <class Action> void Guarded(const Action &action) noexcept
+template <class Action> void Guarded(const Action &action) noexcept REQUIRES(ON_LOOP)
 {
     try {
         action();
@@ -177,7 +177,8 @@ void Loop::Dispatch(int fd, uint32_t events)
         Register(fd, registration, registration.wanted);
         return;
     }
-    Guarded([&registration, fd, events] { registration.watcher->OnReady(fd, events); });
+    Guarded([&registration, fd, events]()
+                REQUIRES(ON_LOOP) { registration.watcher->OnReady(fd, events); });
 }
 
 int Loop::MillisecondsToWait()
@@ -206,7 +207,7 @@ void Loop::RunPosted()
         running_.Swap(posted_);
     }
     while (!running_.Empty()) {
-        Guarded([task = running_.Pop()] { task->RunOnLoop(); });
+        Guarded([task = running_.Pop()]() REQUIRES(ON_LOOP) { task->RunOnLoop(); });
     }
 }
 
@@ -225,6 +226,7 @@ void Loop::RunTimers()
 
 void Loop::RunRound()
 {
+    ON_LOOP.Enter();
     std::array<epoll_event, 64> events;
     const int count =
         epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), MillisecondsToWait());
@@ -241,6 +243,7 @@ void Loop::RunRound()
     }
     RunPosted();
     RunTimers();
+    ON_LOOP.Leave();
 }
 
 void Loop::End()

@@ -14,6 +14,7 @@
 
 #include "base/clock.h"
 #include "common/mutex.h"
+#include "on_loop.h"
 #include "task_queue.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -24,14 +25,14 @@ class LoopTask : public TaskQueue<LoopTask>::Link
 {
 public:
     virtual ~LoopTask() = default;
-    virtual void RunOnLoop() = 0;
+    virtual void RunOnLoop() REQUIRES(ON_LOOP) = 0;
 };
 
-// Takes the events of the descriptors that it watches; on the loop's thread.
+// Takes the events of the descriptors that it watches.
 class Watcher
 {
 public:
-    virtual void OnReady(int fd, uint32_t events) = 0;
+    virtual void OnReady(int fd, uint32_t events) REQUIRES(ON_LOOP) = 0;
 
 protected:
     ~Watcher() = default;
@@ -43,7 +44,7 @@ public:
     class Timer;
     using Timers = std::set<std::pair<TimePoint, Timer *>>;
 
-    // One deadline. Belongs to the loop's thread.
+    // One deadline. Made and destroyed in a round, where its action runs too.
     class Timer
     {
     public:
@@ -52,17 +53,18 @@ public:
         Timer(const Timer &) = delete;
         Timer &operator=(const Timer &) = delete;
 
-        void Start(TimePoint at) noexcept;
-        void Stop() noexcept;
-        bool Running() const { return running_; }
+        void Start(TimePoint at) noexcept REQUIRES(ON_LOOP);
+        void Stop() noexcept REQUIRES(ON_LOOP);
+        bool Running() const REQUIRES(ON_LOOP) { return running_; }
 
     private:
         friend class Loop;
         Loop &loop_;
         const std::function<void()> action_;
-        TimePoint at_;
-        bool running_ = false;
-        Timers::node_type place_; // while it is not running; kept, so that starting takes no memory
+        TimePoint at_ GUARDED_BY(ON_LOOP);
+        bool running_ GUARDED_BY(ON_LOOP) = false;
+        Timers::node_type place_
+            GUARDED_BY(ON_LOOP); // while it is not running; kept, so that starting takes no memory
     };
 
     Loop();
@@ -83,17 +85,17 @@ public:
     // Runs the action on the loop's thread and waits for it; false when the loop has ended.
     bool Run(const std::function<void()> &action);
 
-    // The rest belongs to the loop's thread. `events` are those of epoll; 0 stops watching. Takes
-    // no memory for a descriptor whose birth was told.
-    void Watch(int fd, uint32_t events, Watcher *watcher);
+    // `events` are those of epoll; 0 stops watching. Takes no memory for a descriptor whose birth
+    // was told.
+    void Watch(int fd, uint32_t events, Watcher *watcher) REQUIRES(ON_LOOP);
 
     // Whether the round may go on with work that can wait.
-    bool HasTime() const { return Clock::now() < roundEnd_; }
+    bool HasTime() const REQUIRES(ON_LOOP) { return Clock::now() < roundEnd_; }
 
     // Tells of a descriptor's birth and death. Between the two its registration is kept when it is
     // no longer watched, because it will be again: libcurl asks for two changes a request.
-    void Opened(int fd);
-    void Closed(int fd);
+    void Opened(int fd) REQUIRES(ON_LOOP);
+    void Closed(int fd) REQUIRES(ON_LOOP);
 
 private:
     struct Registration {
@@ -103,12 +105,12 @@ private:
         bool lazy = false;
     };
 
-    void RunPosted();
-    void RunTimers();
-    void Dispatch(int fd, uint32_t events);
-    void Register(int fd, Registration &registration, uint32_t events);
-    Registration &At(int fd);
-    int MillisecondsToWait();
+    void RunPosted() REQUIRES(ON_LOOP);
+    void RunTimers() REQUIRES(ON_LOOP);
+    void Dispatch(int fd, uint32_t events) REQUIRES(ON_LOOP);
+    void Register(int fd, Registration &registration, uint32_t events) REQUIRES(ON_LOOP);
+    Registration &At(int fd) REQUIRES(ON_LOOP);
+    int MillisecondsToWait() REQUIRES(ON_LOOP);
 
     const int epoll_;
     const int wakeup_;
@@ -117,10 +119,10 @@ private:
     CondVar changed_;
     TaskQueue<LoopTask> posted_ GUARDED_BY(mutex_);
     bool ended_ GUARDED_BY(mutex_) = false;
-    TaskQueue<LoopTask> running_;
-    std::vector<Registration> registrations_;
-    Timers timers_;
-    TimePoint roundEnd_;
+    TaskQueue<LoopTask> running_ GUARDED_BY(ON_LOOP);
+    std::vector<Registration> registrations_ GUARDED_BY(ON_LOOP);
+    Timers timers_ GUARDED_BY(ON_LOOP);
+    TimePoint roundEnd_ GUARDED_BY(ON_LOOP);
 };
 
 } // namespace OHOS::Pelloria::Tnx

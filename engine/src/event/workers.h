@@ -36,8 +36,11 @@ public:
 
     void Start();
 
-    // Runs a task when the round is over. On the loop's thread.
-    void RunLater(std::shared_ptr<PoolTask> task) noexcept { batch_.Push(std::move(task)); }
+    // Runs a task when the round is over.
+    void RunLater(std::shared_ptr<PoolTask> task) noexcept REQUIRES(ON_LOOP)
+    {
+        batch_.Push(std::move(task));
+    }
 
     // Waits for the round that runs, lets no other begin, and takes no task any more.
     void Stop();

@@ -28,8 +28,7 @@ public:
 
     Workers &GetWorkers() { return workers_; }
 
-    // On the loop's thread.
-    void RunAside(std::shared_ptr<AsideTask> task) noexcept;
+    void RunAside(std::shared_ptr<AsideTask> task) noexcept REQUIRES(ON_LOOP);
 
 private:
     Runtime();

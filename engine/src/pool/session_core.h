@@ -72,12 +72,12 @@ public:
     // Wires that are given back serve again if they are sound: where memory ran out, libcurl may
     // not have set them back whole. Taking one throws bad_alloc.
 
-    // On the loop's thread, until ReleaseWires.
-    std::unique_ptr<Wire> TakeWire();
-    void GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept;
-    void ReleaseWires();
+    // Those of the loop, until ReleaseWires.
+    std::unique_ptr<Wire> TakeWire() REQUIRES(ON_LOOP);
+    void GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept REQUIRES(ON_LOOP);
+    void ReleaseWires() REQUIRES(ON_LOOP);
 
-    // From any thread.
+    // Those of callers.
     std::unique_ptr<CallerWire> TakeCallerWire();
     void GiveCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept;
 
@@ -91,9 +91,9 @@ private:
     Activity activity_;
     Admission admission_;
     UrlMemory urls_;
-    std::unique_ptr<LoopMulti> multi_;
-    std::vector<std::unique_ptr<Wire>> wires_;
-    size_t wiresAlive_ = 0;
+    std::unique_ptr<LoopMulti> multi_ GUARDED_BY(ON_LOOP);
+    std::vector<std::unique_ptr<Wire>> wires_ GUARDED_BY(ON_LOOP);
+    size_t wiresAlive_ GUARDED_BY(ON_LOOP) = 0;
 
     Mutex mutex_;
     std::unordered_multimap<const Request *, std::shared_ptr<RunningFetch>>

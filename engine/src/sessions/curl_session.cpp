@@ -119,7 +119,7 @@ void CurlSession::Close()
             fetch->Wake();
         }
         // Behind those wake-ups in the loop's queue: no transfer uses the handles any more.
-        core->GetRuntime().GetLoop().Run([&core] { core->ReleaseWires(); });
+        core->GetRuntime().GetLoop().Run([&core]() REQUIRES(ON_LOOP) { core->ReleaseWires(); });
     }
     core->GetActivity().WaitForOthers();
     if (const auto &closed = core->Configuration().onSessionClosed; first && closed) {

@@ -37,6 +37,7 @@ void LoopDriver::RunOnLoop()
 
 void LoopDriver::WakeAt(std::optional<TimePoint> time)
 {
+    ON_LOOP.Have();
     if (!time) {
         timer_.reset();
         return;
@@ -49,6 +50,7 @@ void LoopDriver::WakeAt(std::optional<TimePoint> time)
 
 void LoopDriver::Deliver(std::function<void()> callback)
 {
+    ON_LOOP.Have();
     if (strand_.Push(std::move(callback))) {
         RunStrand();
     }
@@ -67,8 +69,15 @@ void LoopDriver::RunStrand() noexcept
     core_.GetRuntime().GetWorkers().RunLater(std::move(task));
 }
 
+bool LoopDriver::HasTime() const
+{
+    ON_LOOP.Have();
+    return core_.GetRuntime().GetLoop().HasTime();
+}
+
 void LoopDriver::RunAside(std::shared_ptr<LongWork> work)
 {
+    ON_LOOP.Have();
     aside_ = std::move(work);
     core_.GetRuntime().RunAside(Own<AsideTask>(this));
 }
@@ -81,17 +90,20 @@ void LoopDriver::RunAside() noexcept
 
 Wire &LoopDriver::TakeWire()
 {
+    ON_LOOP.Have();
     wire_ = core_.TakeWire();
     return *wire_;
 }
 
 void LoopDriver::GiveWireBack(bool sound) noexcept
 {
+    ON_LOOP.Have();
     core_.GiveWire(std::move(wire_), sound);
 }
 
 void LoopDriver::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept
 {
+    ON_LOOP.Have();
     timer_.reset();
     if (code == ERR_REQUEST_CANCELED || code == ERR_SESSION_CLOSED) {
         strand_.Clear();

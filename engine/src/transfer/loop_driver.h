@@ -16,6 +16,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
+// All of it runs in rounds of the loop, but for Wake.
 class LoopDriver final : public Driver, private LoopTask, private AsideTask
 {
 public:
@@ -23,7 +24,7 @@ public:
 
     void Wake() noexcept override;
     void Deliver(std::function<void()> callback) override;
-    bool HasTime() const override { return core_.GetRuntime().GetLoop().HasTime(); }
+    bool HasTime() const override;
     void RunAside(std::shared_ptr<LongWork> work) override;
 
     bool Exclusive() const override { return false; }
@@ -34,17 +35,17 @@ public:
     void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
 
 private:
-    void RunOnLoop() override;
+    void RunOnLoop() override REQUIRES(ON_LOOP);
     void RunAside() noexcept override;
-    void RunStrand() noexcept;
+    void RunStrand() noexcept REQUIRES(ON_LOOP);
     template <class Task> std::shared_ptr<Task> Own(Task *task) const;
 
     SessionCore &core_;
     const ResponseCallback completion_;
     std::shared_ptr<Response> response_;
     Strand strand_;
-    std::unique_ptr<Wire> wire_;
-    std::optional<Loop::Timer> timer_;
+    std::unique_ptr<Wire> wire_ GUARDED_BY(ON_LOOP);
+    std::optional<Loop::Timer> timer_ GUARDED_BY(ON_LOOP);
     std::atomic<bool> posted_ = false;
     std::shared_ptr<LongWork> aside_;
 };
