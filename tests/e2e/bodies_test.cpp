@@ -64,6 +64,59 @@ Tnx_MultipartFormFieldValue File(const char *name, const char *type, const char 
     return value;
 }
 
+// Requests that leave something behind on the handle that the next one is sent with.
+struct Before {
+    const char *what;
+    const char *method;
+    std::function<void(Call &)> fill;
+};
+
+std::vector<Before> OtherRequests()
+{
+    return {
+        {"a plain one", "GET", [](Call &) {}},
+        {"HEAD", "HEAD", [](Call &) {}},
+        {"a text", "PUT", [](Call &call) { call.Body("before").Header("Content-Type", "x/y"); }},
+        {"a range and a cookie", "GET",
+         [](Call &call) {
+             call.Range({.from = 1, .hasFrom = true, .to = 2, .hasTo = true, .next = nullptr})
+                 .Cookie("before", "1")
+                 .Header("X-Before", "1");
+         }},
+        {"a form", "POST",
+         [](Call &call) {
+             FormPtr form(OVX_Tnx_CreateForm());
+             const Tnx_FormFieldValue value = Text("v");
+             OVX_Tnx_SetFormValue(form.get(), "before", &value);
+             call.Form(std::move(form));
+         }},
+        {"a multipart form", "POST",
+         [](Call &call) {
+             MultipartFormPtr form(OVX_Tnx_CreateMultipartForm());
+             const Tnx_MultipartFormFieldValue value = Plain(Text("v"));
+             OVX_Tnx_SetMultipartFormValue(form.get(), "before", &value);
+             call.Multipart(std::move(form));
+         }},
+        {"a body that fails", "POST",
+         [](Call &call) { call.Pull([](char *, unsigned int) { return -1; }); }},
+        {"a credential", "GET",
+         [](Call &call) {
+             call.configuration.security.credentialKind = TNX_CREDENTIAL_BASIC;
+             call.configuration.security.credentialName = "before";
+             call.configuration.security.credentialPassword = "before";
+         }},
+        {"HTTP/1.0 and a proxy that is not there", "GET",
+         [](Call &call) {
+             call.configuration.transfer.transferPreference = TNX_PREFER_HTTP1_0;
+             call.configuration.proxy.mode = TNX_PROXY_EXPLICIT;
+             call.configuration.proxy.url = "http://127.0.0.1:9";
+         }},
+        {"a time-out", "GET", [](Call &call) { call.configuration.transfer.transferTimeout = 1; }},
+        {"a refused body", "GET",
+         [](Call &call) { call.OnData([](std::string_view) -> size_t { return 0; }); }},
+    };
+}
+
 class BodiesTest : public EndToEndTest
 {
 protected:
@@ -121,15 +174,29 @@ TEST_F(BodiesTest, HeadsSayWhatTheyMust)
           "Content-Type: application/json", "Cookie: a=b", host, agent, "X-Empty:"},
          "{}"},
     };
-    for (const auto &one : cases) {
-        SCOPED_TRACE(one.method);
-        Sends(one.fill, one.method, [&one](const ReceivedRequest &request) {
-            Texts head = one.head;
-            std::sort(head.begin(), head.end());
-            head.insert(head.begin(), one.method + std::string(" /echo HTTP/1.1"));
-            EXPECT_EQ(HeadOf(request), head);
-            EXPECT_EQ(request.rawBody, one.body);
-        });
+    // Whatever the request before had is not in this one.
+    const auto after = [this](const Before &before, const auto &one) {
+        return [this, &before, &one](Call &call) {
+            Call earlier(Scripted().Url("/echo"), before.method);
+            before.fill(earlier);
+            earlier.FetchSync(Session());
+            earlier.Fetch(Session());
+            if (one.fill) {
+                one.fill(call);
+            }
+        };
+    };
+    for (const Before &before : OtherRequests()) {
+        for (const auto &one : cases) {
+            SCOPED_TRACE(std::string(one.method) + " after " + before.what);
+            Sends(after(before, one), one.method, [&one](const ReceivedRequest &request) {
+                Texts head = one.head;
+                std::sort(head.begin(), head.end());
+                head.insert(head.begin(), one.method + std::string(" /echo HTTP/1.1"));
+                EXPECT_EQ(HeadOf(request), head);
+                EXPECT_EQ(request.rawBody, one.body);
+            });
+        }
     }
 }
 
