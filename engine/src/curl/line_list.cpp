@@ -1,6 +1,8 @@
 // Builds lists of lines.
 #include "line_list.h"
 
+#include <algorithm>
+
 #include "base/secrets.h"
 #include "tnx_platform/bounded.h"
 
@@ -36,12 +38,12 @@ void LineList::Add(std::initializer_list<std::string_view> pieces)
 // A text that grew by itself would leave its old memory as it is.
 void LineList::MakeRoom(size_t more)
 {
-    constexpr size_t LEAST = 512;
+    constexpr size_t LEAST = 256;
     if (text_.size() + more <= text_.capacity()) {
         return;
     }
     std::string longer;
-    longer.reserve(2 * (text_.size() + more) + LEAST);
+    longer.reserve(std::max(2 * (text_.size() + more), LEAST));
     longer = text_;
     text_.swap(longer);
     Wipe(longer);

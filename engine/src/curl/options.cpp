@@ -28,11 +28,11 @@ CURLcode Options::Number(CURLoption id, long value)
 CURLcode Options::Text(CURLoption id, std::string_view value)
 {
     if (named_ < set_.size() && set_[named_].id == id &&
-        std::get<std::string>(set_[named_].value) == value) {
+        *std::get<OwnText>(set_[named_].value) == value) {
         ++named_;
         return CURLE_OK;
     }
-    return Put({id, std::string(value)});
+    return Put({id, std::make_unique<const std::string>(value)});
 }
 
 CURLcode Options::Pointer(CURLoption id, void *value)
@@ -61,8 +61,8 @@ CURLcode Options::Put(Option option)
 CURLcode Options::Set(const Option &option)
 {
     CURLcode code = CURLE_OK;
-    if (const auto *const text = std::get_if<std::string>(&option.value)) {
-        code = curl_easy_setopt(easy_, option.id, text->c_str());
+    if (const auto *const text = std::get_if<OwnText>(&option.value)) {
+        code = curl_easy_setopt(easy_, option.id, (*text)->c_str());
     } else if (const auto *const number = std::get_if<long>(&option.value)) {
         code = curl_easy_setopt(easy_, option.id, *number);
     } else {

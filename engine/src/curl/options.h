@@ -4,6 +4,7 @@
 #define TNX_ENGINE_OPTIONS_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -46,7 +47,8 @@ public:
     void Reset();
 
 private:
-    using Value = std::variant<long, std::string, void *>;
+    using OwnText = std::unique_ptr<const std::string>; // few options are texts
+    using Value = std::variant<long, void *, OwnText>;
     struct Option {
         CURLoption id;
         Value value;
