@@ -3,6 +3,7 @@
 #define TNX_ENGINE_OUTCOME_H
 
 #include <atomic>
+#include <new>
 #include <string>
 #include <utility>
 
