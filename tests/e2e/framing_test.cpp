@@ -198,12 +198,15 @@ TEST_F(FramingTest, AStreamEndsWithItsFlagOnly)
 TEST_F(FramingTest, AnEndWithoutAnAnswerIsToldByItsKind)
 {
     const std::string settings = Frame(SETTINGS, 0, "", 0);
+    // In clear text 8.14 calls both kinds of silence a damaged frame.
+    const bool newer = LibcurlTells(false);
     const struct {
         std::string answer;
         uint32_t code;
         const char *why;
     } cases[] = {
-        {settings, TNX_ERR_EMPTY_REPLY, "without an answer"},
+        {settings, newer ? TNX_ERR_HTTP2 : TNX_ERR_EMPTY_REPLY,
+         newer ? "no answer in HTTP/2" : "without an answer"},
         {settings + Frame(GOAWAY, 0, Number(0, 4) + Number(0, 4), 0), TNX_ERR_HTTP2_STREAM,
          "ended the connection"},
         {settings + Head({{":status", "200"}}) + Frame(GOAWAY, 0, Number(0, 4) + Number(11, 4), 0),
@@ -211,7 +214,7 @@ TEST_F(FramingTest, AnEndWithoutAnAnswerIsToldByItsKind)
         {"HTTP/1.1 400 Bad Request\r\n\r\n", TNX_ERR_HTTP2, "no answer in HTTP/2"},
     };
     for (const auto &one : cases) {
-        if (one.code == TNX_ERR_HTTP2_STREAM && LibcurlTells(false)) {
+        if (one.code == TNX_ERR_HTTP2_STREAM && newer) {
             continue; // it tries again, and tells how often
         }
         Get(one.answer, true, [&one](const Outcome &outcome) {
