@@ -8,15 +8,21 @@
 
 #include <new>
 #include <system_error>
+#include <type_traits>
 
 namespace OHOS::Pelloria::TnxC
 {
 
-// Of the exception that is being handled.
-inline uint32_t CodeOfException() noexcept
+// For what returns a code, or nothing.
+template <class Body> uint32_t Guarded(const Body &body) noexcept
 {
     try {
-        throw;
+        if constexpr (std::is_void_v<decltype(body())>) {
+            body();
+            return TNX_OK;
+        } else {
+            return body();
+        }
     } catch (const std::bad_alloc &) {
         return TNX_ERR_OUT_OF_MEMORY;
     } catch (const std::system_error &) { // no thread, no descriptor
@@ -26,33 +32,21 @@ inline uint32_t CodeOfException() noexcept
     }
 }
 
-// For what returns a code.
-template <class Body> uint32_t Guarded(const Body &body) noexcept
-{
-    try {
-        return body();
-    } catch (...) {
-        return CodeOfException();
-    }
-}
-
 // For what returns a pointer, and a code beside it.
 template <class Body> auto Guarded(uint32_t *errCode, const Body &body) noexcept -> decltype(body())
 {
-    try {
-        return body();
-    } catch (...) {
-        *errCode = CodeOfException();
-        return nullptr;
+    decltype(body()) result = nullptr;
+    const uint32_t thrown = Guarded([&] { result = body(); });
+    if (thrown != TNX_OK) {
+        *errCode = thrown;
     }
+    return result;
 }
 
 // For callbacks that tell the end of something, after which nobody takes a code.
 template <class Body> void GuardedCall(const Body &body) noexcept
 {
-    try {
-        body();
-    } catch (...) {
+    if (Guarded([&body] { body(); }) != TNX_OK) {
         TNX_LOGE("a callback threw an exception");
     }
 }

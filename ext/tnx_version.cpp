@@ -3,15 +3,16 @@
 
 #include <string>
 
+#include "common/guard.h"
 #include "tnx_native/version.h"
 
 const char *OVX_Tnx_GetVersion(void) noexcept
 {
-    try {
+    const char *version = "libtnx/" TNX_C_VERSION;
+    OHOS::Pelloria::TnxC::Guarded([&] {
         static const std::string text =
             "libtnx/" TNX_C_VERSION " " + OHOS::Pelloria::Tnx::LibraryVersions();
-        return text.c_str();
-    } catch (...) {
-        return "libtnx/" TNX_C_VERSION;
-    }
+        version = text.c_str();
+    });
+    return version;
 }

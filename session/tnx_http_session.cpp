@@ -8,7 +8,6 @@
 #include "tnx_platform/permission.h"
 #include "translate/tnx_session_configuration.h"
 
-#include <new>
 #include <utility>
 
 namespace OHOS::Pelloria::TnxC
@@ -25,10 +24,9 @@ Tnx_SessionOps httpSessionOps = {
 __attribute__((constructor(101))) void HttpSessionConstructor() noexcept
 {
     OVX_Tnx_RegisterSessionOps(TNX_SESSION_TYPE_HTTP, &httpSessionOps);
-    try {
+    Guarded([] { // else creating a session reports it
         TnxExchangeSessionFactory(std::make_unique<Tnx::DefaultSessionFactory>(Tnx::TaskRunner()));
-    } catch (const std::bad_alloc &) { // creating a session reports it
-    }
+    });
 }
 
 // Returns null, or what to log when memory has run out.

@@ -52,14 +52,10 @@ void LogCancelOfOne(const Tnx_HttpSession &session, const std::string &requestId
              session.id);
 }
 
-// The mark alone ends the request too, only later.
 void CancelInEngine(Tnx_HttpSession &session, const std::shared_ptr<Tnx::Request> &engineRequest)
 {
-    engineRequest->SetCanceled(true);
-    try {
-        session.engineSession->CancelRequest(engineRequest);
-    } catch (...) {
-    }
+    engineRequest->SetCanceled(true); // ends it too, only later
+    Guarded([&] { session.engineSession->CancelRequest(engineRequest); });
 }
 
 // Tells the engine and takes the request out: the application may fetch it again before this
@@ -132,10 +128,7 @@ void CancelAll(const SessionRef &session)
 {
     TNX_LOGI("cancel session %{public}s", session->id);
     const std::shared_ptr<Tnx::Session> engineSession = session->engineSession;
-    try {
-        engineSession->CancelAll();
-    } catch (...) { // each request is canceled below
-    }
+    Guarded([&] { engineSession->CancelAll(); }); // else each request is canceled below
     if (IsClosed(*session)) {
         return;
     }
@@ -191,10 +184,7 @@ uint32_t TnxHttpCancelRequest(Tnx_Session *session, const Tnx_Request *request) 
     if (http == nullptr || request == nullptr || http->engineSession == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return Guarded([&] {
-        CancelOne(http->shared_from_this(), *request);
-        return TNX_OK;
-    });
+    return Guarded([&] { CancelOne(http->shared_from_this(), *request); });
 }
 
 uint32_t TnxHttpCancelSession(Tnx_Session *session) noexcept
@@ -202,10 +192,7 @@ uint32_t TnxHttpCancelSession(Tnx_Session *session) noexcept
     if (!CommonUtils::HasInternetPermission()) {
         return TNX_ERR_PERMISSION_DENIED;
     }
-    return Guarded([&] {
-        CancelAll(TnxHttpSessionOf(session)->shared_from_this());
-        return TNX_OK;
-    });
+    return Guarded([&] { CancelAll(TnxHttpSessionOf(session)->shared_from_this()); });
 }
 
 uint32_t TnxHttpCloseSession(Tnx_Session **session) noexcept
@@ -218,10 +205,7 @@ uint32_t TnxHttpCloseSession(Tnx_Session **session) noexcept
     if (http->state.exchange(SessionState::CLOSING) != SessionState::OPEN) {
         return TNX_ERR_SESSION_CLOSED;
     }
-    const uint32_t code = Guarded([&] {
-        http->engineSession->Close();
-        return uint32_t{TNX_OK};
-    });
+    const uint32_t code = Guarded([&] { http->engineSession->Close(); });
     if (code != TNX_OK) { // may be tried again
         http->state = SessionState::OPEN;
         return code;

@@ -55,14 +55,9 @@ uint32_t StartFetch(Tnx_HttpSession &session, Tnx_Request *request,
     Tnx::ResponseCallback completion = TnxConstructRspCallback(request, startTime, &session);
     Register(session, flight);
     // A cancel that comes between marks the engine's request, which is then not sent.
-    try {
-        engineSession->Fetch(flight->engineRequest, std::move(completion));
-    } catch (...) {
-        if (Withdraw(session, flight)) {
-            throw;
-        }
-    }
-    return TNX_OK;
+    const uint32_t code =
+        Guarded([&] { engineSession->Fetch(flight->engineRequest, std::move(completion)); });
+    return code == TNX_OK || Withdraw(session, flight) ? code : uint32_t{TNX_OK};
 }
 
 // A response that memory does not suffice for must not pass for a success.

@@ -1,11 +1,11 @@
 // Usage events: one for each asynchronous fetch, through a processor that is registered once.
+#include "common/guard.h"
 #include "common/mutex.h"
 #include "tnx_c.h"
 #include "tnx_platform/app_event.h"
 
 #include <cstdlib>
 #include <ctime>
-#include <new>
 #include <string>
 
 const char *g_sdkName = "Corvalith";
@@ -73,10 +73,9 @@ void TnxTraceApiEvent(uint32_t result, uint32_t errorCode, const char *apiName,
                       int64_t beginTime) noexcept
 {
     using namespace OHOS::Pelloria::TnxC;
-    try {
+    Guarded([=] { // else it is an event less
         if (HasProcessor()) {
             WriteEvent(result, errorCode, apiName, beginTime);
         }
-    } catch (...) { // an event less
-    }
+    });
 }
