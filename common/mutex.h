@@ -17,6 +17,7 @@
 #define GUARDED_BY(mutex) TNX_ANNOTATE(guarded_by(mutex))
 #define ACQUIRED_AFTER(...) TNX_ANNOTATE(acquired_after(__VA_ARGS__))
 #define REQUIRES(...) TNX_ANNOTATE(requires_capability(__VA_ARGS__))
+#define NO_THREAD_SAFETY_ANALYSIS TNX_ANNOTATE(no_thread_safety_analysis)
 #define EXCLUDES(...) TNX_ANNOTATE(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) TNX_ANNOTATE(acquire_capability(__VA_ARGS__))
 #define ASSERT_CAPABILITY(x) TNX_ANNOTATE(assert_capability(x))

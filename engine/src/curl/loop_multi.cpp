@@ -6,6 +6,7 @@
 
 #include <sys/epoll.h>
 
+#include "base/try.h"
 #include "handles.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -53,11 +54,9 @@ void LoopMulti::Add(CURL *easy, ExchangeListener &listener)
     running_.push_back(easy);
     curl_easy_setopt(easy, CURLOPT_PRIVATE, &listener);
     listener.index_ = running_.size() - 1;
-    try {
-        AddHandle(multi_, easy);
-    } catch (const std::bad_alloc &) {
+    if (!Try([&] { AddHandle(multi_, easy); })) {
         TakeOut(easy);
-        throw;
+        throw std::bad_alloc();
     }
 }
 
@@ -139,12 +138,7 @@ int LoopMulti::OnSocket(CURL *, curl_socket_t socket, int what, void *self, void
     if (what == CURL_POLL_OUT || what == CURL_POLL_INOUT) {
         events |= EPOLLOUT;
     }
-    try {
-        multi->loop_.Watch(socket, events, multi);
-    } catch (const std::bad_alloc &) {
-        return -1;
-    }
-    return 0;
+    return Try([&]() REQUIRES(ON_LOOP) { multi->loop_.Watch(socket, events, multi); }) ? 0 : -1;
 }
 
 int LoopMulti::OnTimer(CURLM *, long milliseconds, void *self)

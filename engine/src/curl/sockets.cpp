@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -12,6 +11,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/try.h"
 #include "event/loop.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -124,18 +124,19 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
     if (fd < 0) {
         return CURL_SOCKET_BAD;
     }
-    try {
+    const bool kept = Try([&] {
         sockets.sockets_.push_back({.fd = fd, .localPort = 0});
         if (sockets.loop_ != nullptr) {
             ON_LOOP.Have(); // which has the connections that it watches
             sockets.loop_->Opened(fd);
         }
-    } catch (const std::bad_alloc &) {
-        sockets.Forget(fd);
-        close(fd);
-        return CURL_SOCKET_BAD;
+    });
+    if (kept) {
+        return fd;
     }
-    return fd;
+    sockets.Forget(fd);
+    close(fd);
+    return CURL_SOCKET_BAD;
 }
 
 void Sockets::Forget(curl_socket_t fd)

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <new>
 
 #include <arpa/inet.h>
 #include <netdb.h>
@@ -95,32 +94,27 @@ AresChannel::~AresChannel()
     }
 }
 
-void AresChannel::Lookup(const std::string &host, LookupDone done)
+void AresChannel::Lookup(const std::string &host, const std::shared_ptr<LookupAnswer> &answer)
 {
     if (!setupError_.empty()) {
-        done({.addresses = {}, .error = setupError_});
+        answer->Arrive([this] { return LookupResult{.addresses = {}, .error = setupError_}; });
         return;
     }
     ares_addrinfo_hints hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
-    auto owned = std::make_unique<LookupDone>(std::move(done));
+    auto owned = std::make_unique<std::shared_ptr<LookupAnswer>>(answer);
     ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnAddresses, owned.release());
     StartTimer();
 }
 
-void AresChannel::OnAddresses(void *done, int status, int, ares_addrinfo *info)
+void AresChannel::OnAddresses(void *answer, int status, int, ares_addrinfo *info)
 {
-    const std::unique_ptr<LookupDone> owned(static_cast<LookupDone *>(done));
+    const std::unique_ptr<std::shared_ptr<LookupAnswer>> owned(
+        static_cast<std::shared_ptr<LookupAnswer> *>(answer));
     const std::unique_ptr<ares_addrinfo, decltype(&ares_freeaddrinfo)> list(info,
                                                                             ares_freeaddrinfo);
-    LookupResult result;
-    try {
-        result = ResultOf(status, list.get());
-    } catch (const std::bad_alloc &) {
-        result = NoMemory();
-    }
-    (*owned)(result);
+    (*owned)->Arrive([&] { return ResultOf(status, list.get()); });
 }
 
 void AresChannel::OnSocketState(void *self, ares_socket_t socket, int readable, int writable)
@@ -128,10 +122,9 @@ void AresChannel::OnSocketState(void *self, ares_socket_t socket, int readable, 
     ON_LOOP.Have();
     auto *const channel = static_cast<AresChannel *>(self);
     const uint32_t events = (readable ? EPOLLIN : 0U) | (writable ? EPOLLOUT : 0U);
-    try {
+    Try([=]() REQUIRES(ON_LOOP) {
         channel->loop_.Watch(socket, events, channel);
-    } catch (const std::bad_alloc &) { // the question times out
-    }
+    }); // else the question times out
 }
 
 void AresChannel::OnReady(int fd, uint32_t events)

@@ -2,6 +2,7 @@
 #ifndef TNX_ENGINE_ARES_CHANNEL_H
 #define TNX_ENGINE_ARES_CHANNEL_H
 
+#include <memory>
 #include <string>
 
 #include <ares.h>
@@ -23,7 +24,8 @@ public:
     AresChannel(const AresChannel &) = delete;
     AresChannel &operator=(const AresChannel &) = delete;
 
-    void Lookup(const std::string &host, LookupDone done) REQUIRES(ON_LOOP);
+    void Lookup(const std::string &host, const std::shared_ptr<LookupAnswer> &answer)
+        REQUIRES(ON_LOOP);
 
 private:
     void OnReady(int fd, uint32_t events) override REQUIRES(ON_LOOP);
@@ -31,7 +33,7 @@ private:
     void StartTimer() REQUIRES(ON_LOOP);
 
     static void OnSocketState(void *self, ares_socket_t socket, int readable, int writable);
-    static void OnAddresses(void *done, int status, int timeouts, ares_addrinfo *info);
+    static void OnAddresses(void *answer, int status, int timeouts, ares_addrinfo *info);
 
     Loop &loop_;
     Loop::Timer timer_;

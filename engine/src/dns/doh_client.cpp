@@ -30,10 +30,11 @@ std::string Key(const DohResolver &resolver, const std::string &host)
 class DohLookup
 {
 public:
-    DohLookup(LoopMulti &multi, DohResolver resolver, std::string host, LookupDone done)
+    DohLookup(LoopMulti &multi, DohResolver resolver, std::string host,
+              std::shared_ptr<LookupAnswer> answer)
         : resolver_(std::move(resolver))
         , host_(std::move(host))
-        , done_(std::move(done))
+        , answer_(std::move(answer))
         , v6_(multi, [this] { Collect(); })
         , v4_(multi, [this] { Collect(); })
     {
@@ -44,7 +45,7 @@ public:
     {
         Url url;
         if (ParseUrl(resolver_.url, url) != CURLE_OK || !url.Secure()) {
-            done_({.addresses = {}, .error = "the resolver URL is none of https"});
+            Fail("the resolver URL is none of https");
             return;
         }
         resolver_.url = url.Ascii();
@@ -52,23 +53,24 @@ public:
             Ask("");
             return;
         }
-        // This object lives until it has told its outcome, which is not before the answer.
+        // This object lives until its answer is there.
         system.Lookup({}, url.host, [this, url](const LookupResult &result) {
-            try {
+            answer_->Seek([&] {
                 if (result.addresses.empty()) {
-                    done_({.addresses = {},
-                           .error =
-                               "the resolver " + url.Name() + " has no address: " + result.error});
-                    return;
+                    Fail("the resolver " + url.Name() + " has no address: " + result.error);
+                } else {
+                    Ask(ResolveLine(url.host, url.port, result.addresses));
                 }
-                Ask(ResolveLine(url.host, url.port, result.addresses));
-            } catch (const std::bad_alloc &) {
-                done_(NoMemory());
-            }
+            });
         });
     }
 
 private:
+    void Fail(const std::string &why)
+    {
+        answer_->Arrive([&] { return LookupResult{.addresses = {}, .error = why}; });
+    }
+
     void Ask(const std::string &resolve)
     {
         v6_.Start(resolver_, resolve, host_, ns_t_aaaa);
@@ -77,13 +79,8 @@ private:
 
     void Collect()
     {
-        if (!v6_.Done() || !v4_.Done()) {
-            return;
-        }
-        try {
-            done_(Gather());
-        } catch (const std::bad_alloc &) {
-            done_(NoMemory());
+        if (v6_.Done() && v4_.Done()) {
+            answer_->Arrive([this] { return Gather(); });
         }
     }
 
@@ -106,7 +103,7 @@ private:
 
     DohResolver resolver_;
     const std::string host_;
-    const LookupDone done_;
+    const std::shared_ptr<LookupAnswer> answer_;
     DohQuery v6_;
     DohQuery v4_;
 };
@@ -138,15 +135,11 @@ void DohClient::Lookup(const DohResolver &resolver, const std::string &host, Loo
     if (!book_.Join(key, std::move(done))) {
         return;
     }
-    try {
+    answer->Seek([&]() REQUIRES(ON_LOOP) {
         std::unique_ptr<DohLookup> &lookup = lookups_[key];
-        lookup = std::make_unique<DohLookup>(
-            multi_, resolver, host,
-            [answer](const LookupResult &result) { answer->Arrive(result); });
+        lookup = std::make_unique<DohLookup>(multi_, resolver, host, answer);
         lookup->Start(system_);
-    } catch (const std::bad_alloc &) {
-        answer->Arrive(NoMemory());
-    }
+    });
 }
 
 } // namespace OHOS::Pelloria::Tnx

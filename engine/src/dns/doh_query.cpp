@@ -1,12 +1,12 @@
 // The DNS message goes out by POST and comes back as the body (RFC 8484 section 4.1).
 #include "doh_query.h"
 
-#include <new>
 #include <utility>
 
 #include <arpa/nameser.h>
 
 #include "base/text.h"
+#include "base/try.h"
 #include "curl/tls_options.h"
 #include "message.h"
 
@@ -102,15 +102,12 @@ CURLcode DohQuery::SetOptions(const DohResolver &resolver, const std::string &re
 
 void DohQuery::ExchangeDone(CURLcode code)
 {
-    try {
-        End(Outcome(code));
-    } catch (const std::bad_alloc &) {
-        End("memory ran out");
-    }
+    std::string error;
+    End(Try([&] { error = ErrorOf(code); }) ? std::move(error) : NoMemory().error);
 }
 
 // Empty: there is an answer.
-std::string DohQuery::Outcome(CURLcode code) const
+std::string DohQuery::ErrorOf(CURLcode code) const
 {
     long status = 0;
     const char *type = nullptr;
@@ -140,15 +137,9 @@ size_t DohQuery::OnBody(char *piece, size_t size, size_t count, void *self)
 {
     std::string &answer = static_cast<DohQuery *>(self)->answer_;
     const size_t length = size * count;
-    if (answer.size() + length > MAX_ANSWER) {
-        return 0;
-    }
-    try {
-        answer.append(piece, length);
-    } catch (const std::bad_alloc &) {
-        return 0;
-    }
-    return length;
+    const bool taken =
+        answer.size() + length <= MAX_ANSWER && Try([&] { answer.append(piece, length); });
+    return taken ? length : 0;
 }
 
 } // namespace OHOS::Pelloria::Tnx

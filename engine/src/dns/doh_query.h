@@ -41,7 +41,7 @@ public:
 private:
     CURLcode SetOptions(const DohResolver &resolver, const std::string &resolve);
     void ExchangeDone(CURLcode code) override;
-    std::string Outcome(CURLcode code) const;
+    std::string ErrorOf(CURLcode code) const;
     void End(std::string error);
     static size_t OnBody(char *piece, size_t size, size_t count, void *self);
 

@@ -2,7 +2,6 @@
 #include "lookup_book.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 namespace OHOS::Pelloria::Tnx
@@ -15,19 +14,6 @@ constexpr std::chrono::seconds LEAST_TIME_TO_LIVE(1);
 constexpr std::chrono::seconds MOST_TIME_TO_LIVE(3600);
 
 } // namespace
-
-void LookupAnswer::Arrive(const LookupResult &result) noexcept
-{
-    if (std::exchange(arrived_, true)) {
-        return;
-    }
-    try {
-        result_ = result;
-    } catch (const std::bad_alloc &) {
-        result_ = NoMemory();
-    }
-    loop_.Post(shared_from_this());
-}
 
 std::optional<LookupResult> LookupBook::Remembered(const std::string &key)
 {
@@ -48,10 +34,7 @@ bool LookupBook::Join(const std::string &key, LookupDone done)
 
 void LookupBook::Finish(const std::string &key, const LookupResult &result) noexcept
 {
-    try {
-        Remember(key, result);
-    } catch (const std::bad_alloc &) { // asked anew the next time
-    }
+    Try([&] { Remember(key, result); }); // else asked anew the next time
     const auto node = pending_.extract(key);
     for (const LookupDone &done : node.mapped()) {
         done(result);

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/try.h"
 #include "common/mutex.h"
 #include "event/loop.h"
 
@@ -26,9 +27,16 @@ struct LookupResult {
 };
 
 // Its text is short enough to need none.
-inline LookupResult NoMemory()
+inline LookupResult NoMemory() noexcept
 {
     return {.addresses = {}, .error = "memory ran out"};
+}
+
+// What `make` returns, or that it had no memory.
+template <class Make> LookupResult MakeResult(const Make &make) noexcept
+{
+    LookupResult result;
+    return Try([&] { result = make(); }) ? std::move(result) : NoMemory();
 }
 
 using LookupDone = std::function<void(const LookupResult &result)>;
@@ -44,8 +52,23 @@ public:
     {
     }
 
-    // The first one counts.
-    void Arrive(const LookupResult &result) noexcept;
+    // Asks, or has no memory for that.
+    template <class Ask> void Seek(const Ask &ask) noexcept
+    {
+        if (!Try(ask)) {
+            Arrive(NoMemory);
+        }
+    }
+
+    // Takes what `make` returns. The first one counts.
+    template <class Make> void Arrive(const Make &make) noexcept
+    {
+        if (!std::exchange(arrived_, true)) {
+            result_ = MakeResult(make);
+            loop_.Post(shared_from_this());
+        }
+    }
+
     void RunOnLoop() override { done_(result_); }
 
 private:

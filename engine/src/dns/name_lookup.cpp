@@ -1,28 +1,12 @@
 // The order of sources for a name, and what each of them is asked.
 #include "name_lookup.h"
 
-#include <new>
-
 #include "doh_client.h"
 #include "http/host_name.h"
 #include "resolver.h"
 
 namespace OHOS::Pelloria::Tnx
 {
-namespace
-{
-
-template <class Ask> void AskOrTell(Ask ask, const LookupDone &done) REQUIRES(ON_LOOP)
-{
-    try {
-        ask();
-    } catch (const std::bad_alloc &) {
-        done(NoMemory());
-    }
-}
-
-} // namespace
-
 void NameLookup::Start(const std::string &host, uint16_t port, const Configuration *configuration,
                        Waker wake)
 {
@@ -181,7 +165,9 @@ bool NameLookup::AskServers(const DnsServers &servers)
         return Settle(std::move(*remembered));
     }
     services_.loop.Post([&resolver, servers, host = host_, done = Await()]() REQUIRES(ON_LOOP) {
-        AskOrTell([&]() REQUIRES(ON_LOOP) { resolver.Lookup(servers, host, done); }, done);
+        if (!Try([&]() REQUIRES(ON_LOOP) { resolver.Lookup(servers, host, done); })) {
+            done(NoMemory());
+        }
     });
     return false;
 }
@@ -197,7 +183,9 @@ bool NameLookup::AskResolverUrl()
         return Settle(std::move(*remembered));
     }
     services_.loop.Post([&client, resolver, host = host_, done = Await()]() REQUIRES(ON_LOOP) {
-        AskOrTell([&]() REQUIRES(ON_LOOP) { client.Lookup(resolver, host, done); }, done);
+        if (!Try([&]() REQUIRES(ON_LOOP) { client.Lookup(resolver, host, done); })) {
+            done(NoMemory());
+        }
     });
     return false;
 }

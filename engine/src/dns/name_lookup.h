@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -57,15 +56,9 @@ private:
 
     // What another thread leaves here.
     struct Answer {
-        // `make` gives the result, and may run out of memory.
-        template <class Make> void Take(Make make)
+        template <class Make> void Take(const Make &make) noexcept
         {
-            LookupResult made;
-            try {
-                made = make();
-            } catch (const std::bad_alloc &) {
-                made = NoMemory();
-            }
+            LookupResult made = MakeResult(make);
             MutexLock lock(mutex);
             result = std::move(made);
         }

@@ -1,7 +1,6 @@
 // The process-wide memory of names, in front of the channels.
 #include "resolver.h"
 
-#include <new>
 #include <utility>
 
 #include "base/text.h"
@@ -41,12 +40,7 @@ void Resolver::Lookup(const DnsServers &servers, const std::string &host, Lookup
     if (!book_.Join(key, std::move(done))) {
         return;
     }
-    try {
-        Channel(servers).Lookup(host,
-                                [answer](const LookupResult &result) { answer->Arrive(result); });
-    } catch (const std::bad_alloc &) {
-        answer->Arrive(NoMemory());
-    }
+    answer->Seek([&]() REQUIRES(ON_LOOP) { Channel(servers).Lookup(host, answer); });
 }
 
 AresChannel &Resolver::Channel(const DnsServers &servers)

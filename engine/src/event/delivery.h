@@ -38,38 +38,39 @@ public:
     template <class Callback> void Call(const Callback &callback)
     {
         if (const CallbackGate::Turn turn(gate_); turn) {
-            try {
-                callback();
-            } catch (...) {
-                StopOfThrown();
-            }
+            Guarded(callback);
         } else {
             Wake();
         }
     }
 
-    // Runs something for libcurl, which knows no exceptions. What is thrown ends the transfer.
-    template <class Function> auto Guarded(Function function, decltype(function()) failure) noexcept
+    // Runs something for those who know no exceptions: what is thrown ends the transfer. False
+    // then.
+    template <class Function> bool Guarded(const Function &function) noexcept
     {
         try {
-            return function();
+            function();
+            return true;
         } catch (...) {
-            StopOfThrown();
+            outcome_.StopOfThrown();
+            Wake();
+            return false;
         }
-        return failure;
+    }
+
+    // The same for what has a result.
+    template <class Function>
+    auto Guarded(const Function &function, decltype(function()) failure) noexcept
+    {
+        decltype(function()) result = failure;
+        Guarded([&] { result = function(); });
+        return result;
     }
 
     // Ends the transfer, for the first reason that is given. From any thread.
     void Stop(CURLcode code, std::string why) noexcept
     {
         outcome_.Stop(code, std::move(why));
-        Wake();
-    }
-
-    // The same for what is being handled.
-    void StopOfThrown() noexcept
-    {
-        outcome_.StopOfThrown();
         Wake();
     }
 

@@ -11,6 +11,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include "base/try.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 namespace
@@ -31,15 +33,6 @@ public:
 private:
     const std::function<void()> action_;
 };
-
-// Whoever lets others wait tells them by himself when he fails, for want of memory for instance.
-template <class Action> void Guarded(const Action &action) noexcept REQUIRES(ON_LOOP)
-{
-    try {
-        action();
-    } catch (...) {
-    }
-}
 
 int Checked(int fd)
 {
@@ -177,8 +170,8 @@ void Loop::Dispatch(int fd, uint32_t events)
         Register(fd, registration, registration.wanted);
         return;
     }
-    Guarded([&registration, fd, events]()
-                REQUIRES(ON_LOOP) { registration.watcher->OnReady(fd, events); });
+    Try([&registration, fd, events]()
+            REQUIRES(ON_LOOP) { registration.watcher->OnReady(fd, events); });
 }
 
 int Loop::MillisecondsToWait()
@@ -207,7 +200,7 @@ void Loop::RunPosted()
         running_.Swap(posted_);
     }
     while (!running_.Empty()) {
-        Guarded([task = running_.Pop()]() REQUIRES(ON_LOOP) { task->RunOnLoop(); });
+        Try([task = running_.Pop()]() REQUIRES(ON_LOOP) { task->RunOnLoop(); });
     }
 }
 
@@ -220,7 +213,7 @@ void Loop::RunTimers()
     while (!timers_.empty() && timers_.begin()->first <= now) {
         Timer *timer = timers_.begin()->second;
         timer->Stop();
-        Guarded(timer->action_);
+        Try(timer->action_);
     }
 }
 

@@ -26,29 +26,29 @@ public:
         }
     }
 
-    // What was thrown is being handled.
+    // What was thrown is being handled. Its words are found later: now there may be no memory.
     void StopOfThrown() noexcept
     {
         try {
             throw;
         } catch (const std::bad_alloc &) {
-            StopForMemory();
+            Stop(CURLE_OUT_OF_MEMORY, {});
         } catch (...) {
-            try {
-                Stop(CURLE_ABORTED_BY_CALLBACK, "A callback threw an exception");
-            } catch (const std::bad_alloc &) { // no room for the words
-                StopForMemory();
-            }
+            Stop(CURLE_ABORTED_BY_CALLBACK, {});
         }
     }
-
-    void StopForMemory() noexcept { Stop(CURLE_OUT_OF_MEMORY, {}); }
 
     bool Stopped() const { return state_.load(std::memory_order_acquire) == State::STOPPED; }
 
     // Of a transfer that is stopped.
     CURLcode Code() const { return code_; }
-    std::string Why() const { return code_ == CURLE_OUT_OF_MEMORY ? "Memory ran out" : why_; }
+    std::string Why() const
+    {
+        if (code_ == CURLE_OUT_OF_MEMORY) {
+            return "Memory ran out";
+        }
+        return why_.empty() ? "A callback threw an exception" : why_;
+    }
 
 private:
     enum class State { OPEN, STOPPING, STOPPED };

@@ -50,13 +50,8 @@ void Strand::RunOnPool()
 void Strand::Run(const Callback &callback) noexcept
 {
     const Activity::Scope running(activity_);
-    if (!running) {
-        return;
-    }
-    try {
-        callback();
-    } catch (...) {
-        transfer_.StopOfThrown();
+    if (running) {
+        transfer_.Guarded(callback);
     }
 }
 

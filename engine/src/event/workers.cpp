@@ -2,10 +2,10 @@
 #include "workers.h"
 
 #include <chrono>
-#include <exception>
 #include <system_error>
 
 #include "base/quiet_thread.h"
+#include "base/try.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -30,13 +30,11 @@ void Workers::Start()
 
 bool Workers::StartThread()
 {
-    try {
-        StartQuietThread("tnx-worker", [this] { Work(); }).detach();
-        ++threads_;
-        return true;
-    } catch (const std::exception &) {
-        return false; // no thread, or no memory for one: those that there are will get there, later
-    }
+    // No thread, or no memory for one: those that there are will get there, later.
+    const bool started =
+        Try([this] { StartQuietThread("tnx-worker", [this] { Work(); }).detach(); });
+    threads_ += started ? 1 : 0;
+    return started;
 }
 
 void Workers::Stop()

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "base/try.h"
 #include "transfer.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -59,14 +60,11 @@ void LoopDriver::Deliver(std::function<void()> callback)
 void LoopDriver::RunStrand() noexcept
 {
     std::shared_ptr<PoolTask> task = Own<PoolTask>(&strand_);
-    if (core_.Runner()) {
-        try {
-            core_.Runner()([task] { task->RunOnPool(); });
-            return;
-        } catch (...) { // not taken: the engine's own threads are there too
-        }
+    const TaskRunner &runner = core_.Runner();
+    const bool taken = runner && Try([&] { runner([task] { task->RunOnPool(); }); });
+    if (!taken) {
+        core_.GetRuntime().GetWorkers().RunLater(std::move(task));
     }
-    core_.GetRuntime().GetWorkers().RunLater(std::move(task));
 }
 
 bool LoopDriver::HasTime() const

@@ -26,11 +26,11 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
 
 void Transfer::Advance() noexcept
 {
-    try {
+    const bool went = driver_->Guarded([this] {
         Steps();
         driver_->WakeAt(WaitLimit());
-    } catch (...) {
-        driver_->GetOutcome().StopOfThrown();
+    });
+    if (!went) {
         End();
     }
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/try.h"
 #include "tnx_native/session.h"
 #include "transfer.h"
 
@@ -82,10 +83,7 @@ void Transfer::End() noexcept
     const Outcome &outcome = driver_->GetOutcome();
     const bool closed = core_->GetActivity().Closed();
     if (!request_->IsCanceled()) {
-        try {
-            recorder_.Cause(closed ? "The session was closed" : Cause());
-        } catch (...) { // no room for the words
-        }
+        Try([&] { recorder_.Cause(closed ? "The session was closed" : Cause()); });
     }
     DropWire(outcome.Code() != CURLE_OUT_OF_MEMORY);
     Finish(closed ? ERR_SESSION_CLOSED : ERR_TRANSFER_BASE + static_cast<uint32_t>(outcome.Code()));
@@ -139,10 +137,8 @@ void Transfer::Finish(uint32_t code) noexcept
         return;
     }
     receiver_.HandOverFields();
-    try {
-        TellEnd(code);
-    } catch (...) {
-        code = code != 0 ? code : ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY;
+    if (!Try([&] { TellEnd(code); }) && code == 0) {
+        code = ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY;
     }
     driver_->Complete(response_, code);
 }

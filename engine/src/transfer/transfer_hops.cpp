@@ -116,16 +116,13 @@ size_t Transfer::OnBody(std::string_view piece) noexcept
 
 void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept
 {
-    driver_->Guarded(
-        [&] {
-            if (type == CURLINFO_TEXT) {
-                recorder_.Record(type, wire_->WithRealName(WithoutSecrets(data)));
-            } else {
-                recorder_.Record(type, data);
-            }
-            return true;
-        },
-        false);
+    driver_->Guarded([&] {
+        if (type == CURLINFO_TEXT) {
+            recorder_.Record(type, wire_->WithRealName(WithoutSecrets(data)));
+        } else {
+            recorder_.Record(type, data);
+        }
+    });
 }
 
 void Transfer::OnProgress(uint64_t downloadTotal, uint64_t uploadTotal, uint64_t uploaded) noexcept
@@ -133,15 +130,12 @@ void Transfer::OnProgress(uint64_t downloadTotal, uint64_t uploadTotal, uint64_t
     if (!progress_.Wanted()) {
         return;
     }
-    driver_->Guarded(
-        [&] {
-            progress_.Report({.downloadTotal = downloadTotal,
-                              .downloaded = receiver_.Received(),
-                              .uploadTotal = uploadTotal,
-                              .uploaded = sender_.Uploaded(uploaded)});
-            return true;
-        },
-        false);
+    driver_->Guarded([&] {
+        progress_.Report({.downloadTotal = downloadTotal,
+                          .downloaded = receiver_.Received(),
+                          .uploadTotal = uploadTotal,
+                          .uploaded = sender_.Uploaded(uploaded)});
+    });
 }
 
 void Transfer::OnDone(CURLcode code) noexcept
@@ -149,11 +143,7 @@ void Transfer::OnDone(CURLcode code) noexcept
     const std::shared_ptr<Transfer> self = shared_from_this(); // the registry's goes with the end
     state_ = State::ENDED;
     phases_.HopEnded(wire_->Times());
-    try {
-        EndOfHop(code);
-    } catch (...) {
-        driver_->GetOutcome().StopOfThrown();
-    }
+    driver_->Guarded([&] { EndOfHop(code); });
     Advance();
 }
 
