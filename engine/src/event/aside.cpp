@@ -13,7 +13,7 @@ bool Aside::Push(std::shared_ptr<AsideTask> task) noexcept
     return !std::exchange(scheduled_, true);
 }
 
-void Aside::RunOnPool()
+void Aside::RunOnWorker()
 {
     while (const std::shared_ptr<AsideTask> task = Next()) {
         task->RunAside();

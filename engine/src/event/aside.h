@@ -20,13 +20,13 @@ public:
     virtual void RunAside() noexcept = 0;
 };
 
-class Aside : public PoolTask
+class Aside : public WorkerTask
 {
 public:
     // Adds a task. True when this has to be handed to the workers.
     bool Push(std::shared_ptr<AsideTask> task) noexcept;
 
-    void RunOnPool() override;
+    void RunOnWorker() override;
 
 private:
     std::shared_ptr<AsideTask> Next();

@@ -27,7 +27,7 @@ class Delivery
 {
 public:
     // Runs something that calls the application, after what came before it: at once in a
-    // synchronous fetch, on a callback thread otherwise. On the thread that drives the transfer.
+    // synchronous fetch, on a worker otherwise. On the thread that drives the transfer.
     virtual void Deliver(std::function<void()> callback) = 0;
 
     // Has the driving thread look at the transfer again. From any thread.

@@ -29,7 +29,7 @@ void Strand::Clear()
     dropped.swap(callbacks_);
 }
 
-void Strand::RunOnPool()
+void Strand::RunOnWorker()
 {
     for (;;) {
         Callback callback;

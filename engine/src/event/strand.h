@@ -16,7 +16,7 @@ namespace OHOS::Pelloria::Tnx
 
 using Callback = std::function<void()>;
 
-class Strand : public PoolTask
+class Strand : public WorkerTask
 {
 public:
     Strand(Activity &activity, Delivery &transfer)
@@ -34,7 +34,7 @@ public:
     // Forgets every callback that has not started.
     void Clear();
 
-    void RunOnPool() override;
+    void RunOnWorker() override;
 
 private:
     void Run(const Callback &callback) noexcept;

@@ -91,12 +91,12 @@ void Workers::RunRound()
 
 void Workers::RunTask()
 {
-    std::shared_ptr<PoolTask> task = tasks_.Pop();
+    std::shared_ptr<WorkerTask> task = tasks_.Pop();
     ++taken_;
     ++begun_;
     EnsureLookout();
     mutex_.unlock();
-    task->RunOnPool();
+    task->RunOnWorker();
     task.reset();
     mutex_.lock();
 }

@@ -13,11 +13,11 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-class PoolTask : public TaskQueue<PoolTask>::Link
+class WorkerTask : public TaskQueue<WorkerTask>::Link
 {
 public:
-    virtual ~PoolTask() = default;
-    virtual void RunOnPool() = 0;
+    virtual ~WorkerTask() = default;
+    virtual void RunOnWorker() = 0;
 };
 
 // Handing a callback to another thread costs more than most requests do. So the thread that ran a
@@ -37,7 +37,7 @@ public:
     void Start();
 
     // Runs a task when the round is over.
-    void RunLater(std::shared_ptr<PoolTask> task) noexcept REQUIRES(ON_LOOP)
+    void RunLater(std::shared_ptr<WorkerTask> task) noexcept REQUIRES(ON_LOOP)
     {
         batch_.Push(std::move(task));
     }
@@ -55,12 +55,12 @@ private:
     bool Look() REQUIRES(mutex_);
 
     Loop &loop_;
-    TaskQueue<PoolTask> batch_; // of the round that runs
+    TaskQueue<WorkerTask> batch_; // of the round that runs
 
     Mutex mutex_;
     CondVar work_;
     CondVar roundOver_; // for Stop
-    TaskQueue<PoolTask> tasks_ GUARDED_BY(mutex_);
+    TaskQueue<WorkerTask> tasks_ GUARDED_BY(mutex_);
     uint64_t queued_ GUARDED_BY(mutex_) = 0; // tasks, ever
     uint64_t taken_ GUARDED_BY(mutex_) = 0;  // of those
     uint64_t begun_ GUARDED_BY(mutex_) = 0;  // tasks and rounds, ever

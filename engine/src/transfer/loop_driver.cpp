@@ -59,9 +59,9 @@ void LoopDriver::Deliver(std::function<void()> callback)
 
 void LoopDriver::RunStrand() noexcept
 {
-    std::shared_ptr<PoolTask> task = Own<PoolTask>(&strand_);
+    std::shared_ptr<WorkerTask> task = Own<WorkerTask>(&strand_);
     const TaskRunner &runner = core_.Runner();
-    const bool taken = runner && Try([&] { runner([task] { task->RunOnPool(); }); });
+    const bool taken = runner && Try([&] { runner([task] { task->RunOnWorker(); }); });
     if (!taken) {
         core_.GetRuntime().GetWorkers().RunLater(std::move(task));
     }
