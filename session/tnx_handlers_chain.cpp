@@ -13,7 +13,7 @@ namespace
 
 // The entry of the application's array is read at each call.
 template <class Handler, class Interceptor> struct Link {
-    const Interceptor *slot;
+    const Interceptor *interceptor;
     Handler *next;
 };
 
@@ -62,13 +62,13 @@ template <class LinkType, class Handler> void DestroyChain(Handler *head) noexce
 
 // Null when memory runs out.
 template <class LinkType, class Handler, class Interceptor, class Function>
-Handler *Prepend(const Interceptor *slot, Handler *next, Function handle) noexcept
+Handler *Prepend(const Interceptor *interceptor, Handler *next, Function handle) noexcept
 {
     auto link = AllocateRecord<LinkType>();
     if (link == nullptr) {
         return nullptr;
     }
-    *link = {slot, next};
+    *link = {interceptor, next};
     auto *handler = MakeHandler<Handler>(handle, HANDLER_INTERCEPTOR, link.get());
     if (handler != nullptr) {
         static_cast<void>(link.release());
@@ -84,11 +84,11 @@ Handler *CreateChain(Handler *base, const Array *array, Function handle) noexcep
     }
     Handler *head = base;
     for (int32_t i = array->count; i-- > 0;) {
-        const auto *slot = &array->interceptors[i];
-        if (slot->intercept == nullptr) {
+        const auto *interceptor = &array->interceptors[i];
+        if (interceptor->intercept == nullptr) {
             continue;
         }
-        Handler *handler = Prepend<LinkType>(slot, head, handle);
+        Handler *handler = Prepend<LinkType>(interceptor, head, handle);
         if (handler == nullptr) {
             DestroyChain<LinkType>(head);
             return nullptr;
@@ -161,7 +161,7 @@ uint32_t TnxInterceptorBasedHandlerFunction(void *handlerContext, Tnx_Request *r
     if (link == nullptr || request == nullptr || callback == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return Guarded([&] { return link->slot->intercept(request, link->next, callback); });
+    return Guarded([&] { return link->interceptor->intercept(request, link->next, callback); });
 }
 
 Tnx_Response *TnxInterceptorBasedSyncHandlerFunction(void *handlerContext, Tnx_Request *request,
@@ -175,7 +175,8 @@ Tnx_Response *TnxInterceptorBasedSyncHandlerFunction(void *handlerContext, Tnx_R
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    return Guarded(errCode, [&] { return link->slot->intercept(request, link->next, errCode); });
+    return Guarded(errCode,
+                   [&] { return link->interceptor->intercept(request, link->next, errCode); });
 }
 
 } // namespace OHOS::Pelloria::TnxC

@@ -50,7 +50,7 @@ Loop::Timer::Timer(Loop &loop, std::function<void()> action)
 {
     Timers made;
     made.emplace(at_, this);
-    place_ = made.extract(made.begin());
+    node_ = made.extract(made.begin());
 }
 
 void Loop::Timer::Start(TimePoint at) noexcept
@@ -58,14 +58,14 @@ void Loop::Timer::Start(TimePoint at) noexcept
     Stop();
     at_ = at;
     running_ = true;
-    place_.value() = {at, this};
-    loop_.timers_.insert(std::move(place_));
+    node_.value() = {at, this};
+    loop_.timers_.insert(std::move(node_));
 }
 
 void Loop::Timer::Stop() noexcept
 {
     if (running_) {
-        place_ = loop_.timers_.extract({at_, this});
+        node_ = loop_.timers_.extract({at_, this});
         running_ = false;
     }
 }

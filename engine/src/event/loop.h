@@ -63,8 +63,8 @@ public:
         const std::function<void()> action_;
         TimePoint at_ GUARDED_BY(ON_LOOP);
         bool running_ GUARDED_BY(ON_LOOP) = false;
-        Timers::node_type place_
-            GUARDED_BY(ON_LOOP); // while it is not running; kept, so that starting takes no memory
+        // While it is not running; kept, so that starting takes no memory.
+        Timers::node_type node_ GUARDED_BY(ON_LOOP);
     };
 
     Loop();

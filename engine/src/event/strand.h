@@ -28,7 +28,7 @@ public:
     // Adds a callback. True when the strand has to be handed to the workers.
     bool Push(Callback callback);
 
-    // The same for the one that ends the transfer, whose place was kept free for it.
+    // The same for the one that ends the transfer, whose node was made beforehand.
     bool PushLast(Callback callback) noexcept;
 
     // Forgets every callback that has not started.

@@ -69,7 +69,7 @@ std::optional<int> ReadMonth(std::string_view token)
 }
 
 // A token goes to the first part of the date that it fits and that is still open.
-void Place(std::string_view token, Date &date)
+void ReadToken(std::string_view token, Date &date)
 {
     if (!date.time && (date.time = ReadTime(token))) {
         return;
@@ -104,7 +104,7 @@ std::optional<int64_t> ParseCookieDate(std::string_view text)
             ++length;
         }
         if (length > 0) {
-            Place(text.substr(0, length), date);
+            ReadToken(text.substr(0, length), date);
         }
         text.remove_prefix(std::min(length + 1, text.size()));
     }

@@ -77,11 +77,11 @@ void HopCookies::Store(const ResponseCookie &cookie, const Url &url)
         cookies.erase(key);
         return;
     }
-    const auto [place, added] = cookies.try_emplace(key);
-    place->second = {.value = cookie.value,
+    const auto [entry, added] = cookies.try_emplace(key);
+    entry->second = {.value = cookie.value,
                      .hostOnly = hostOnly,
                      .secure = secure,
-                     .created = added ? ++created_ : place->second.created};
+                     .created = added ? ++created_ : entry->second.created};
     if (cookies.size() > MOST_OF_DOMAIN) {
         cookies.erase(std::min_element(cookies.begin(), cookies.end(), [](auto &a, auto &b) {
             return a.second.created < b.second.created;

@@ -22,11 +22,11 @@ public:
     // As ParseUrl. From any thread.
     CURLcode Parse(const std::string &text, std::shared_ptr<const Url> &url)
     {
-        const size_t slot = std::hash<std::string>()(text) % SLOTS;
+        const size_t index = std::hash<std::string>()(text) % ENTRIES;
         {
             MutexLock lock(mutex_);
-            if (slots_[slot] != nullptr && slots_[slot]->text == text) {
-                url = slots_[slot];
+            if (entries_[index] != nullptr && entries_[index]->text == text) {
+                url = entries_[index];
                 return CURLE_OK;
             }
         }
@@ -36,16 +36,16 @@ public:
         if (code == CURLE_OK && !url->hasCredential) {
             std::shared_ptr<const Url> last = url; // released without the lock
             MutexLock lock(mutex_);
-            slots_[slot].swap(last);
+            entries_[index].swap(last);
         }
         return code;
     }
 
 private:
-    static constexpr size_t SLOTS = 16;
+    static constexpr size_t ENTRIES = 16;
 
     Mutex mutex_;
-    std::array<std::shared_ptr<const Url>, SLOTS> slots_ GUARDED_BY(mutex_);
+    std::array<std::shared_ptr<const Url>, ENTRIES> entries_ GUARDED_BY(mutex_);
 };
 
 } // namespace OHOS::Pelloria::Tnx

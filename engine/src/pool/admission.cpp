@@ -16,11 +16,11 @@ constexpr uint64_t HTTP2_STREAMS = 100;
 bool Admission::Take(Host &host, bool exclusive)
 {
     const uint64_t before = host.Connections();
-    uint64_t &places = exclusive ? host.exclusive : host.shared;
-    ++places;
+    uint64_t &slots = exclusive ? host.exclusive : host.shared;
+    ++slots;
     const uint64_t opened = host.Connections() - before;
     if (opened != 0 && (before + opened > perHost_ || connections_ + opened > total_)) {
-        --places;
+        --slots;
         return false;
     }
     connections_ += opened;

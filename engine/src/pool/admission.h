@@ -35,7 +35,7 @@ public:
     {
     }
 
-    // A place on a connection to one host. `exclusive` ones share their connection with nobody.
+    // A connection to one host, or a share in one. `exclusive` ones share it with nobody.
     struct Slot {
         std::shared_ptr<const std::string> host;
         bool exclusive = false;

@@ -115,19 +115,19 @@ void Transfer::EnterQueue()
 {
     slot_ = {.host = std::shared_ptr<const std::string>(hop_.url, &hop_.url->origin),
              .exclusive = driver_->Exclusive()};
-    place_ = Place::WAITING;
+    slotState_ = SlotState::WAITING;
     state_ = State::ADMISSION;
     if (!driver_->NeedsSlot()) {
-        place_ = Place::NONE;
+        slotState_ = SlotState::NONE;
     } else if (core_->GetAdmission().Enter(slot_, shared_from_this())) {
-        place_ = Place::ADMITTED;
+        slotState_ = SlotState::HELD;
     }
 }
 
 void Transfer::Admitted()
 {
-    Place waiting = Place::WAITING;
-    if (place_.compare_exchange_strong(waiting, Place::ADMITTED)) {
+    SlotState waiting = SlotState::WAITING;
+    if (slotState_.compare_exchange_strong(waiting, SlotState::HELD)) {
         Wake();
     } else {
         core_->GetAdmission().Leave(slot_); // it has gone meanwhile
@@ -137,14 +137,14 @@ void Transfer::Admitted()
 // Gives up the slot, or the wait for one.
 void Transfer::LeaveSlot()
 {
-    if (place_.exchange(Place::NONE) == Place::ADMITTED) {
+    if (slotState_.exchange(SlotState::NONE) == SlotState::HELD) {
         core_->GetAdmission().Leave(slot_);
     }
 }
 
 bool Transfer::LeaveQueue()
 {
-    if (place_ == Place::WAITING) {
+    if (slotState_ == SlotState::WAITING) {
         return false;
     }
     phases_.LeftQueue();

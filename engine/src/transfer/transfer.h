@@ -58,7 +58,7 @@ private:
     };
 
     // Where the transfer stands with the limits on connections.
-    enum class Place { NONE, WAITING, ADMITTED };
+    enum class SlotState { NONE, WAITING, HELD };
 
     void Steps();
     bool Step();
@@ -132,7 +132,7 @@ private:
     std::optional<TimePoint> attemptEnd_; // of a connection, where there are other addresses
     Wire *wire_ = nullptr;                // has the hop
     Admission::Slot slot_;
-    std::atomic<Place> place_ = Place::NONE;
+    std::atomic<SlotState> slotState_ = SlotState::NONE;
     std::atomic<int> exclusion_ = UNKNOWN;
 
     static constexpr int UNKNOWN = -1;
