@@ -62,20 +62,20 @@ public:
     {
     }
 
-    void Number(CURLoption option, long value) { Take(curl_easy_setopt(easy_, option, value)); }
+    void Number(CURLoption option, long value) { Note(curl_easy_setopt(easy_, option, value)); }
     void Text(CURLoption option, const char *value)
     {
-        Take(curl_easy_setopt(easy_, option, value));
+        Note(curl_easy_setopt(easy_, option, value));
     }
     void Blob(CURLoption option, const std::string &bytes)
     {
         curl_blob blob{const_cast<char *>(bytes.data()), bytes.size(), CURL_BLOB_COPY};
-        Take(curl_easy_setopt(easy_, option, &blob));
+        Note(curl_easy_setopt(easy_, option, &blob));
     }
     CURLcode Result() const { return result_; }
 
 private:
-    void Take(CURLcode code)
+    void Note(CURLcode code)
     {
         if (result_ == CURLE_OK) {
             result_ = code;

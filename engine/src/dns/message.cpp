@@ -25,8 +25,8 @@ void Add(int family, const void *address, std::chrono::seconds life, LookupResul
     result.addresses.emplace_back(text.data());
 }
 
-// Takes the bytes over.
-void Take(unsigned char *bytes, size_t length, std::string &message)
+// Owns the bytes from now on.
+void MoveTo(unsigned char *bytes, size_t length, std::string &message)
 {
     const std::unique_ptr<unsigned char, decltype(&ares_free_string)> owned(bytes,
                                                                             ares_free_string);
@@ -62,7 +62,7 @@ std::string WriteQuestion(const std::string &host, int type, std::string &messag
     if (status != ARES_SUCCESS) {
         return ares_strerror(status);
     }
-    Take(bytes, length, message);
+    MoveTo(bytes, length, message);
     return "";
 }
 
@@ -118,7 +118,7 @@ std::string WriteQuestion(const std::string &host, int type, std::string &messag
     if (status != ARES_SUCCESS) {
         return ares_strerror(status);
     }
-    Take(bytes, static_cast<size_t>(length), message);
+    MoveTo(bytes, static_cast<size_t>(length), message);
     return "";
 }
 

@@ -122,7 +122,7 @@ void NameLookup::AskApplication(const DynamicDnsFunction &function)
     // By value: the transfer may be at its next name before this has come back.
     delivery_.Deliver([&delivery = delivery_, answer = answer_, wake = wake_, host = host_,
                        port = port_, &function] {
-        answer->Take([&] {
+        answer->Set([&] {
             LookupResult result;
             delivery.Call([&] { result.addresses = function(host, port); });
             return result;
@@ -153,7 +153,7 @@ LookupDone NameLookup::Await()
 {
     answer_ = std::make_shared<Answer>();
     return [answer = answer_, wake = wake_](const LookupResult &result) {
-        answer->Take([&result] { return result; });
+        answer->Set([&result] { return result; });
         wake();
     };
 }

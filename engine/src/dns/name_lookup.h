@@ -56,7 +56,7 @@ private:
 
     // What another thread leaves here.
     struct Answer {
-        template <class Make> void Take(const Make &make) noexcept
+        template <class Make> void Set(const Make &make) noexcept
         {
             LookupResult made = MakeResult(make);
             MutexLock lock(mutex);

@@ -13,7 +13,7 @@ constexpr uint64_t HTTP2_STREAMS = 100;
 
 } // namespace
 
-bool Admission::Take(Host &host, bool exclusive)
+bool Admission::Admit(Host &host, bool exclusive)
 {
     const uint64_t before = host.Connections();
     uint64_t &slots = exclusive ? host.exclusive : host.shared;
@@ -34,7 +34,7 @@ bool Admission::Enter(const Slot &slot, const std::shared_ptr<Candidate> &candid
         ForgetIdleHosts();
     }
     Host &host = hosts_[*slot.host];
-    if (host.waiters.empty() && Take(host, slot.exclusive)) {
+    if (host.waiters.empty() && Admit(host, slot.exclusive)) {
         return true;
     }
     // Both or none: a turn for a host that nobody waits for would outlive it.
@@ -109,7 +109,7 @@ std::shared_ptr<Candidate> Admission::AdmitFrom(Host &host)
     while (!host.waiters.empty()) {
         const Waiter &first = host.waiters.front();
         std::shared_ptr<Candidate> candidate = first.candidate.lock();
-        if (candidate != nullptr && !Take(host, first.exclusive)) {
+        if (candidate != nullptr && !Admit(host, first.exclusive)) {
             return nullptr;
         }
         host.waiters.pop_front();

@@ -68,7 +68,7 @@ private:
     };
     using Hosts = std::unordered_map<std::string, Host>;
 
-    bool Take(Host &host, bool exclusive) REQUIRES(mutex_);
+    bool Admit(Host &host, bool exclusive) REQUIRES(mutex_);
     void AdmitWaiters();
     std::shared_ptr<Candidate> AdmitOne();
     std::shared_ptr<Candidate> AdmitFrom(Host &host) REQUIRES(mutex_);

@@ -83,7 +83,7 @@ std::unique_ptr<Wire> SessionCore::TakeWire()
     return wire;
 }
 
-void SessionCore::GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept
+void SessionCore::ReturnWire(std::unique_ptr<Wire> wire, bool sound) noexcept
 {
     if (sound) {
         wire->Clean();
@@ -116,7 +116,7 @@ std::unique_ptr<CallerWire> SessionCore::TakeCallerWire()
     return wire;
 }
 
-void SessionCore::GiveCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept
+void SessionCore::ReturnCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept
 {
     if (sound) {
         wire->wire.Clean();

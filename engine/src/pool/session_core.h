@@ -69,17 +69,17 @@ public:
     std::vector<std::shared_ptr<RunningFetch>> Find(const Request &request);
     std::vector<std::shared_ptr<RunningFetch>> All();
 
-    // Wires that are given back serve again if they are sound: where memory ran out, libcurl may
+    // Wires that are returned serve again if they are sound: where memory ran out, libcurl may
     // not have set them back whole. Taking one throws bad_alloc.
 
     // Those of the loop, until ReleaseWires.
     std::unique_ptr<Wire> TakeWire() REQUIRES(ON_LOOP);
-    void GiveWire(std::unique_ptr<Wire> wire, bool sound) noexcept REQUIRES(ON_LOOP);
+    void ReturnWire(std::unique_ptr<Wire> wire, bool sound) noexcept REQUIRES(ON_LOOP);
     void ReleaseWires() REQUIRES(ON_LOOP);
 
     // Those of callers.
     std::unique_ptr<CallerWire> TakeCallerWire();
-    void GiveCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept;
+    void ReturnCallerWire(std::unique_ptr<CallerWire> wire, bool sound) noexcept;
 
 private:
     long MaxIdle() const;

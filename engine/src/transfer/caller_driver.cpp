@@ -93,13 +93,13 @@ Wire &CallerDriver::TakeWire()
     return wire_->wire;
 }
 
-void CallerDriver::GiveWireBack(bool sound) noexcept
+void CallerDriver::ReturnWire(bool sound) noexcept
 {
     {
         MutexLock lock(mutex_);
         polled_ = nullptr;
     }
-    core_.GiveCallerWire(std::move(wire_), sound);
+    core_.ReturnCallerWire(std::move(wire_), sound);
 }
 
 void CallerDriver::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept

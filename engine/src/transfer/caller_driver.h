@@ -34,7 +34,7 @@ public:
     bool Exclusive() const override { return true; }
     bool NeedsSlot() const override { return needsSlot_; }
     Wire &TakeWire() override;
-    void GiveWireBack(bool sound) noexcept override;
+    void ReturnWire(bool sound) noexcept override;
     void WakeAt(std::optional<TimePoint> time) override { wakeAt_ = time; }
     void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
 

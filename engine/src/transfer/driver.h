@@ -31,9 +31,9 @@ public:
     virtual bool Exclusive() const = 0;
     virtual bool NeedsSlot() const = 0;
 
-    // A wire, until it is given back. Throws bad_alloc.
+    // A wire, until it is returned. Throws bad_alloc.
     virtual Wire &TakeWire() = 0;
-    virtual void GiveWireBack(bool sound) noexcept = 0;
+    virtual void ReturnWire(bool sound) noexcept = 0;
 
     // Wakes the transfer then, if not before.
     virtual void WakeAt(std::optional<TimePoint> time) = 0;

@@ -93,10 +93,10 @@ Wire &LoopDriver::TakeWire()
     return *wire_;
 }
 
-void LoopDriver::GiveWireBack(bool sound) noexcept
+void LoopDriver::ReturnWire(bool sound) noexcept
 {
     ON_LOOP.Have();
-    core_.GiveWire(std::move(wire_), sound);
+    core_.ReturnWire(std::move(wire_), sound);
 }
 
 void LoopDriver::Complete(std::shared_ptr<Response> response, uint32_t code) noexcept

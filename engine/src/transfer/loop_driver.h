@@ -30,7 +30,7 @@ public:
     bool Exclusive() const override { return false; }
     bool NeedsSlot() const override { return true; }
     Wire &TakeWire() override;
-    void GiveWireBack(bool sound) noexcept override;
+    void ReturnWire(bool sound) noexcept override;
     void WakeAt(std::optional<TimePoint> time) override;
     void Complete(std::shared_ptr<Response> response, uint32_t code) noexcept override;
 

@@ -161,7 +161,7 @@ void Transfer::ChooseRoute()
         std::get_if<Exclusions::UrlPredicate>(&configuration_.proxy.exclusions.Get());
     if (proxy.address.empty() || excludes == nullptr ||
         configuration_.proxy.mode != PROXY_EXPLICIT) {
-        TakeProxy(proxy);
+        UseProxy(proxy);
         return;
     }
     exclusion_ = UNKNOWN;
@@ -177,11 +177,11 @@ bool Transfer::TakeExclusion()
     if (exclusion_ == UNKNOWN) {
         return false;
     }
-    TakeProxy(exclusion_ == 1 ? ProxyChoice() : ChooseProxy(configuration_.proxy, *hop_.url));
+    UseProxy(exclusion_ == 1 ? ProxyChoice() : ChooseProxy(configuration_.proxy, *hop_.url));
     return true;
 }
 
-void Transfer::TakeProxy(const ProxyChoice &choice)
+void Transfer::UseProxy(const ProxyChoice &choice)
 {
     if (!choice.address.empty()) {
         route_.proxy.namedBy = choice.namedBy;
@@ -219,7 +219,7 @@ bool Transfer::TakeTarget()
 void Transfer::LookUpProxy()
 {
     if (route_.proxy.Direct()) {
-        TakeRoute();
+        FinishRoute();
         return;
     }
     lookup_.Start(route_.proxy.host, route_.proxy.port, nullptr, Waker());
@@ -238,11 +238,11 @@ bool Transfer::TakeProxyAddresses()
         return true;
     }
     route_.proxyAddresses = result.addresses;
-    TakeRoute();
+    FinishRoute();
     return true;
 }
 
-void Transfer::TakeRoute()
+void Transfer::FinishRoute()
 {
     route_.attempts = Attempts(route_.PeerAddresses());
     if (!route_.addresses.empty() || !route_.proxyAddresses.empty()) {

@@ -68,11 +68,11 @@ private:
     void LeaveSlot();
     void ChooseRoute();
     bool TakeExclusion();
-    void TakeProxy(const ProxyChoice &choice);
+    void UseProxy(const ProxyChoice &choice);
     bool TakeTarget();
     void LookUpProxy();
     bool TakeProxyAddresses();
-    void TakeRoute();
+    void FinishRoute();
     void Send();
     bool GoOn();
     TimeLeft StartAttempt();
@@ -81,7 +81,7 @@ private:
     void EndOfHop(CURLcode code);
     bool Responded(CURLcode code) const;
     void SendAfresh();
-    void TakeResponse();
+    void HandleResponse();
     void Redirect(const std::string &reference);
     bool Drain();
 

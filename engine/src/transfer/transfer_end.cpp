@@ -122,7 +122,7 @@ void Transfer::StopWire() noexcept
 void Transfer::DropWire(bool sound) noexcept
 {
     if (std::exchange(wire_, nullptr) != nullptr) {
-        driver_->GiveWireBack(sound);
+        driver_->ReturnWire(sound);
     }
 }
 

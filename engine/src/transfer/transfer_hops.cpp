@@ -157,7 +157,7 @@ void Transfer::EndOfHop(CURLcode code)
     } else if (code == CURLE_COULDNT_CONNECT && !route_.attempts.Last() && !wire_->Sent()) {
         TryNextAddresses();
     } else if (Responded(code)) {
-        TakeResponse();
+        HandleResponse();
     } else {
         FailHop(code);
     }
@@ -187,7 +187,7 @@ void Transfer::SendAfresh()
     state_ = State::SEND;
 }
 
-void Transfer::TakeResponse()
+void Transfer::HandleResponse()
 {
     const bool http2 = wire_->SpokeHttp2();
     if (http2 && hop_.url->Secure() && !driver_->Exclusive()) {
