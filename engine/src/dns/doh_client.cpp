@@ -88,10 +88,10 @@ private:
     {
         LookupResult result;
         if (v6_.Error().empty()) {
-            ReadAddresses(v6_.Answer(), ns_t_aaaa, result);
+            ReadAddresses(v6_.Message(), ns_t_aaaa, result);
         }
         if (v4_.Error().empty()) {
-            ReadAddresses(v4_.Answer(), ns_t_a, result);
+            ReadAddresses(v4_.Message(), ns_t_a, result);
         }
         if (result.addresses.empty()) {
             result.error = !v4_.Error().empty() ? v4_.Error() : v6_.Error();

@@ -16,17 +16,17 @@ namespace
 {
 
 constexpr long TIMEOUT_MS = 5000;
-constexpr size_t MAX_ANSWER = 65535; // the largest DNS message
+constexpr size_t MAX_MESSAGE = 65535; // the largest DNS message
 constexpr const char *MEDIA_TYPE = "application/dns-message";
 
 // Empty: it is a good one.
-const char *AnswerError(std::string_view answer)
+const char *MessageError(std::string_view message)
 {
     constexpr size_t CODE_AT = 3;
-    if (answer.size() < HFIXEDSZ) {
+    if (message.size() < HFIXEDSZ) {
         return "the resolver answers with no DNS message";
     }
-    switch (answer[CODE_AT] & 0x0F) {
+    switch (message[CODE_AT] & 0x0F) {
     case ns_r_noerror:
         return "";
     case ns_r_nxdomain:
@@ -61,13 +61,13 @@ DohQuery::~DohQuery()
 void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
                      const std::string &host, int type)
 {
-    std::string message;
-    if (std::string error = WriteQuestion(host, type, message); !error.empty()) {
+    std::string question;
+    if (std::string error = WriteQuestion(host, type, question); !error.empty()) {
         End(std::move(error));
         return;
     }
-    curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(message.size()));
-    SetText(easy_.get(), CURLOPT_COPYPOSTFIELDS, message.data());
+    curl_easy_setopt(easy_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(question.size()));
+    SetText(easy_.get(), CURLOPT_COPYPOSTFIELDS, question.data());
     const CURLcode code = SetOptions(resolver, resolve);
     if (code != CURLE_OK) {
         End(curl_easy_strerror(code));
@@ -123,7 +123,7 @@ std::string DohQuery::ErrorOf(CURLcode code) const
     if (type == nullptr || !Lower(type).starts_with(MEDIA_TYPE)) {
         return "the resolver answers with no DNS message";
     }
-    return AnswerError(answer_);
+    return MessageError(message_);
 }
 
 void DohQuery::End(std::string error)
@@ -135,10 +135,10 @@ void DohQuery::End(std::string error)
 
 size_t DohQuery::OnBody(char *piece, size_t size, size_t count, void *self)
 {
-    std::string &answer = static_cast<DohQuery *>(self)->answer_;
+    std::string &message = static_cast<DohQuery *>(self)->message_;
     const size_t length = size * count;
     const bool taken =
-        answer.size() + length <= MAX_ANSWER && Try([&] { answer.append(piece, length); });
+        message.size() + length <= MAX_MESSAGE && Try([&] { message.append(piece, length); });
     return taken ? length : 0;
 }
 

@@ -35,8 +35,8 @@ public:
                int type);
 
     bool Done() const { return ended_; }
-    const std::string &Answer() const { return answer_; }
-    const std::string &Error() const { return error_; } // empty: there is an answer
+    const std::string &Message() const { return message_; } // of the answer
+    const std::string &Error() const { return error_; }     // empty: there is an answer
 
 private:
     CURLcode SetOptions(const DohResolver &resolver, const std::string &resolve);
@@ -50,7 +50,7 @@ private:
     const std::function<void()> done_;
     StringList headers_;
     StringList resolve_;
-    std::string answer_;
+    std::string message_;
     std::string error_;
     bool ended_ = false;
     std::array<char, CURL_ERROR_SIZE> text_{};

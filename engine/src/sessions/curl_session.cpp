@@ -8,7 +8,7 @@
 
 #include <unistd.h>
 
-#include "answering_session.h"
+#include "refusing_session.h"
 #include "transfer/caller_driver.h"
 #include "transfer/loop_driver.h"
 #include "transfer/transfer.h"
@@ -71,7 +71,7 @@ std::shared_ptr<Response> CurlSession::FetchSync(const std::shared_ptr<Request> 
     const Activity::Scope running(core->GetActivity());
     if (!running) {
         *errorCode = ERR_SESSION_CLOSED;
-        return MakeAnswer(request, CLOSED);
+        return MakeRefusal(request, CLOSED);
     }
     auto driver = std::make_unique<CallerDriver>(*core, request->Gate(), insideCallback);
     CallerDriver &caller = *driver;
@@ -138,12 +138,12 @@ DefaultSessionFactory::CreateSession(const std::shared_ptr<SessionConfiguration>
     try {
         return std::make_shared<CurlSession>(configuration, runner_);
     } catch (const std::bad_alloc &) {
-        return std::make_shared<AnsweringSession>(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY,
-                                                  "Memory ran out when the session was set up",
-                                                  configuration);
+        return std::make_shared<RefusingSession>(ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY,
+                                                 "Memory ran out when the session was set up",
+                                                 configuration);
     } catch (const std::exception &error) {
-        return std::make_shared<AnsweringSession>(ERR_TRANSFER_BASE + CURLE_FAILED_INIT,
-                                                  error.what(), configuration);
+        return std::make_shared<RefusingSession>(ERR_TRANSFER_BASE + CURLE_FAILED_INIT,
+                                                 error.what(), configuration);
     }
 }
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "answering_session.h"
 #include "pool/session_core.h"
+#include "refusing_session.h"
 #include "tnx_native/session.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -33,7 +33,7 @@ private:
     const uint64_t generation_;
     const std::string id_;
     const std::shared_ptr<SessionCore> core_;
-    AnsweringSession orphan_; // answers in a child that inherited the session
+    RefusingSession orphan_; // refuses in a child that inherited the session
 };
 
 } // namespace OHOS::Pelloria::Tnx

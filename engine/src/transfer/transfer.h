@@ -86,7 +86,7 @@ private:
     bool Drain();
 
     void OnRequest() noexcept override { receiver_.StartResponse(); }
-    bool Answered() const noexcept override { return !receiver_.Block().Untouched(); }
+    bool ResponseBegun() const noexcept override { return !receiver_.Block().Untouched(); }
     bool OnHeaderLine(std::string_view line) noexcept override;
     size_t OnBody(std::string_view piece) noexcept override;
     void OnEvent(curl_infotype type, std::string_view data) noexcept override;

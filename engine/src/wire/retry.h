@@ -26,11 +26,11 @@ public:
     bool Watches() const { return !idempotent_; }
     void BodySent(curl_off_t bytes) { bodySent_ = std::max(bodySent_, bytes); }
 
-    // The request is about to go out. `answered`: something of a response has come.
-    bool MaySend(bool answered)
+    // The request is about to go out. `responded`: something of a response has come.
+    bool MaySend(bool responded)
     {
         repeated_ = repeated_ || sent_;
-        refused_ = std::exchange(sent_, true) && !idempotent_ && bodySent_ > 0 && !answered;
+        refused_ = std::exchange(sent_, true) && !idempotent_ && bodySent_ > 0 && !responded;
         return !refused_;
     }
 

@@ -140,7 +140,7 @@ int Wire::BeforeRequest(void *self, char *, char *, int, int localPort)
 
 bool Wire::MayGoOut(int localPort)
 {
-    if (!retry_.MaySend(sink_->Answered())) {
+    if (!retry_.MaySend(sink_->ResponseBegun())) {
         return false;
     }
     long connections = 0;

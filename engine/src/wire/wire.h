@@ -52,7 +52,7 @@ public:
     // A request goes out, of which an exchange has several where one is repeated: what comes next
     // is its response. Whether something of one has come.
     virtual void OnRequest() noexcept = 0;
-    virtual bool Answered() const noexcept = 0;
+    virtual bool ResponseBegun() const noexcept = 0;
 
     // A line of a header section, and a piece of a body: how much was taken, less to stop, or
     // CURL_WRITEFUNC_PAUSE.

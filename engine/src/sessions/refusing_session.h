@@ -1,7 +1,7 @@
-// Answers that need no network: of sessions that could not be set up, and of those that a forked
+// Refusals, which need no network: of sessions that could not be set up, and of those that a forked
 // child inherited.
-#ifndef TNX_ENGINE_ANSWERING_SESSION_H
-#define TNX_ENGINE_ANSWERING_SESSION_H
+#ifndef TNX_ENGINE_REFUSING_SESSION_H
+#define TNX_ENGINE_REFUSING_SESSION_H
 
 #include <cstdint>
 #include <memory>
@@ -14,16 +14,16 @@ namespace OHOS::Pelloria::Tnx
 {
 
 // A response that says why there is none.
-std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
-                                     const std::string &why);
+std::shared_ptr<Response> MakeRefusal(const std::shared_ptr<Request> &request,
+                                      const std::string &why);
 
-// Answers every fetch with the same code.
-class AnsweringSession final : public Session
+// Refuses every fetch with the same code.
+class RefusingSession final : public Session
 {
 public:
     // Without a configuration there is nobody to tell of a cancel or a close.
-    AnsweringSession(uint32_t code, std::string why,
-                     std::shared_ptr<SessionConfiguration> configuration = {})
+    RefusingSession(uint32_t code, std::string why,
+                    std::shared_ptr<SessionConfiguration> configuration = {})
         : code_(code)
         , why_(std::move(why))
         , configuration_(std::move(configuration))

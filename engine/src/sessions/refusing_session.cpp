@@ -1,13 +1,13 @@
-// Answers without a network.
-#include "answering_session.h"
+// Refuses without a network.
+#include "refusing_session.h"
 
 #include "base/quiet_thread.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
-std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
-                                     const std::string &why)
+std::shared_ptr<Response> MakeRefusal(const std::shared_ptr<Request> &request,
+                                      const std::string &why)
 {
     auto response = std::make_shared<Response>(request);
     response->SetEffectiveUrl(request->GetUrl());
@@ -16,10 +16,10 @@ std::shared_ptr<Response> MakeAnswer(const std::shared_ptr<Request> &request,
 }
 
 // On a thread of its own: the runtime may be what is missing.
-void AnsweringSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion)
+void RefusingSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion)
 {
-    StartQuietThread("tnx-answer", [activity = activity_, request, code = code_, why = why_,
-                                    completion = std::move(completion)] {
+    StartQuietThread("tnx-refusal", [activity = activity_, request, code = code_, why = why_,
+                                     completion = std::move(completion)] {
         const Activity::Scope running(*activity);
         if (!running) {
             return;
@@ -27,19 +27,19 @@ void AnsweringSession::Fetch(const std::shared_ptr<Request> &request, ResponseCa
         if (request->IsCanceled()) {
             completion(nullptr, ERR_REQUEST_CANCELED);
         } else {
-            completion(MakeAnswer(request, why), code);
+            completion(MakeRefusal(request, why), code);
         }
     }).detach();
 }
 
-void AnsweringSession::CancelAll()
+void RefusingSession::CancelAll()
 {
     if (configuration_ != nullptr && configuration_->onSessionCanceled) {
         configuration_->onSessionCanceled();
     }
 }
 
-void AnsweringSession::Close()
+void RefusingSession::Close()
 {
     const bool first = activity_->Close();
     activity_->WaitForOthers();
@@ -48,11 +48,11 @@ void AnsweringSession::Close()
     }
 }
 
-std::shared_ptr<Response> AnsweringSession::FetchSync(const std::shared_ptr<Request> &request,
-                                                      uint32_t *errorCode)
+std::shared_ptr<Response> RefusingSession::FetchSync(const std::shared_ptr<Request> &request,
+                                                     uint32_t *errorCode)
 {
     *errorCode = code_;
-    return MakeAnswer(request, why_);
+    return MakeRefusal(request, why_);
 }
 
 } // namespace OHOS::Pelloria::Tnx
