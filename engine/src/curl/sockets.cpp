@@ -80,7 +80,7 @@ bool SpokeHttp1(CURL *easy)
 
 } // namespace
 
-void Sockets::Prepare(Options &options)
+void Sockets::SetOptions(Options &options)
 {
     options.Function(CURLOPT_OPENSOCKETFUNCTION, OnOpen);
     options.Pointer(CURLOPT_OPENSOCKETDATA, this);

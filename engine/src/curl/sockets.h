@@ -28,8 +28,8 @@ public:
     Sockets(const Sockets &) = delete;
     Sockets &operator=(const Sockets &) = delete;
 
-    // Names the options of an easy handle that goes into the multi handle.
-    void Prepare(Options &options);
+    // Those of an easy handle that goes into the multi handle.
+    void SetOptions(Options &options);
 
     // Something has arrived at a kept connection of HTTP/1 that nobody has asked for: its end, or a
     // response that would be taken for that of the next request. `easy` has the connection.

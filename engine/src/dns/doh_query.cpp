@@ -74,7 +74,7 @@ void DohQuery::Start(const DohResolver &resolver, const std::string &resolve,
         return;
     }
     Options options(easy_.get());
-    multi_.GetSockets().Prepare(options);
+    multi_.GetSockets().SetOptions(options);
     multi_.Add(easy_.get(), *this);
 }
 

@@ -49,7 +49,7 @@ Runtime::Runtime()
     // Once a process, not once a runtime: a forked child inherits what these set up.
     static const bool ready = [] {
         const bool initialised = InitialiseCurl() == CURLE_OK;
-        pthread_atfork(PrepareFork, AfterForkInParent, AfterForkInChild);
+        pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
         // After the TLS library has registered its own clean-up, so that the loop stops before it.
         std::atexit(StopAtExit);
         return initialised;
@@ -69,7 +69,7 @@ void Runtime::RunAside(std::shared_ptr<AsideTask> task) noexcept
     }
 }
 
-void Runtime::PrepareFork()
+void Runtime::BeforeFork()
 {
     g_starting.lock();
 }

@@ -34,7 +34,7 @@ private:
     Runtime();
     ~Runtime() = delete; // lives as long as the process: callbacks may outlast main
 
-    static void PrepareFork();
+    static void BeforeFork();
     static void AfterForkInParent();
     static void AfterForkInChild();
     static void StopAtExit();

@@ -82,14 +82,14 @@ std::string_view Sender::Text()
     return "";
 }
 
-CURLcode Sender::Prepare(CURL *easy, std::optional<uint64_t> length)
+CURLcode Sender::SetOptions(CURL *easy, std::optional<uint64_t> length)
 {
     const auto &content = request_.GetContent()->Get();
     if (const auto *const form = std::get_if<std::shared_ptr<MultipartForm>>(&content)) {
         SecretSeen();
-        return PrepareMultipart(easy, **form);
+        return SetMultipartOptions(easy, **form);
     }
-    return PreparePull(easy, std::get<GetDataFunction>(content), length);
+    return SetPullOptions(easy, std::get<GetDataFunction>(content), length);
 }
 
 PullBody &Sender::NewPull(const GetDataFunction &function, std::optional<uint64_t> length)
@@ -98,8 +98,8 @@ PullBody &Sender::NewPull(const GetDataFunction &function, std::optional<uint64_
     return *pulls_.back();
 }
 
-CURLcode Sender::PreparePull(CURL *easy, const GetDataFunction &function,
-                             std::optional<uint64_t> length)
+CURLcode Sender::SetPullOptions(CURL *easy, const GetDataFunction &function,
+                                std::optional<uint64_t> length)
 {
     PullBody &pull = NewPull(function, length);
     curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
@@ -112,7 +112,7 @@ CURLcode Sender::PreparePull(CURL *easy, const GetDataFunction &function,
                             length ? static_cast<curl_off_t>(*length) : curl_off_t{-1});
 }
 
-CURLcode Sender::PrepareMultipart(CURL *easy, const MultipartForm &form)
+CURLcode Sender::SetMultipartOptions(CURL *easy, const MultipartForm &form)
 {
     mime_.reset(curl_mime_init(easy));
     if (mime_ == nullptr) {

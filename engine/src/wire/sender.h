@@ -35,7 +35,7 @@ public:
 
     // Sets the options of any other body. `length` is the application's own content-length, which
     // only a pulled body needs.
-    CURLcode Prepare(CURL *easy, std::optional<uint64_t> length);
+    CURLcode SetOptions(CURL *easy, std::optional<uint64_t> length);
 
     // Whether the body could be sent once more from its start.
     bool CanReplay() const;
@@ -46,16 +46,16 @@ public:
     // Bytes of the body that were sent, of those that libcurl has counted.
     uint64_t Uploaded(uint64_t counted) const;
 
-    // What CURLE_READ_ERROR of Prepare is about.
+    // What CURLE_READ_ERROR of SetOptions is about.
     const std::string &Problem() const { return problem_; }
 
     // The application is not asked for data any more.
     void Stop();
 
 private:
-    CURLcode PreparePull(CURL *easy, const GetDataFunction &function,
-                         std::optional<uint64_t> length);
-    CURLcode PrepareMultipart(CURL *easy, const MultipartForm &form);
+    CURLcode SetPullOptions(CURL *easy, const GetDataFunction &function,
+                            std::optional<uint64_t> length);
+    CURLcode SetMultipartOptions(CURL *easy, const MultipartForm &form);
     CURLcode AddPart(const std::string &name, const MultipartFormFieldValue &value);
     CURLcode AddFile(curl_mimepart *part, const FormFieldFileValue &file);
     PullBody &NewPull(const GetDataFunction &function, std::optional<uint64_t> length);

@@ -26,7 +26,7 @@ CURLcode Wire::SetOptions(const Order &order)
     options_.Begin();
     options_.Number(CURLOPT_NOSIGNAL, 1);
     options_.Pointer(CURLOPT_SHARE, tlsSessions_);
-    multi_.GetSockets().Prepare(options_);
+    multi_.GetSockets().SetOptions(options_);
     SetCallbacks(order);
     const bool streams = static_cast<bool>(configuration.tracing.eventsHandler.onDataReceive);
     options_.Number(CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);
@@ -172,7 +172,7 @@ CURLcode Wire::SetRest(Sender &sender)
     const WebProxy &proxy = request_->GetConfiguration().proxy;
     const bool secure = hop_->url->Secure();
     set(hop_->body && !sender.IsText(),
-        [&] { return sender.Prepare(easy, headers_.contentLength); });
+        [&] { return sender.SetOptions(easy, headers_.contentLength); });
     set(!route_->proxy.Direct(), [&] { return SetProxy(); });
     set(secure && HasCertificates(security), [&] { return SetServerCertificates(easy, security); });
     // libcurl compares these, not the proxy's own, when it looks for a kept connection on which
