@@ -1,4 +1,4 @@
-// The session type of HTTP: its object with the registries of what is in flight, and its
+// The session type of HTTP: its object with the registry of what is in flight, and its
 // operations.
 #ifndef TNX_SESSION_TNX_HTTP_SESSION_H
 #define TNX_SESSION_TNX_HTTP_SESSION_H

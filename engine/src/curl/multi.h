@@ -40,7 +40,7 @@ public:
     // Not told any more. Nothing happens where the handle is not in.
     virtual void Remove(CURL *easy) noexcept = 0;
 
-    // Of its connections: easy handles need its options.
+    // Its connections: an easy handle needs their options.
     Sockets &GetSockets() { return sockets_; }
 
 protected:

@@ -10,7 +10,7 @@
 #include "base/secrets.h"
 #include "base/text.h"
 #include "curl/handles.h"
-#include "curl/releases.h"
+#include "curl/quirks.h"
 #include "host_name.h"
 
 namespace OHOS::Pelloria::Tnx

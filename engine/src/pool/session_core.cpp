@@ -28,44 +28,44 @@ long SessionCore::MaxIdle() const
     return static_cast<long>(std::min(limit, MOST));
 }
 
-void SessionCore::Register(const std::shared_ptr<RunningFetch> &fetch)
+void SessionCore::Register(const std::shared_ptr<RunningTransfer> &transfer)
 {
     MutexLock lock(mutex_);
-    fetches_.emplace(fetch->GetRequest().get(), fetch);
+    transfers_.emplace(transfer->GetRequest().get(), transfer);
 }
 
-void SessionCore::Deregister(const RunningFetch &fetch)
+void SessionCore::Deregister(const RunningTransfer &transfer)
 {
-    std::shared_ptr<RunningFetch> last; // released without the lock
+    std::shared_ptr<RunningTransfer> last; // released without the lock
     MutexLock lock(mutex_);
-    const auto [begin, end] = fetches_.equal_range(fetch.GetRequest().get());
+    const auto [begin, end] = transfers_.equal_range(transfer.GetRequest().get());
     for (auto entry = begin; entry != end; ++entry) {
-        if (entry->second.get() == &fetch) {
+        if (entry->second.get() == &transfer) {
             last = std::move(entry->second);
-            fetches_.erase(entry);
+            transfers_.erase(entry);
             return;
         }
     }
 }
 
-std::vector<std::shared_ptr<RunningFetch>> SessionCore::Find(const Request &request)
+std::vector<std::shared_ptr<RunningTransfer>> SessionCore::Find(const Request &request)
 {
-    std::vector<std::shared_ptr<RunningFetch>> found;
+    std::vector<std::shared_ptr<RunningTransfer>> found;
     MutexLock lock(mutex_);
-    const auto [begin, end] = fetches_.equal_range(&request);
+    const auto [begin, end] = transfers_.equal_range(&request);
     for (auto entry = begin; entry != end; ++entry) {
         found.push_back(entry->second);
     }
     return found;
 }
 
-std::vector<std::shared_ptr<RunningFetch>> SessionCore::All()
+std::vector<std::shared_ptr<RunningTransfer>> SessionCore::All()
 {
-    std::vector<std::shared_ptr<RunningFetch>> all;
+    std::vector<std::shared_ptr<RunningTransfer>> all;
     MutexLock lock(mutex_);
-    all.reserve(fetches_.size());
-    for (const auto &[request, fetch] : fetches_) {
-        all.push_back(fetch);
+    all.reserve(transfers_.size());
+    for (const auto &[request, transfer] : transfers_) {
+        all.push_back(transfer);
     }
     return all;
 }

@@ -1,4 +1,4 @@
-// What the fetches of one session share.
+// What the transfers of one session share.
 #ifndef TNX_ENGINE_SESSION_CORE_H
 #define TNX_ENGINE_SESSION_CORE_H
 
@@ -22,8 +22,8 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-// A fetch on its way, as its session sees it.
-class RunningFetch : public Candidate
+// A transfer on its way, as its session sees it.
+class RunningTransfer : public Candidate
 {
 public:
     virtual const std::shared_ptr<Request> &GetRequest() const = 0;
@@ -32,7 +32,7 @@ public:
     virtual void Wake() noexcept = 0;
 
 protected:
-    ~RunningFetch() = default;
+    ~RunningTransfer() = default;
 };
 
 // A wire that its caller drives.
@@ -63,11 +63,11 @@ public:
     const SessionConfiguration &Configuration() const { return *configuration_; }
     const TaskRunner &Runner() const { return runner_; }
 
-    // Fetches on their way, by their request.
-    void Register(const std::shared_ptr<RunningFetch> &fetch);
-    void Deregister(const RunningFetch &fetch);
-    std::vector<std::shared_ptr<RunningFetch>> Find(const Request &request);
-    std::vector<std::shared_ptr<RunningFetch>> All();
+    // Transfers on their way, by their request.
+    void Register(const std::shared_ptr<RunningTransfer> &transfer);
+    void Deregister(const RunningTransfer &transfer);
+    std::vector<std::shared_ptr<RunningTransfer>> Find(const Request &request);
+    std::vector<std::shared_ptr<RunningTransfer>> All();
 
     // Wires that are returned serve again if they are sound: where memory ran out, libcurl may
     // not have set them back whole. Taking one throws bad_alloc.
@@ -96,8 +96,8 @@ private:
     size_t wiresAlive_ GUARDED_BY(ON_LOOP) = 0;
 
     Mutex mutex_;
-    std::unordered_multimap<const Request *, std::shared_ptr<RunningFetch>>
-        fetches_ GUARDED_BY(mutex_);
+    std::unordered_multimap<const Request *, std::shared_ptr<RunningTransfer>>
+        transfers_ GUARDED_BY(mutex_);
     std::vector<std::unique_ptr<CallerWire>> callerWires_ GUARDED_BY(mutex_);
     size_t callerWiresAlive_ GUARDED_BY(mutex_) = 0;
 };

@@ -86,8 +86,8 @@ void CurlSession::CancelRequest(const std::shared_ptr<Request> &request)
     if (Inherited()) {
         return;
     }
-    for (const std::shared_ptr<RunningFetch> &fetch : core_->Find(*request)) {
-        fetch->Wake();
+    for (const std::shared_ptr<RunningTransfer> &transfer : core_->Find(*request)) {
+        transfer->Wake();
     }
 }
 
@@ -97,9 +97,9 @@ void CurlSession::CancelAll()
         return;
     }
     const std::shared_ptr<SessionCore> core = core_;
-    for (const std::shared_ptr<RunningFetch> &fetch : core->All()) {
-        fetch->GetRequest()->SetCanceled(true);
-        fetch->Wake();
+    for (const std::shared_ptr<RunningTransfer> &transfer : core->All()) {
+        transfer->GetRequest()->SetCanceled(true);
+        transfer->Wake();
     }
     if (const auto &canceled = core->Configuration().onSessionCanceled) {
         canceled();
@@ -115,8 +115,8 @@ void CurlSession::Close()
     const std::shared_ptr<SessionCore> core = core_;
     const bool first = core->GetActivity().Close();
     if (first) {
-        for (const std::shared_ptr<RunningFetch> &fetch : core->All()) {
-            fetch->Wake();
+        for (const std::shared_ptr<RunningTransfer> &transfer : core->All()) {
+            transfer->Wake();
         }
         // Behind those wake-ups in the loop's queue: no transfer uses the handles any more.
         core->GetRuntime().GetLoop().Run([&core]() REQUIRES(ON_LOOP) { core->ReleaseWires(); });

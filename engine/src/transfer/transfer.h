@@ -24,7 +24,7 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-class Transfer final : public RunningFetch,
+class Transfer final : public RunningTransfer,
                        public std::enable_shared_from_this<Transfer>,
                        private WireSink
 {

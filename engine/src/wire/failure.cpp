@@ -1,5 +1,5 @@
 // What a failure of libcurl means: its codes are few, and some mean what nobody would guess.
-#include "curl/releases.h"
+#include "curl/quirks.h"
 #include "curl/wiping_allocator.h"
 #include "wire.h"
 

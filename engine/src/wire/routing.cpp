@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "curl/releases.h"
+#include "curl/quirks.h"
 #include "http/host_name.h"
 
 namespace OHOS::Pelloria::Tnx

@@ -1,5 +1,5 @@
 // Asks libcurl for what either version tells.
-#include "releases.h"
+#include "quirks.h"
 
 #include <algorithm>
 

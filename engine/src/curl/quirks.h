@@ -2,8 +2,8 @@
 // it can be. One cannot: the newer hands out a kept connection that NTLM has authenticated without
 // looking whether it has died within the last second, so that a body which must not be sent twice
 // may be lost on it.
-#ifndef TNX_ENGINE_RELEASES_H
-#define TNX_ENGINE_RELEASES_H
+#ifndef TNX_ENGINE_QUIRKS_H
+#define TNX_ENGINE_QUIRKS_H
 
 #include <string>
 #include <vector>
