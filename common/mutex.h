@@ -1,4 +1,4 @@
-// Mutexes whose rules clang checks: which lock guards what, and in which order locks are taken.
+// Mutexes whose rules clang checks: which lock guards what.
 #ifndef TNX_COMMON_MUTEX_H
 #define TNX_COMMON_MUTEX_H
 
@@ -15,10 +15,8 @@
 #define CAPABILITY(name) TNX_ANNOTATE(capability(name))
 #define SCOPED_CAPABILITY TNX_ANNOTATE(scoped_lockable)
 #define GUARDED_BY(mutex) TNX_ANNOTATE(guarded_by(mutex))
-#define ACQUIRED_AFTER(...) TNX_ANNOTATE(acquired_after(__VA_ARGS__))
 #define REQUIRES(...) TNX_ANNOTATE(requires_capability(__VA_ARGS__))
 #define NO_THREAD_SAFETY_ANALYSIS TNX_ANNOTATE(no_thread_safety_analysis)
-#define EXCLUDES(...) TNX_ANNOTATE(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) TNX_ANNOTATE(acquire_capability(__VA_ARGS__))
 #define ASSERT_CAPABILITY(x) TNX_ANNOTATE(assert_capability(x))
 #define RELEASE(...) TNX_ANNOTATE(release_capability(__VA_ARGS__))

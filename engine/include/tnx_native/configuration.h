@@ -75,9 +75,12 @@ struct Configuration {
 };
 
 struct SessionConfiguration {
+    // What requests have where they say nothing else: each comes with its share, so these three are
+    // not read here.
     Configuration configuration;
     Headers headers;
     std::optional<RequestCookies> cookies;
+
     std::function<void()> onSessionCanceled;
     std::function<void()> onSessionClosed;
     uint64_t maxConnectionsPerHost = 6;

@@ -76,13 +76,8 @@ private:
     Value value_;
 };
 
-class MultipartForm
-{
-public:
-    using Fields = std::unordered_map<std::string, std::vector<MultipartFormFieldValue>>;
-
-    virtual ~MultipartForm() = default;
-    Fields fields;
+struct MultipartForm {
+    std::unordered_map<std::string, std::vector<MultipartFormFieldValue>> fields;
 };
 
 // The body, one of four kinds. An empty reference to a form counts as an empty body.

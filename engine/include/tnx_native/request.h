@@ -15,8 +15,8 @@ namespace OHOS::Pelloria::Tnx
 {
 
 // Filled before it is fetched and read-only from then on, but for the canceled mark, which any
-// thread may set. Lives in a shared reference only.
-class Request : public std::enable_shared_from_this<Request>
+// thread may set.
+class Request
 {
 public:
     Request(std::string id, std::string url)
@@ -54,7 +54,7 @@ public:
     CallbackGate &Gate() { return gate_; }
 
 private:
-    const std::string id_;
+    const std::string id_; // the application's; not read here
     const std::string url_;
     std::string method_ = "GET";
     Headers headers_;

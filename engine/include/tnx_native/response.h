@@ -29,7 +29,7 @@ struct TimeInfo {
     int64_t tls = 0;
     int64_t firstSend = 0;
     double firstReceive = 0;
-    int64_t startedAt = 0; // microseconds since 1970
+    int64_t startedAt = 0; // microseconds since 1970; the C record has no room for it
     double total = 0;
     int64_t redirect = 0; // the hops that were followed, together
     int64_t queue = 0;    // the wait before time 0

@@ -7,9 +7,7 @@
 
 #define CAPABILITY(name)
 #define GUARDED_BY(mutex)
-#define ACQUIRED_AFTER(...)
 #define REQUIRES(...)
-#define EXCLUDES(...)
 
 namespace OHOS::Pelloria
 {
