@@ -2,13 +2,14 @@
 #ifndef TNX_NATIVE_HEADER_FIELDS_H
 #define TNX_NATIVE_HEADER_FIELDS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -18,26 +19,35 @@ struct HeaderField {
     std::string_view value;
 };
 
-// Fields in the order in which they came, a name as often as it came. Kept as one text with the
-// places of names and values in it: nothing is made for fields that nobody looks at.
+// Fields in the order in which they came, a name as often as it came. Kept as one text: nothing is
+// made for fields that nobody looks at.
 class HeaderFields
 {
 public:
     class Iterator
     {
     public:
-        Iterator(const HeaderFields &fields, size_t index)
-            : fields_(&fields)
-            , index_(index)
+        explicit Iterator(const char *at)
+            : at_(at)
         {
         }
-        HeaderField operator*() const { return (*fields_)[index_]; }
-        Iterator &operator++() { return ++index_, *this; }
+        // A NUL stands behind name and value, which are good until the fields change.
+        HeaderField operator*() const
+        {
+            const Lengths lengths = LengthsAt(at_);
+            const char *const name = at_ + sizeof lengths;
+            return {{name, lengths.name}, {name + lengths.name + 1, lengths.value}};
+        }
+        Iterator &operator++()
+        {
+            const HeaderField field = **this;
+            at_ = field.value.data() + field.value.size() + 1;
+            return *this;
+        }
         bool operator==(const Iterator &) const = default;
 
     private:
-        const HeaderFields *fields_;
-        size_t index_;
+        const char *at_;
     };
 
     HeaderFields() = default;
@@ -48,51 +58,38 @@ public:
         }
     }
 
-    // All fields together are shorter than 4 GiB.
-    void Add(std::string_view name, std::string_view value)
+    // Returns the name as it is kept. All fields together are shorter than 4 GiB.
+    std::string_view Add(std::string_view name, std::string_view value)
     {
-        const size_t start = text_.size();
-        (text_ += name) += '\0';
-        for (char *c = text_.data() + start; *c != '\0'; ++c) {
-            *c = *c >= 'A' && *c <= 'Z' ? static_cast<char>(*c - 'A' + 'a') : *c;
-        }
-        (text_ += value) += '\0';
-        places_.push_back({static_cast<uint32_t>(start), static_cast<uint32_t>(name.size()),
-                           static_cast<uint32_t>(value.size())});
+        last_ = text_.size();
+        text_.resize(last_ + sizeof(Lengths) + name.size() + value.size() + 2);
+        SetLastLengths({static_cast<uint32_t>(name.size()), static_cast<uint32_t>(value.size())});
+        char *const kept = text_.data() + last_ + sizeof(Lengths);
+        std::transform(name.begin(), name.end(), kept, [](char c) {
+            return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        });
+        std::copy(value.begin(), value.end(), kept + name.size() + 1);
+        return {kept, name.size()};
     }
 
     // Appends to the last value.
     void Extend(std::string_view more)
     {
         text_.insert(text_.size() - 1, more);
-        places_.back().valueLength += static_cast<uint32_t>(more.size());
+        Lengths lengths = LengthsAt(text_.data() + last_);
+        lengths.value += static_cast<uint32_t>(more.size());
+        SetLastLengths(lengths);
     }
 
     // Makes room, where it is known how much will come.
-    void Reserve(size_t fields, size_t bytes)
-    {
-        places_.reserve(fields);
-        text_.reserve(bytes);
-    }
+    void Reserve(size_t bytes) { text_.reserve(bytes); }
 
     // The room stays.
-    void Clear()
-    {
-        places_.clear();
-        text_.clear();
-    }
+    void Clear() { text_.clear(); }
 
-    bool Empty() const { return places_.empty(); }
-    Iterator begin() const { return {*this, 0}; }
-    Iterator end() const { return {*this, places_.size()}; }
-
-    // A NUL stands behind name and value, which are good until the fields change.
-    HeaderField operator[](size_t index) const
-    {
-        const Place &place = places_[index];
-        const char *const name = text_.data() + place.start;
-        return {{name, place.nameLength}, {name + place.nameLength + 1, place.valueLength}};
-    }
+    bool Empty() const { return text_.empty(); }
+    Iterator begin() const { return Iterator(text_.data()); }
+    Iterator end() const { return Iterator(text_.data() + text_.size()); }
 
     // The first value of a name, which is given in lower case.
     std::optional<std::string_view> Find(std::string_view name) const
@@ -106,14 +103,25 @@ public:
     }
 
 private:
-    struct Place {
-        uint32_t start;
-        uint32_t nameLength;
-        uint32_t valueLength;
+    // Stand in front of each field.
+    struct Lengths {
+        uint32_t name;
+        uint32_t value;
     };
 
+    static Lengths LengthsAt(const char *field)
+    {
+        Lengths lengths;
+        std::memcpy(&lengths, field, sizeof lengths);
+        return lengths;
+    }
+    void SetLastLengths(Lengths lengths)
+    {
+        std::memcpy(text_.data() + last_, &lengths, sizeof lengths);
+    }
+
     std::string text_;
-    std::vector<Place> places_;
+    size_t last_ = 0; // where the last field begins
 };
 
 } // namespace OHOS::Pelloria::Tnx

@@ -22,6 +22,11 @@ constexpr bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
 constexpr bool IsControl(char c)
 {
     return (c >= '\0' && c < ' ') || c == '\x7f';
@@ -57,11 +62,13 @@ inline bool EqualsIgnoringCase(std::string_view a, std::string_view b)
 // Without the spaces and tabs around it.
 constexpr std::string_view Trim(std::string_view text)
 {
-    const size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) {
-        return {};
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -13,9 +13,6 @@ namespace OHOS::Pelloria::Tnx
 namespace
 {
 
-constexpr std::string_view CONTENT_LENGTH = "content-length";
-constexpr std::string_view TRANSFER_ENCODING = "transfer-encoding";
-
 constexpr uint64_t MAX_LENGTH = std::numeric_limits<int64_t>::max(); // that libcurl can count
 
 // Whether `accept` does for every member of a list (RFC 9110 section 5.6.1).
@@ -59,7 +56,7 @@ bool TakeLength(std::string_view text, std::optional<uint64_t> &length)
 bool OnlyChunked(const HeaderFields &fields)
 {
     bool chunked = false;
-    return AllMembers(fields, TRANSFER_ENCODING, [&chunked](std::string_view coding) {
+    return AllMembers(fields, "transfer-encoding", [&chunked](std::string_view coding) {
         return EqualsIgnoringCase(coding, "chunked") && !std::exchange(chunked, true);
     });
 }
@@ -69,16 +66,17 @@ bool OnlyChunked(const HeaderFields &fields)
 Framing ReadFraming(const HeaderBlock &block)
 {
     const HeaderFields &fields = block.Fields();
-    const bool hasLength = fields.Find(CONTENT_LENGTH).has_value();
-    const bool isCoded = fields.Find(TRANSFER_ENCODING).has_value();
+    const bool hasLength = block.Has(HeaderBlock::CONTENT_LENGTH);
+    const bool isCoded = block.Has(HeaderBlock::TRANSFER_ENCODING);
     Framing framing;
     if (!block.Final() && (hasLength || isCoded)) {
         framing.problem = "An interim response announces a body"; // libcurl would count on it
-    } else if (!OnlyChunked(fields)) {
+    } else if (isCoded && !OnlyChunked(fields)) {
         framing.problem = "The transfer coding is not the one that every client knows";
     } else if (isCoded) {
         framing.ambiguous = block.Old() || hasLength; // RFC 9112 section 6.1
-    } else if (!AllMembers(fields, CONTENT_LENGTH, [&framing](std::string_view text) {
+    } else if (hasLength &&
+               !AllMembers(fields, "content-length", [&framing](std::string_view text) {
                    return TakeLength(text, framing.length);
                })) {
         framing.problem = "The content-length is not one number";

@@ -12,9 +12,7 @@ namespace
 
 constexpr size_t MAX_SIZE = 512 * 1024;
 
-// Room that few responses outgrow.
-constexpr size_t USUAL_FIELDS = 16;
-constexpr size_t USUAL_SIZE = 1024;
+constexpr size_t USUAL_SIZE = 1024; // which few responses outgrow
 
 std::string_view WithoutLineEnd(std::string_view line)
 {
@@ -22,6 +20,23 @@ std::string_view WithoutLineEnd(std::string_view line)
         line.remove_suffix(1);
     }
     return line;
+}
+
+// The field as HeaderBlock::Noted, or 0. Told by their lengths first: most fields are none of them.
+uint8_t NoteOf(std::string_view name)
+{
+    switch (name.size()) {
+    case 10:
+        return name == "set-cookie" ? HeaderBlock::SET_COOKIE : 0;
+    case 14:
+        return name == "content-length" ? HeaderBlock::CONTENT_LENGTH : 0;
+    case 16:
+        return name == "content-encoding" ? HeaderBlock::CONTENT_ENCODING : 0;
+    case 17:
+        return name == "transfer-encoding" ? HeaderBlock::TRANSFER_ENCODING : 0;
+    default:
+        return 0;
+    }
 }
 
 } // namespace
@@ -49,8 +64,9 @@ void HeaderBlock::Start(std::string_view line)
     complete_ = false;
     status_ = 0;
     old_ = line.starts_with("HTTP/1.0 ");
+    noted_ = 0;
     fields_.Clear();
-    fields_.Reserve(USUAL_FIELDS, USUAL_SIZE);
+    fields_.Reserve(USUAL_SIZE);
     const size_t space = line.find(' ');
     if (line.starts_with("HTTP/") && space != std::string_view::npos) {
         const std::string_view code = Trim(line.substr(space)).substr(0, 3);
@@ -60,7 +76,7 @@ void HeaderBlock::Start(std::string_view line)
 
 void HeaderBlock::AddField(std::string_view line)
 {
-    if (line.front() == ' ' || line.front() == '\t') {
+    if (IsBlank(line.front())) {
         // An obsolete line folding stands for one space (RFC 9112 section 5.2).
         if (!fields_.Empty()) {
             fields_.Extend(" ");
@@ -70,7 +86,7 @@ void HeaderBlock::AddField(std::string_view line)
     }
     const size_t colon = line.find(':');
     if (colon != std::string_view::npos) {
-        fields_.Add(Trim(line.substr(0, colon)), Trim(line.substr(colon + 1)));
+        noted_ |= NoteOf(fields_.Add(Trim(line.substr(0, colon)), Trim(line.substr(colon + 1))));
     }
 }
 

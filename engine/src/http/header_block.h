@@ -37,6 +37,15 @@ public:
 
     const HeaderFields &Fields() const { return fields_; }
 
+    // Whether a field is there that the engine itself goes by: seen while the lines come.
+    enum Noted : uint8_t {
+        SET_COOKIE = 1,
+        CONTENT_LENGTH = 2,
+        CONTENT_ENCODING = 4,
+        TRANSFER_ENCODING = 8
+    };
+    bool Has(Noted field) const { return (noted_ & field) != 0; }
+
     // Leaves none.
     HeaderFields TakeFields() noexcept { return std::move(fields_); }
 
@@ -48,6 +57,7 @@ private:
     bool old_ = false;
     bool started_ = false;
     bool complete_ = false;
+    uint8_t noted_ = 0;
     size_t size_ = 0;
     HeaderFields fields_;
 };

@@ -129,6 +129,9 @@ bool Receiver::SkipsBody()
 
 void Receiver::KeepCookies()
 {
+    if (!block_.Has(HeaderBlock::SET_COOKIE)) {
+        return;
+    }
     for (const auto &[name, value] : block_.Fields()) {
         if (name != "set-cookie") {
             continue;
@@ -172,14 +175,14 @@ size_t Receiver::OnBody(std::string_view piece)
 
 void Receiver::StartDecoding()
 {
+    if (!decodes_ || !block_.Has(HeaderBlock::CONTENT_ENCODING)) {
+        return;
+    }
     std::vector<std::string> codings;
     for (const auto &[name, value] : block_.Fields()) {
-        if (decodes_ && name == "content-encoding") {
+        if (name == "content-encoding") {
             codings.emplace_back(value);
         }
-    }
-    if (codings.empty()) {
-        return;
     }
     decoder_ = std::make_shared<SlicedDecoder>(codings);
     if (decoder_->Decoder().Empty()) {
