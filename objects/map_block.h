@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -43,15 +44,16 @@ inline char *CopyTextTo(Tnx_Map *map, const char *text) noexcept
     return part == nullptr ? nullptr : static_cast<char *>(std::memcpy(part, text, length + 1));
 }
 
-// A part that is a record, zero-filled, with a copy of the text that its member points to.
+// A part that is a record, zero-filled, with a copy of the text that its member points to. A NUL
+// stands behind the text.
 template <class Record>
-Record *AllocateWithText(Tnx_Map *map, char *Record::*member, const char *text) noexcept
+Record *AllocateWithText(Tnx_Map *map, char *Record::*member, std::string_view text) noexcept
 {
-    const size_t length = std::strlen(text);
-    auto *record = static_cast<Record *>(AllocatePart(map, RoomFor<Record>(length)));
+    auto *record = static_cast<Record *>(AllocatePart(map, RoomFor<Record>(text.size())));
     if (record != nullptr) {
         *record = {};
-        record->*member = static_cast<char *>(std::memcpy(record + 1, text, length + 1));
+        record->*member =
+            static_cast<char *>(std::memcpy(record + 1, text.data(), text.size() + 1));
     }
     return record;
 }

@@ -36,15 +36,16 @@ template <class Record> void DestroyMapRecord(Record *record, Tnx_MapValueReleas
 }
 
 // Adds what `make` returns, a guard or null, after the values that the name has, unless one of them
-// is equal.
+// is equal. A NUL stands behind the name.
 template <class Value, class IsEqual, class Make>
-uint32_t AddValue(Tnx_Map *map, const char *name, IsEqual isEqual, Make make) noexcept
+uint32_t AddValue(Tnx_Map *map, std::string_view name, IsEqual isEqual, Make make) noexcept
 {
     if (!IsUsable(map)) {
         return TNX_ERR_PARAMETER;
     }
     Value *last = nullptr;
-    auto *value = static_cast<Value *>(OVX_Tnx_GetMapEntry(map, name));
+    const MapPlace place = FindPlace(map, name.data());
+    auto *value = static_cast<Value *>(place.entry == nullptr ? nullptr : place.entry->value);
     for (; value != nullptr; value = value->next) {
         if (isEqual(*value)) {
             return TNX_OK;
@@ -59,7 +60,7 @@ uint32_t AddValue(Tnx_Map *map, const char *name, IsEqual isEqual, Make make) no
         last->next = added.release();
         return TNX_OK;
     }
-    const uint32_t code = OVX_Tnx_PutMapEntry(map, name, added.get());
+    const uint32_t code = PutAt(map, place, name, added.get());
     if (code == TNX_OK) {
         static_cast<void>(added.release());
     }

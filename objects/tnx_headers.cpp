@@ -26,7 +26,7 @@ struct FreeValue {
 };
 using HeaderValuePtr = std::unique_ptr<Tnx_HeaderValue, FreeValue>;
 
-HeaderValuePtr MakeHeaderValue(Tnx_Map *map, const char *text)
+HeaderValuePtr MakeHeaderValue(Tnx_Map *map, std::string_view text)
 {
     HeaderValuePtr value(AllocateWithText(map, &Tnx_HeaderValue::value, text), {map});
     if (value == nullptr) {
@@ -48,6 +48,16 @@ Tnx_Headers *CreateHeaders(size_t room) noexcept
                                         "failed to alloc memory for headerMap", room);
 }
 
+uint32_t AddHeader(Tnx_Map *fields, std::string_view name, std::string_view value) noexcept
+{
+    return AddValue<Tnx_HeaderValue>(
+        fields, name,
+        [value](const Tnx_HeaderValue &other) {
+            return std::strcmp(other.value, value.data()) == 0;
+        },
+        [fields, value] { return MakeHeaderValue(fields, value); });
+}
+
 } // namespace OHOS::Pelloria::TnxC
 
 using namespace OHOS::Pelloria::TnxC;
@@ -62,10 +72,7 @@ uint32_t OVX_Tnx_SetHeaderValue(Tnx_Headers *headers, const char *name, const ch
     if (headers == nullptr || name == nullptr || value == nullptr || headers->fields == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return AddValue<Tnx_HeaderValue>(
-        headers->fields, name,
-        [value](const Tnx_HeaderValue &other) { return std::strcmp(other.value, value) == 0; },
-        [map = headers->fields, value] { return MakeHeaderValue(map, value); });
+    return AddHeader(headers->fields, name, value);
 }
 
 void OVX_Tnx_DestroyHeaders(Tnx_Headers *headers) noexcept

@@ -5,6 +5,8 @@
 #include "tnx_c/headers.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -14,6 +16,10 @@ size_t RoomForHeader(size_t nameLength, size_t valueLength) noexcept;
 
 // As OVX_Tnx_CreateHeaders, with room for what is to be set.
 Tnx_Headers *CreateHeaders(size_t room) noexcept;
+
+// As OVX_Tnx_SetHeaderValue, for texts whose lengths are known. A NUL stands behind both, and none
+// in them.
+uint32_t AddHeader(Tnx_Map *fields, std::string_view name, std::string_view value) noexcept;
 
 } // namespace OHOS::Pelloria::TnxC
 

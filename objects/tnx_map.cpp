@@ -15,14 +15,19 @@ namespace
 
 constexpr uint32_t MAX_CAPACITY = 16384;
 
-uint32_t BucketOf(const char *key, uint32_t capacity)
+uint32_t HashOf(const char *key)
 {
     uint32_t hash = 0;
     for (; *key != '\0'; ++key) {
         // Signed on every machine, so that the order of a walk is the same everywhere.
         hash = hash * 31 + static_cast<uint32_t>(static_cast<signed char>(*key));
     }
-    return hash % capacity;
+    return hash;
+}
+
+uint32_t BucketOf(const char *key, uint32_t capacity)
+{
+    return HashOf(key) % capacity;
 }
 
 Tnx_MapEntry **AllocateBuckets(uint32_t capacity)
@@ -88,26 +93,6 @@ Tnx_MapEntry *FindInBucket(Tnx_MapEntry *entry, const char *key)
         entry = entry->next;
     }
     return entry;
-}
-
-uint32_t Put(Tnx_Map *map, const char *key, void *value)
-{
-    GrowIfFull(map);
-    Tnx_MapEntry *&head = map->entries[BucketOf(key, map->capacity)];
-    if (Tnx_MapEntry *found = FindInBucket(head, key)) {
-        found->value = value;
-        return TNX_OK;
-    }
-    Tnx_MapEntry *entry = AllocateWithText(map, &Tnx_MapEntry::key, key);
-    if (entry == nullptr) {
-        if (head == nullptr) {
-            TNX_LOGE("failed to alloc map entry");
-        }
-        return TNX_ERR_OUT_OF_MEMORY;
-    }
-    entry->value = value;
-    Link(head, entry, map->size);
-    return TNX_OK;
 }
 
 void Delete(Tnx_Map *map, const char *key)
@@ -182,7 +167,33 @@ Tnx_MapEntry *FindMapEntry(const Tnx_Map *map, const char *key) noexcept
     if (!IsUsable(map) || key == nullptr) {
         return nullptr;
     }
-    return FindInBucket(map->entries[BucketOf(key, map->capacity)], key);
+    return FindPlace(map, key).entry;
+}
+
+MapPlace FindPlace(const Tnx_Map *map, const char *key) noexcept
+{
+    const uint32_t hash = HashOf(key);
+    return {hash, FindInBucket(map->entries[hash % map->capacity], key)};
+}
+
+uint32_t PutAt(Tnx_Map *map, const MapPlace &place, std::string_view key, void *value) noexcept
+{
+    GrowIfFull(map);
+    if (place.entry != nullptr) {
+        place.entry->value = value;
+        return TNX_OK;
+    }
+    Tnx_MapEntry *&head = map->entries[place.hash % map->capacity];
+    Tnx_MapEntry *entry = AllocateWithText(map, &Tnx_MapEntry::key, key);
+    if (entry == nullptr) {
+        if (head == nullptr) {
+            TNX_LOGE("failed to alloc map entry");
+        }
+        return TNX_ERR_OUT_OF_MEMORY;
+    }
+    entry->value = value;
+    Link(head, entry, map->size);
+    return TNX_OK;
 }
 
 } // namespace OHOS::Pelloria::TnxC
@@ -199,7 +210,7 @@ uint32_t OVX_Tnx_PutMapEntry(Tnx_Map *map, const char *key, void *value) noexcep
     if (!IsUsable(map) || key == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    return Put(map, key, value);
+    return PutAt(map, FindPlace(map, key), key, value);
 }
 
 void *OVX_Tnx_GetMapEntry(const Tnx_Map *map, const char *key) noexcept

@@ -5,6 +5,8 @@
 #include "tnx_c/map.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -20,6 +22,18 @@ void DestroyMap(Tnx_Map *map, MapPartRelease release) noexcept;
 
 // The entry under `key`; null when there is none, or when the map is not usable.
 Tnx_MapEntry *FindMapEntry(const Tnx_Map *map, const char *key) noexcept;
+
+// Where a key is in a map, or belongs: who puts what he has not found searches once.
+struct MapPlace {
+    uint32_t hash;
+    Tnx_MapEntry *entry; // null where there is none
+};
+
+// Of a usable map.
+MapPlace FindPlace(const Tnx_Map *map, const char *key) noexcept;
+
+// Puts a value under the key that was looked for, behind which a NUL stands. Returns a code.
+uint32_t PutAt(Tnx_Map *map, const MapPlace &place, std::string_view key, void *value) noexcept;
 
 } // namespace OHOS::Pelloria::TnxC
 

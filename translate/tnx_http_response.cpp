@@ -73,7 +73,7 @@ Tnx_Headers *TnxToCHeaders(const Tnx::HeaderFields &headers) noexcept
         return nullptr;
     }
     for (const auto &[name, value] : headers) {
-        OVX_Tnx_SetHeaderValue(copy.get(), name.data(), value.data());
+        AddHeader(copy->fields, name, value);
     }
     return copy.release();
 }
