@@ -40,24 +40,29 @@ bool Activity::Scope::OnStack(const Activity &activity)
 
 bool Activity::Enter()
 {
-    MutexLock lock(mutex_);
-    if (closed_) {
-        return false;
+    size_t state = state_.load(std::memory_order_acquire);
+    while ((state & CLOSED) == 0) {
+        if (state_.compare_exchange_weak(state, state + ONE, std::memory_order_acq_rel)) {
+            return true;
+        }
     }
-    ++running_;
-    return true;
+    return false;
 }
 
 void Activity::Leave(const Scope &scope)
 {
+    size_t state = state_.load(std::memory_order_acquire);
+    while ((state & CLOSED) == 0 && !scope.closing_) {
+        if (state_.compare_exchange_weak(state, state - ONE, std::memory_order_acq_rel)) {
+            return;
+        }
+    }
     MutexLock lock(mutex_);
-    --running_;
+    state_.fetch_sub(ONE, std::memory_order_acq_rel);
     if (scope.closing_) {
         --closing_;
     }
-    if (closed_) {
-        changed_.NotifyAll();
-    }
+    changed_.NotifyAll();
 }
 
 void Activity::SetClosing(Scope &scope, bool closing)
@@ -70,18 +75,9 @@ void Activity::SetClosing(Scope &scope, bool closing)
     }
 }
 
-bool Activity::Closed() const
-{
-    MutexLock lock(mutex_);
-    return closed_;
-}
-
 bool Activity::Close()
 {
-    MutexLock lock(mutex_);
-    const bool first = !closed_;
-    closed_ = true;
-    return first;
+    return (state_.fetch_or(CLOSED, std::memory_order_acq_rel) & CLOSED) == 0;
 }
 
 void Activity::WaitForOthers()
@@ -93,7 +89,7 @@ void Activity::WaitForOthers()
     }
     {
         MutexLock lock(mutex_);
-        while (running_ > closing_) {
+        while (state_.load(std::memory_order_acquire) / ONE > closing_) {
             changed_.Wait(mutex_);
         }
     }

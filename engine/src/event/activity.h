@@ -3,6 +3,7 @@
 #ifndef TNX_ENGINE_ACTIVITY_H
 #define TNX_ENGINE_ACTIVITY_H
 
+#include <atomic>
 #include <cstddef>
 
 #include "common/mutex.h"
@@ -36,7 +37,7 @@ public:
         Scope *outer_;
     };
 
-    bool Closed() const;
+    bool Closed() const { return (state_.load(std::memory_order_acquire) & CLOSED) != 0; }
 
     // Lets nothing more in. False when it was closed before.
     bool Close();
@@ -50,11 +51,14 @@ private:
     void Leave(const Scope &scope);
     void SetClosing(Scope &scope, bool closing);
 
-    mutable Mutex mutex_;
+    static constexpr size_t CLOSED = 1;
+    static constexpr size_t ONE = 2; // scope that runs
+
+    // Goes down under the lock once it is closed: somebody may wait for that.
+    std::atomic<size_t> state_ = 0;
+    Mutex mutex_;
     CondVar changed_;
-    size_t running_ GUARDED_BY(mutex_) = 0;
     size_t closing_ GUARDED_BY(mutex_) = 0;
-    bool closed_ GUARDED_BY(mutex_) = false;
 };
 
 } // namespace OHOS::Pelloria::Tnx
