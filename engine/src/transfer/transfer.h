@@ -101,8 +101,9 @@ private:
     void Fail(CURLcode code, std::string why);
     void FailHop(CURLcode code);
     void End() noexcept;
-    std::string Cause() const;
+    std::string Cause();
     void StopWire() noexcept;
+    void TakeTimes() noexcept;
     void DropWire(bool sound = true) noexcept;
     void Finish(uint32_t code) noexcept;
     void TellEnd(uint32_t code);

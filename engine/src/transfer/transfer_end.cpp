@@ -90,7 +90,7 @@ void Transfer::End() noexcept
 }
 
 // Why it was stopped, and how far it was.
-std::string Transfer::Cause() const
+std::string Transfer::Cause()
 {
     const Outcome &outcome = driver_->GetOutcome();
     std::string text = outcome.Why();
@@ -99,6 +99,7 @@ std::string Transfer::Cause() const
     }
     text += " (";
     if (wire_ != nullptr) {
+        TakeTimes();
         const bool reached = wire_->Connected() && outcome.Code() != CURLE_PROXY;
         text += phases_.HopPhase(hop_.url->Secure(), reached);
         text += ", host " + hop_.url->Name() + ", ";
@@ -115,15 +116,27 @@ std::string Transfer::Cause() const
 void Transfer::StopWire() noexcept
 {
     wire_->Stop();
-    phases_.HopEnded(wire_->Times());
     state_ = State::ENDED;
+}
+
+// Of a hop that was on the wire: asking libcurl for them costs something, so only for who is told.
+void Transfer::TakeTimes() noexcept
+{
+    if (state_ == State::ENDED) {
+        phases_.HopEnded(wire_->Times());
+    }
 }
 
 void Transfer::DropWire(bool sound) noexcept
 {
-    if (std::exchange(wire_, nullptr) != nullptr) {
-        driver_->ReturnWire(sound);
+    if (wire_ == nullptr) {
+        return;
     }
+    if (configuration_.tracing.collectTimeInfo || recorder_.Wanted()) {
+        TakeTimes();
+    }
+    wire_ = nullptr;
+    driver_->ReturnWire(sound);
 }
 
 void Transfer::Finish(uint32_t code) noexcept

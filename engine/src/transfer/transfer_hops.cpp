@@ -142,7 +142,6 @@ void Transfer::OnDone(CURLcode code) noexcept
 {
     const std::shared_ptr<Transfer> self = shared_from_this(); // the registry's goes with the end
     state_ = State::ENDED;
-    phases_.HopEnded(wire_->Times());
     driver_->Guarded([&] { EndOfHop(code); });
     Advance();
 }
@@ -200,10 +199,10 @@ void Transfer::HandleResponse()
         return;
     }
     if (receiver_.Redirected()) {
+        DropWire();
         if (recorder_.Wanted()) {
             recorder_.Note(phases_.HopText());
         }
-        DropWire();
         Redirect(std::string(*receiver_.Block().Fields().Find("location")));
         return;
     }
