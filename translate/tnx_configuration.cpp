@@ -24,6 +24,17 @@ void TranslateTransfer(Tnx::Configuration &out, const Tnx_TransferConfiguration 
     out.transferPreference = transfer.transferPreference;
 }
 
+std::shared_ptr<const Tnx::DnsRule> MakeDnsRule(const Tnx_DnsRule *record)
+{
+    if (record == nullptr) {
+        static const Tnx::DnsRule none;
+        return {std::shared_ptr<void>(), &none};
+    }
+    auto rule = std::make_shared<Tnx::DnsRule>();
+    TnxToCppDnsRule(rule, record);
+    return rule;
+}
+
 } // namespace
 
 void TnxToCppConfiguration(Tnx::Configuration &out, const Tnx_Configuration *configuration)
@@ -34,9 +45,8 @@ void TnxToCppConfiguration(Tnx::Configuration &out, const Tnx_Configuration *con
     TranslateTransfer(out, configuration->transfer);
     TnxToCppHttpEventsHandler(out.tracing, configuration->tracing);
     TnxToCppWebProxy(out.proxy, configuration->proxy);
-    // Always a new one: a rule that stood here before does not outlive this record.
-    out.dnsRule = std::make_shared<Tnx::DnsRule>();
-    TnxToCppDnsRule(out.dnsRule, configuration->dnsRule);
+    // Always another one: a rule that stood here before does not outlive this record.
+    out.dnsRule = MakeDnsRule(configuration->dnsRule);
     out.dnsResolverUrl = TextOf(configuration->dnsResolverUrl);
     out.dnsResolverOnly = configuration->dnsResolverFlag;
     TnxToCppSecurityConfiguration(out.security, configuration->security);

@@ -93,19 +93,17 @@ Tnx::TransferRange MakeRange(const Tnx_TransferRange *node)
 }
 
 // The request's configuration stands in for the session's as a whole.
-Tnx::Configuration MakeConfiguration(const Tnx_SessionConfiguration *session,
-                                     const Tnx_Request &request)
+void TranslateConfiguration(Tnx::Configuration &configuration,
+                            const Tnx_SessionConfiguration *session, const Tnx_Request &request)
 {
     const Tnx_Configuration *record = request.configuration;
     if (record == nullptr && session != nullptr) {
         record = session->requestConfiguration;
     }
-    Tnx::Configuration configuration;
     TnxToCppConfiguration(configuration, record);
     TnxUpdateDataRecvCallback(configuration, &request);
     const ExtendedRequest *extended = ExtensionOf(&request);
     configuration.failOnHttpError = extended != nullptr && extended->failOnHttpError;
-    return configuration;
 }
 
 bool CarriesBody(std::string_view method)
@@ -149,7 +147,7 @@ std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *se
                                                     : TnxToCppRequestContent(*request->content));
     }
     out->SetTransferRange(MakeRange(request->transferRange));
-    out->SetConfiguration(MakeConfiguration(sessionConfiguration, *request));
+    TranslateConfiguration(out->MutableConfiguration(), sessionConfiguration, *request);
     return out;
 }
 

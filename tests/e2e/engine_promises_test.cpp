@@ -33,7 +33,7 @@ protected:
     std::shared_ptr<Request> To(const std::string &target, Configuration configuration = {})
     {
         auto request = NewRequest(server_.Url(target));
-        request->SetConfiguration(configuration);
+        request->MutableConfiguration() = configuration;
         return request;
     }
 
@@ -98,7 +98,7 @@ TEST_F(PromisesTest, PinsAreCheckedWhereNothingElseIs)
         configuration.security.skipValidation = true;
         configuration.security.publicKeyPins = ReadFile(Certificate(pins));
         auto request = NewRequest(front.Url() + "/bytes?n=3");
-        request->SetConfiguration(configuration);
+        request->MutableConfiguration() = configuration;
         EXPECT_EQ(Flight(*session_, request).Wait().second, expected) << pins;
     }
 }

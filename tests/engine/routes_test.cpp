@@ -36,8 +36,9 @@ TEST(NameLookupTest, ALateAnswerIsThatOfItsOwnName)
 {
     Configuration configuration;
     std::string asked;
-    configuration.dnsRule = std::make_shared<DnsRule>();
-    configuration.dnsRule->SetDynamicDnsRule([&asked](const std::string &host, uint16_t) {
+    const auto rule = std::make_shared<DnsRule>();
+    configuration.dnsRule = rule;
+    rule->SetDynamicDnsRule([&asked](const std::string &host, uint16_t) {
         asked = host;
         return std::vector<std::string>{"127.0.0.1"};
     });

@@ -68,7 +68,7 @@ struct Configuration {
     uint64_t maxChunk = 524288; // of a data callback, bytes
     TracingConfiguration tracing;
     WebProxy proxy;
-    std::shared_ptr<DnsRule> dnsRule;
+    std::shared_ptr<const DnsRule> dnsRule;
     std::string dnsResolverUrl;
     bool dnsResolverOnly = false;
     SecurityConfiguration security;

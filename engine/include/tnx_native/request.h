@@ -25,15 +25,12 @@ public:
     {
     }
 
-    void SetMethod(const std::string &method) { method_ = method; }
+    void SetMethod(std::string method) { method_ = std::move(method); }
     void SetHeaders(Headers headers) { headers_ = std::move(headers); }
     void SetRequestCookies(RequestCookies cookies) { cookies_ = std::move(cookies); }
     void SetContent(const std::shared_ptr<RequestContent> &content) { content_ = content; }
-    void SetTransferRange(const TransferRange &range) { range_ = range; }
-    void SetConfiguration(Configuration configuration)
-    {
-        *configuration_ = std::move(configuration);
-    }
+    void SetTransferRange(TransferRange range) { range_ = std::move(range); }
+    Configuration &MutableConfiguration() { return *configuration_; }
     // No callback of the request starts once this has returned. There is no way back.
     void SetCanceled(bool canceled)
     {
