@@ -28,7 +28,7 @@ void LineList::Add(std::initializer_list<std::string_view> pieces)
         length += piece.size();
     }
     MakeRoom(length);
-    starts_.push_back(text_.size());
+    lines_.push_back({.start = text_.size()});
     for (const std::string_view piece : pieces) {
         text_ += piece;
     }
@@ -51,10 +51,12 @@ void LineList::MakeRoom(size_t more)
 
 curl_slist *LineList::Get()
 {
-    nodes_.resize(starts_.size());
+    nodes_.resize(lines_.size());
     for (size_t i = 0; i < nodes_.size(); ++i) {
         curl_slist *const next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr;
-        nodes_[i] = {.data = text_.data() + starts_[i], .next = next};
+        const Line &line = lines_[i];
+        const char *const data = line.fixed != nullptr ? line.fixed : text_.data() + line.start;
+        nodes_[i] = {.data = const_cast<char *>(data), .next = next}; // libcurl only reads it
     }
     return nodes_.empty() ? nullptr : nodes_.data();
 }
@@ -62,7 +64,7 @@ curl_slist *LineList::Get()
 void LineList::Clear() noexcept
 {
     Wipe(text_);
-    starts_.clear();
+    lines_.clear();
     nodes_.clear();
 }
 

@@ -24,6 +24,9 @@ public:
     // A line, put together from pieces.
     void Add(std::initializer_list<std::string_view> pieces);
 
+    // A line that stays where it is.
+    void AddFixed(const char *line) { lines_.push_back({.fixed = line}); }
+
     // For libcurl, until the list changes. Null where it is empty.
     curl_slist *Get();
 
@@ -31,10 +34,15 @@ public:
     void Clear() noexcept;
 
 private:
+    struct Line {
+        const char *fixed = nullptr;
+        size_t start = 0; // in the text, of one that is not fixed
+    };
+
     void MakeRoom(size_t more);
 
     std::string text_; // a NUL behind each line
-    std::vector<size_t> starts_;
+    std::vector<Line> lines_;
     std::vector<curl_slist> nodes_;
 };
 

@@ -122,20 +122,20 @@ public:
                                 return field.lower == "accept-encoding";
                             });
         if (!list_.ownEncoding) {
-            list_.lines.Add({ACCEPT_ENCODING});
+            list_.lines.AddFixed(ACCEPT_ENCODING);
         }
         for (const Field &field : fields_) {
             AddField(field);
         }
         AddCookies();
         if (!userAgent_) {
-            list_.lines.Add({USER_AGENT});
+            list_.lines.AddFixed(USER_AGENT);
         }
         if (!expect_) {
-            list_.lines.Add({"Expect:"});
+            list_.lines.AddFixed("Expect:");
         }
         if (!hop_.body && !contentType_) {
-            list_.lines.Add({"Content-Type:"}); // else libcurl calls an empty body a form
+            list_.lines.AddFixed("Content-Type:"); // else libcurl calls an empty body a form
         }
     }
 
