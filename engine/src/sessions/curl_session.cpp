@@ -54,8 +54,8 @@ void CurlSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallbac
         orphan_.Fetch(request, std::move(completion));
         return;
     }
-    auto driver = std::make_unique<LoopDriver>(*core_, request->Gate(), std::move(completion));
-    const auto transfer = std::make_shared<Transfer>(core_, request, std::move(driver));
+    const auto transfer =
+        std::make_shared<DrivenTransfer<LoopDriver>>(core_, request, std::move(completion));
     core_->Register(transfer);
     transfer->Wake();
 }
@@ -73,11 +73,10 @@ std::shared_ptr<Response> CurlSession::FetchSync(const std::shared_ptr<Request> 
         *errorCode = ERR_SESSION_CLOSED;
         return MakeRefusal(request, CLOSED);
     }
-    auto driver = std::make_unique<CallerDriver>(*core, request->Gate(), insideCallback);
-    CallerDriver &caller = *driver;
-    const auto transfer = std::make_shared<Transfer>(core, request, std::move(driver));
+    const auto transfer =
+        std::make_shared<DrivenTransfer<CallerDriver>>(core, request, insideCallback);
     core->Register(transfer);
-    return caller.Run(*errorCode);
+    return transfer->GetDriver().Run(*errorCode);
 }
 
 void CurlSession::CancelRequest(const std::shared_ptr<Request> &request)

@@ -19,11 +19,10 @@ class Transfer;
 class Driver : public Delivery
 {
 public:
-    virtual ~Driver() = default;
     Driver(const Driver &) = delete;
     Driver &operator=(const Driver &) = delete;
 
-    // The transfer, which owns the driver.
+    // The transfer, whose block the driver is in.
     void Attach(Transfer &transfer) { transfer_ = &transfer; }
 
     // How the transfer stands with the limits on connections: whether it shares its connection
@@ -43,6 +42,7 @@ public:
 
 protected:
     using Delivery::Delivery;
+    ~Driver() = default;
 
     Transfer &Driven() const { return *transfer_; }
 

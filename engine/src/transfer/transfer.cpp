@@ -9,26 +9,26 @@ namespace OHOS::Pelloria::Tnx
 {
 
 Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
-                   std::unique_ptr<Driver> driver)
+                   Driver &driver)
     : core_(std::move(core))
     , request_(std::move(request))
     , configuration_(request_->GetConfiguration())
     , response_(std::make_shared<Response>(request_))
-    , driver_(std::move(driver))
+    , driver_(driver)
     , recorder_(configuration_.tracing)
-    , receiver_(*response_, *driver_)
-    , sender_(*request_, *driver_)
-    , progress_(configuration_.tracing.eventsHandler, *driver_)
-    , lookup_(core_->GetRuntime().Names(), recorder_, *driver_)
+    , receiver_(*response_, driver_)
+    , sender_(*request_, driver_)
+    , progress_(configuration_.tracing.eventsHandler, driver_)
+    , lookup_(core_->GetRuntime().Names(), recorder_, driver_)
 {
-    driver_->Attach(*this);
+    driver_.Attach(*this);
 }
 
 void Transfer::Advance() noexcept
 {
-    const bool went = driver_->Guarded([this] {
+    const bool went = driver_.Guarded([this] {
         Steps();
-        driver_->WakeAt(WaitLimit());
+        driver_.WakeAt(WaitLimit());
     });
     if (!went) {
         End();
@@ -38,7 +38,7 @@ void Transfer::Advance() noexcept
 void Transfer::Steps()
 {
     while (!Done()) {
-        if (Dropped() || driver_->GetOutcome().Stopped()) {
+        if (Dropped() || driver_.GetOutcome().Stopped()) {
             End();
             return;
         }
@@ -114,10 +114,10 @@ void Transfer::Start()
 void Transfer::EnterQueue()
 {
     slot_ = {.host = std::shared_ptr<const std::string>(hop_.url, &hop_.url->origin),
-             .exclusive = driver_->Exclusive()};
+             .exclusive = driver_.Exclusive()};
     slotState_ = SlotState::WAITING;
     state_ = State::ADMISSION;
-    if (!driver_->NeedsSlot()) {
+    if (!driver_.NeedsSlot()) {
         slotState_ = SlotState::NONE;
     } else if (core_->GetAdmission().Enter(slot_, shared_from_this())) {
         slotState_ = SlotState::HELD;
@@ -166,8 +166,8 @@ void Transfer::ChooseRoute()
     }
     exclusion_ = UNKNOWN;
     state_ = State::EXCLUSION;
-    driver_->Deliver([this, excludes] {
-        driver_->Call([&] { exclusion_ = (*excludes)(hop_.url->text) ? 1 : 0; });
+    driver_.Deliver([this, excludes] {
+        driver_.Call([&] { exclusion_ = (*excludes)(hop_.url->text) ? 1 : 0; });
         Wake();
     });
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "dns/name_lookup.h"
 #include "driver.h"
@@ -24,18 +25,18 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-class Transfer final : public RunningTransfer,
-                       public std::enable_shared_from_this<Transfer>,
-                       private WireSink
+class Transfer : public RunningTransfer,
+                 public std::enable_shared_from_this<Transfer>,
+                 private WireSink
 {
 public:
-    Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request,
-             std::unique_ptr<Driver> driver);
+    // The driver outlives the transfer.
+    Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> request, Driver &driver);
     Transfer(const Transfer &) = delete;
     Transfer &operator=(const Transfer &) = delete;
 
     const std::shared_ptr<Request> &GetRequest() const override { return request_; }
-    void Wake() noexcept override { driver_->Wake(); }
+    void Wake() noexcept override { driver_.Wake(); }
     void Admitted() override;
 
     // Goes on as far as it can without waiting. For the driver, on its thread.
@@ -117,7 +118,7 @@ private:
     const std::shared_ptr<Request> request_;
     const Configuration &configuration_;
     const std::shared_ptr<Response> response_;
-    const std::unique_ptr<Driver> driver_;
+    Driver &driver_;
 
     Recorder recorder_;
     Phases phases_;
@@ -137,6 +138,28 @@ private:
     std::atomic<int> exclusion_ = UNKNOWN;
 
     static constexpr int UNKNOWN = -1;
+};
+
+// What has to be there before a transfer, and until it is gone.
+template <class Kind> struct DriverOnSession {
+    std::shared_ptr<SessionCore> sessionCore; // outlives the driver
+    Kind ownDriver;
+};
+
+// A transfer and its driver in one block.
+template <class Kind> class DrivenTransfer final : private DriverOnSession<Kind>, public Transfer
+{
+public:
+    // What the driver wants to know stands at the end.
+    template <class... Args>
+    DrivenTransfer(std::shared_ptr<SessionCore> core, const std::shared_ptr<Request> &request,
+                   Args &&...args)
+        : DriverOnSession<Kind>{core, Kind(*core, request->Gate(), std::forward<Args>(args)...)}
+        , Transfer(std::move(core), request, this->ownDriver)
+    {
+    }
+
+    Kind &GetDriver() { return this->ownDriver; }
 };
 
 } // namespace OHOS::Pelloria::Tnx

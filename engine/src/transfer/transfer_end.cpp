@@ -60,7 +60,7 @@ std::optional<TimePoint> Transfer::WaitLimit() const
 
 void Transfer::Fail(CURLcode code, std::string why)
 {
-    driver_->GetOutcome().Stop(code, std::move(why));
+    driver_.GetOutcome().Stop(code, std::move(why));
 }
 
 // `code` is libcurl's.
@@ -80,7 +80,7 @@ void Transfer::End() noexcept
     if (state_ == State::UNDER_WAY) {
         StopWire();
     }
-    const Outcome &outcome = driver_->GetOutcome();
+    const Outcome &outcome = driver_.GetOutcome();
     const bool closed = core_->GetActivity().Closed();
     if (!request_->IsCanceled()) {
         Try([&] { recorder_.Cause(closed ? "The session was closed" : Cause()); });
@@ -92,7 +92,7 @@ void Transfer::End() noexcept
 // Why it was stopped, and how far it was.
 std::string Transfer::Cause()
 {
-    const Outcome &outcome = driver_->GetOutcome();
+    const Outcome &outcome = driver_.GetOutcome();
     std::string text = outcome.Why();
     if (state_ == State::START || state_ == State::ADMISSION) {
         return text;
@@ -136,7 +136,7 @@ void Transfer::DropWire(bool sound) noexcept
         TakeTimes();
     }
     wire_ = nullptr;
-    driver_->ReturnWire(sound);
+    driver_.ReturnWire(sound);
 }
 
 void Transfer::Finish(uint32_t code) noexcept
@@ -146,26 +146,26 @@ void Transfer::Finish(uint32_t code) noexcept
     LeaveSlot();
     core_->Deregister(*this);
     if (request_->IsCanceled() && code != ERR_SESSION_CLOSED) { // whatever ended it meanwhile
-        driver_->Complete(nullptr, ERR_REQUEST_CANCELED);
+        driver_.Complete(nullptr, ERR_REQUEST_CANCELED);
         return;
     }
     receiver_.HandOverFields();
     if (!Try([&] { TellEnd(code); }) && code == 0) {
         code = ERR_TRANSFER_BASE + CURLE_OUT_OF_MEMORY;
     }
-    driver_->Complete(response_, code);
+    driver_.Complete(response_, code);
 }
 
 // The last events, and what the response has besides its content.
 void Transfer::TellEnd(uint32_t code)
 {
     if (receiver_.Body().MakeRoom()) {
-        driver_->Deliver([this] { receiver_.Body().Join(); });
+        driver_.Deliver([this] { receiver_.Body().Join(); });
     }
     progress_.Finish();
     const auto &dataEnd = configuration_.tracing.eventsHandler.onDataEnd;
     if (code == 0 && dataEnd) {
-        driver_->Deliver([this, &dataEnd] { driver_->Call(dataEnd); });
+        driver_.Deliver([this, &dataEnd] { driver_.Call(dataEnd); });
     }
     if (configuration_.tracing.collectTimeInfo) {
         response_->SetTimeInfo(phases_.Result());

@@ -12,7 +12,7 @@ void Transfer::Send()
                            !configuration_.security.credentialPassword.Empty() ||
                            !route_.proxy.Direct();
     receiver_.StartHop(hop_, mayRepeat);
-    wire_ = &driver_->TakeWire();
+    wire_ = &driver_.TakeWire();
     const CURLcode code = wire_->Start({.request = *request_,
                                         .hop = hop_,
                                         .route = route_,
@@ -95,7 +95,7 @@ bool Transfer::GoOn()
 
 bool Transfer::OnHeaderLine(std::string_view line) noexcept
 {
-    return driver_->Guarded(
+    return driver_.Guarded(
         [&] {
             if (recorder_.Wanted()) {
                 recorder_.SeeHeaderLine(line);
@@ -111,12 +111,12 @@ bool Transfer::OnHeaderLine(std::string_view line) noexcept
 
 size_t Transfer::OnBody(std::string_view piece) noexcept
 {
-    return driver_->Guarded([&] { return receiver_.OnBody(piece); }, size_t{0});
+    return driver_.Guarded([&] { return receiver_.OnBody(piece); }, size_t{0});
 }
 
 void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept
 {
-    driver_->Guarded([&] {
+    driver_.Guarded([&] {
         if (type == CURLINFO_TEXT) {
             recorder_.Record(type, wire_->WithRealName(WithoutSecrets(data)));
         } else {
@@ -130,7 +130,7 @@ void Transfer::OnProgress(uint64_t downloadTotal, uint64_t uploadTotal, uint64_t
     if (!progress_.Wanted()) {
         return;
     }
-    driver_->Guarded([&] {
+    driver_.Guarded([&] {
         progress_.Report({.downloadTotal = downloadTotal,
                           .downloaded = receiver_.Received(),
                           .uploadTotal = uploadTotal,
@@ -142,13 +142,13 @@ void Transfer::OnDone(CURLcode code) noexcept
 {
     const std::shared_ptr<Transfer> self = shared_from_this(); // the registry's goes with the end
     state_ = State::ENDED;
-    driver_->Guarded([&] { EndOfHop(code); });
+    driver_.Guarded([&] { EndOfHop(code); });
     Advance();
 }
 
 void Transfer::EndOfHop(CURLcode code)
 {
-    if (Dropped() || driver_->GetOutcome().Stopped()) {
+    if (Dropped() || driver_.GetOutcome().Stopped()) {
         return;
     }
     if (wire_->RefusedConnection() && !route_.fresh) {
@@ -189,7 +189,7 @@ void Transfer::SendAfresh()
 void Transfer::HandleResponse()
 {
     const bool http2 = wire_->SpokeHttp2();
-    if (http2 && hop_.url->Secure() && !driver_->Exclusive()) {
+    if (http2 && hop_.url->Secure() && !driver_.Exclusive()) {
         core_->GetAdmission().SharesConnections(*slot_.host);
     }
     const bool toldHttp2 =
@@ -240,7 +240,7 @@ void Transfer::Redirect(const std::string &reference)
     const bool sameHost = next.url->origin == hop_.url->origin;
     hop_ = std::move(next);
     response_->SetEffectiveUrl(hop_.url->text);
-    if (sameHost || !driver_->NeedsSlot()) {
+    if (sameHost || !driver_.NeedsSlot()) {
         state_ = State::ROUTE;
         return;
     }
