@@ -16,8 +16,7 @@ bool Strand::Push(Callback callback)
 bool Strand::PushLast(Callback callback) noexcept
 {
     MutexLock lock(mutex_);
-    last_.front() = std::move(callback);
-    callbacks_.splice(callbacks_.end(), last_);
+    last_ = std::move(callback);
     return !std::exchange(scheduled_, true);
 }
 
@@ -31,19 +30,22 @@ void Strand::Clear()
 
 void Strand::RunOnWorker()
 {
-    for (;;) {
-        Callback callback;
-        {
-            MutexLock lock(mutex_);
-            if (callbacks_.empty()) {
-                scheduled_ = false;
-                return;
-            }
-            callback = std::move(callbacks_.front());
-            callbacks_.pop_front();
-        }
+    while (const Callback callback = Next()) {
         Run(callback);
     }
+}
+
+// Empty when there is none: the strand then has to be scheduled again.
+Callback Strand::Next()
+{
+    MutexLock lock(mutex_);
+    if (callbacks_.empty()) {
+        scheduled_ = static_cast<bool>(last_);
+        return std::exchange(last_, nullptr);
+    }
+    Callback callback = std::move(callbacks_.front());
+    callbacks_.pop_front();
+    return callback;
 }
 
 // The application's own exceptions do not come this far.

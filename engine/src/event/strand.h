@@ -28,7 +28,7 @@ public:
     // Adds a callback. True when the strand has to be handed to the workers.
     bool Push(Callback callback);
 
-    // The same for the one that ends the transfer, whose node was made beforehand.
+    // The same for the one that ends the transfer, which takes no memory.
     bool PushLast(Callback callback) noexcept;
 
     // Forgets every callback that has not started.
@@ -37,13 +37,14 @@ public:
     void RunOnWorker() override;
 
 private:
+    Callback Next();
     void Run(const Callback &callback) noexcept;
 
     Activity &activity_;
     Delivery &transfer_;
     Mutex mutex_;
     std::list<Callback> callbacks_ GUARDED_BY(mutex_);
-    std::list<Callback> last_ GUARDED_BY(mutex_) = std::list<Callback>(1);
+    Callback last_ GUARDED_BY(mutex_); // behind all of them
     bool scheduled_ GUARDED_BY(mutex_) = false;
 };
 
