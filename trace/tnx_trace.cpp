@@ -74,7 +74,7 @@ void TnxTraceApiEvent(uint32_t result, uint32_t errorCode, const char *apiName,
 {
     using namespace OHOS::Pelloria::TnxC;
     Guarded([=] { // else it is an event less
-        if (HasProcessor()) {
+        if (HasProcessor() && TakesEvents()) {
             WriteEvent(result, errorCode, apiName, beginTime);
         }
     });

@@ -4,6 +4,7 @@
 #include "environment.h"
 #include "tnx_platform/controls.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
@@ -18,17 +19,17 @@ using namespace OHOS::HiviewDFX::HiAppEvent;
 
 struct EventSink {
     std::mutex mutex;
-    EventCapture *capture = nullptr;
+    std::atomic<EventCapture *> capture = nullptr; // changes under the lock
     int64_t processors = 0;
 
     int64_t Register(const ReportConfig &config)
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (capture != nullptr) {
-            capture->registrations_.push_back(config);
-            if (!capture->results_.empty()) {
-                const int64_t result = capture->results_.front();
-                capture->results_.erase(capture->results_.begin());
+        if (EventCapture *const taker = capture) {
+            taker->registrations_.push_back(config);
+            if (!taker->results_.empty()) {
+                const int64_t result = taker->results_.front();
+                taker->results_.erase(taker->results_.begin());
                 return result;
             }
         }
@@ -38,10 +39,11 @@ struct EventSink {
     bool Take(const Event &event)
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (capture != nullptr) {
-            capture->events_.push_back(event);
+        EventCapture *const taker = capture;
+        if (taker != nullptr) {
+            taker->events_.push_back(event);
         }
-        return capture != nullptr;
+        return taker != nullptr;
     }
 };
 
@@ -157,6 +159,11 @@ Event::Event(std::string domain, std::string name, EventType type)
 int64_t AppEventProcessorMgr::AddProcessor(const ReportConfig &config)
 {
     return g_sink.Register(config);
+}
+
+bool TakesEvents() noexcept
+{
+    return g_sink.capture != nullptr || !GetEnvironment().eventsFile.empty();
 }
 
 int Write(const Event &event)

@@ -89,6 +89,9 @@ private:
 // Returns 0, or -1 when the event could not be written.
 int Write(const Event &event);
 
+// Whether an event that is written goes anywhere: else nobody need make one.
+bool TakesEvents() noexcept;
+
 } // namespace OHOS::HiviewDFX::HiAppEvent
 
 #pragma GCC visibility pop
