@@ -24,13 +24,15 @@ static_assert(std::is_standard_layout_v<MapBlock>, "a map points to its block");
 
 Tnx_Map *AllocateMap(size_t room) noexcept
 {
-    auto *block = static_cast<MapBlock *>(std::calloc(1, sizeof(MapBlock) + room));
+    auto *block = static_cast<MapBlock *>(std::malloc(sizeof(MapBlock) + room));
     if (block == nullptr) {
         return nullptr;
     }
-    block->map = {block->buckets, 0, MIN_CAPACITY};
-    block->room = reinterpret_cast<char *>(block + 1);
-    block->end = block->room + room;
+    char *const start = reinterpret_cast<char *>(block + 1);
+    *block = {.map = {block->buckets, 0, MIN_CAPACITY},
+              .room = start,
+              .end = start + room,
+              .buckets = {}};
     return &block->map;
 }
 
