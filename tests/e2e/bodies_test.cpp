@@ -120,13 +120,24 @@ std::vector<Before> OtherRequests()
 class BodiesTest : public EndToEndTest
 {
 protected:
+    // The last one that asks for just that: one that was given up may arrive later.
+    static ReceivedRequest LastEcho()
+    {
+        const std::vector<ReceivedRequest> requests = Scripted().Requests();
+        const auto found =
+            std::find_if(requests.rbegin(), requests.rend(), [](const ReceivedRequest &request) {
+                return request.head.find(" /echo HTTP/") != std::string::npos;
+            });
+        return found != requests.rend() ? *found : ReceivedRequest();
+    }
+
     // Sends both ways, and checks each request as it stood on the wire.
     void Sends(const std::function<void(Call &)> &fill, const char *method,
                const std::function<void(const ReceivedRequest &)> &check, uint32_t code = 0)
     {
         Both(fill, Scripted().Url("/echo"), method, [&](const Outcome &outcome) {
             EXPECT_EQ(outcome.code, code) << outcome.Why();
-            check(Scripted().LastRequest());
+            check(LastEcho());
         });
     }
 };
@@ -177,7 +188,7 @@ TEST_F(BodiesTest, HeadsSayWhatTheyMust)
     // Whatever the request before had is not in this one.
     const auto after = [this](const Before &before, const auto &one) {
         return [this, &before, &one](Call &call) {
-            Call earlier(Scripted().Url("/echo"), before.method);
+            Call earlier(Scripted().Url("/echo?before"), before.method);
             before.fill(earlier);
             earlier.FetchSync(Session());
             earlier.Fetch(Session());
