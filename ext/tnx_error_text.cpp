@@ -1,5 +1,5 @@
 // The words for error codes. The header, docs/ERRORS.md and the manual page have the same.
-#include "tnx_c_ext.h"
+#include "tnx_c_ext/errors.h"
 
 #include <algorithm>
 #include <iterator>

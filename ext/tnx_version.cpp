@@ -1,5 +1,5 @@
 // The versions of the library and of what it stands on.
-#include "tnx_c_ext.h"
+#include "tnx_c_ext/version.h"
 
 #include <string>
 

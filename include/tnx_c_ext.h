@@ -1,35 +1,14 @@
 /**
  * @file tnx_c_ext.h
- * @brief Small additions beside the interface: error texts, versions, and failing on a status.
+ * @brief Additions beside the interface. Nothing of it needs them, and nothing changes by them.
+ *
+ * The conventions of tnx_c.h hold here too. Each of the headers below can be included alone.
  */
 #ifndef TNX_C_EXT_H
 #define TNX_C_EXT_H
 
 #include "tnx_c.h"
-
-TNX_BEGIN_DECLS
-
-/**
- * Tells in words what an error code means. Works from any thread.
- * @return A text of the library's own, never null, for a code that is none too.
- */
-TNX_API const char *OVX_Tnx_GetErrorText(uint32_t code) TNX_NOEXCEPT;
-
-/**
- * Tells the versions of the library and of what it stands on, for people:
- * "libtnx/1.0.0 libcurl/7.88.1 OpenSSL/3.0.15 nghttp2/1.52.0 c-ares/1.18.1". Works from any thread.
- * @return A text of the library's own, never null.
- */
-TNX_API const char *OVX_Tnx_GetVersion(void) TNX_NOEXCEPT;
-
-/**
- * Says whether a status of 400 or more is a failure: the fetch then ends at the header fields with
- * TNX_ERR_HTTP_STATUS, and its response has status and headers but no body. Off unless set. An
- * answer to a challenge (401, 407) is no failure as long as there is a credential to answer with.
- * @return TNX_OK, or TNX_ERR_PARAMETER for a null request.
- */
-TNX_API uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) TNX_NOEXCEPT;
-
-TNX_END_DECLS
+#include "tnx_c_ext/errors.h"
+#include "tnx_c_ext/version.h"
 
 #endif

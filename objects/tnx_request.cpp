@@ -2,7 +2,7 @@
 #include "common/c_ptr.h"
 #include "common/log.h"
 #include "objects/request_extension.h"
-#include "tnx_c_ext.h"
+#include "tnx_c_ext/errors.h"
 #include "tnx_platform/bounded.h"
 
 #include <atomic>
