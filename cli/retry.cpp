@@ -11,6 +11,7 @@
 #include <iomanip>
 
 #include "terminal.h"
+#include "tnx_c_ext.h"
 
 namespace TnxTool
 {
@@ -49,13 +50,10 @@ bool MayPass(const RetrySettings &settings, const Outcome &outcome)
 
 std::optional<seconds> AskedFor(const Outcome &outcome)
 {
-    const Tnx_HeaderValue *field =
-        outcome.response && outcome.response->headers != nullptr
-            ? OVX_Tnx_GetHeaderValue(outcome.response->headers, "retry-after")
-            : nullptr;
-    return field == nullptr || field->value == nullptr
-               ? std::nullopt
-               : ParseRetryAfter(field->value, std::chrono::system_clock::now());
+    const char *value =
+        outcome.response ? OVX_Tnx_FindHeader(outcome.response->headers, "retry-after") : nullptr;
+    return value == nullptr ? std::nullopt
+                            : ParseRetryAfter(value, std::chrono::system_clock::now());
 }
 
 } // namespace

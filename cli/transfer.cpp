@@ -208,14 +208,13 @@ void Transfer::OnHeaders(void *context, Tnx_Headers *headers) noexcept
 {
     auto &self = *static_cast<Transfer *>(context);
     const HeadersHandle guard(headers);
-    const Tnx_HeaderValue *range =
-        headers == nullptr ? nullptr : OVX_Tnx_GetHeaderValue(headers, "content-range");
-    if (range == nullptr || range->value == nullptr) {
+    const char *range = OVX_Tnx_FindHeader(headers, "content-range");
+    if (range == nullptr) {
         self.resume_ = Resume::REFUSED;
-    } else if (IsUnsatisfied(range->value)) {
+    } else if (IsUnsatisfied(range)) {
         self.resume_ = Resume::COMPLETE;
     } else {
-        self.resume_ = StartsAt(range->value, self.offset_) ? Resume::ACCEPTED : Resume::REFUSED;
+        self.resume_ = StartsAt(range, self.offset_) ? Resume::ACCEPTED : Resume::REFUSED;
     }
 }
 

@@ -22,13 +22,12 @@ static bool WantsRetry(const Tnx_Response *response, uint32_t code)
 /* What the server asks for (in seconds; a date is left out here), else twice as long each time. */
 static long PauseAfter(const Tnx_Response *response, int attempt)
 {
-    const Tnx_HeaderValue *after = OVX_Tnx_GetHeaderValue(response->headers, "retry-after");
+    const char *after = OVX_Tnx_FindHeader(response->headers, "Retry-After");
     long pause = (long)FIRST_PAUSE_MS << attempt;
     if (after != NULL) {
         char *end = NULL;
-        const long seconds = strtol(after->value, &end, 10);
-        if (end != after->value && *end == '\0' && seconds >= 0 &&
-            seconds <= LONGEST_PAUSE_MS / 1000) {
+        const long seconds = strtol(after, &end, 10);
+        if (end != after && *end == '\0' && seconds >= 0 && seconds <= LONGEST_PAUSE_MS / 1000) {
             pause = seconds * 1000;
         }
     }

@@ -1,4 +1,5 @@
-/* token_interceptor URL TOKEN: an interceptor that adds a header field to every request. */
+/* token_interceptor URL TOKEN: an interceptor that adds a header field to every request that lacks
+ * it. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -16,8 +17,14 @@ static Tnx_Response *AddToken(Tnx_Request *request, const Tnx_SyncRequestHandler
     if (added != NULL) {
         request->headers = added;
     }
-    OVX_Tnx_SetHeaderValue(request->headers, "authorization", g_token);
+    const bool ours = OVX_Tnx_FindHeader(request->headers, "Authorization") == NULL;
+    if (ours) {
+        OVX_Tnx_ReplaceHeaderValue(request->headers, "Authorization", g_token);
+    }
     Tnx_Response *response = OVX_Tnx_CallNextSyncRequestHandler(request, next, errCode);
+    if (ours) {
+        OVX_Tnx_RemoveHeader(request->headers, "Authorization");
+    }
     if (added != NULL) {
         request->headers = NULL;
         OVX_Tnx_DestroyHeaders(added);
@@ -41,7 +48,9 @@ int main(int argc, char **argv)
     Tnx_Request *request = OVX_Tnx_CreateRequest(argv[1]);
     Tnx_Response *response = OVX_Tnx_FetchSync(session, request, &code);
     if (code == TNX_OK) {
-        printf("%d\n%.*s\n", response->statusCode, (int)response->bodyLength, response->body);
+        const char *type = OVX_Tnx_FindHeader(response->headers, "Content-Type");
+        printf("%d, %s\n%.*s\n", response->statusCode, type != NULL ? type : "no content type",
+               (int)response->bodyLength, response->body);
     } else {
         fprintf(stderr, "%s\n", OVX_Tnx_GetErrorText(code));
     }

@@ -3,8 +3,11 @@
 
 #include "objects/map_block.h"
 #include "objects/map_record.h"
+#include "tnx_c_ext/header_fields.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace OHOS::Pelloria::TnxC
@@ -33,6 +36,49 @@ HeaderValuePtr MakeHeaderValue(Tnx_Map *map, std::string_view text)
         TNX_LOGE("failed to alloc memory for header value");
     }
     return value;
+}
+
+bool IsToken(std::string_view name)
+{
+    constexpr std::string_view PUNCTUATION = "!#$%&'*+-.^_`|~";
+    return !name.empty() && std::all_of(name.begin(), name.end(), [&](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               PUNCTUATION.find(c) != std::string_view::npos;
+    });
+}
+
+// All are out of the map before the first is freed: the name may be a part of one of them.
+void RemoveSpellings(Tnx_Map *map, const char *name, const Tnx_MapEntry *except)
+{
+    Tnx_MapEntry *entry = TakeSpellings(map, name, except);
+    while (entry != nullptr) {
+        FreeValues(map, entry->value);
+        FreePart(map, std::exchange(entry, entry->next));
+    }
+}
+
+// What can fail comes first.
+uint32_t ReplaceValue(Tnx_Map *map, const char *name, const char *value)
+{
+    HeaderValuePtr made = MakeHeaderValue(map, value);
+    if (made == nullptr) {
+        return TNX_ERR_OUT_OF_MEMORY;
+    }
+    Tnx_MapEntry *entry = FindMapEntry(map, name);
+    void *old = nullptr;
+    if (entry != nullptr) {
+        old = std::exchange(entry->value, made.get());
+    } else {
+        const uint32_t code = OVX_Tnx_PutMapEntry(map, name, made.get());
+        if (code != TNX_OK) {
+            return code;
+        }
+        entry = FindMapEntry(map, name);
+    }
+    static_cast<void>(made.release());
+    RemoveSpellings(map, entry->key, entry);
+    FreeValues(map, old);
+    return TNX_OK;
 }
 
 } // namespace
@@ -73,6 +119,36 @@ uint32_t OVX_Tnx_SetHeaderValue(Tnx_Headers *headers, const char *name, const ch
         return TNX_ERR_PARAMETER;
     }
     return AddHeader(headers->fields, name, value);
+}
+
+const char *OVX_Tnx_FindHeader(const Tnx_Headers *headers, const char *name) noexcept
+{
+    if (headers == nullptr || name == nullptr || !IsUsable(headers->fields)) {
+        return nullptr;
+    }
+    const Tnx_MapEntry *entry = FindSpelling(headers->fields, name);
+    return entry == nullptr || entry->value == nullptr
+               ? nullptr
+               : static_cast<const Tnx_HeaderValue *>(entry->value)->value;
+}
+
+uint32_t OVX_Tnx_ReplaceHeaderValue(Tnx_Headers *headers, const char *name,
+                                    const char *value) noexcept
+{
+    if (headers == nullptr || name == nullptr || value == nullptr || !IsUsable(headers->fields) ||
+        !IsToken(name) || std::strpbrk(value, "\r\n") != nullptr) {
+        return TNX_ERR_PARAMETER;
+    }
+    return ReplaceValue(headers->fields, name, value);
+}
+
+uint32_t OVX_Tnx_RemoveHeader(Tnx_Headers *headers, const char *name) noexcept
+{
+    if (headers == nullptr || name == nullptr || !IsUsable(headers->fields)) {
+        return TNX_ERR_PARAMETER;
+    }
+    RemoveSpellings(headers->fields, name, nullptr);
+    return TNX_OK;
 }
 
 void OVX_Tnx_DestroyHeaders(Tnx_Headers *headers) noexcept

@@ -129,6 +129,21 @@ template <class Release> void Destroy(Tnx_Map *map, Release release)
     std::free(map);
 }
 
+// Independent of the locale.
+constexpr char ToLower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool IsSpelling(const char *a, const char *b)
+{
+    while (*a != '\0' && ToLower(*a) == ToLower(*b)) {
+        ++a;
+        ++b;
+    }
+    return ToLower(*a) == ToLower(*b);
+}
+
 // Puts the iterator on the first entry at or after a bucket, or at the end.
 void Seek(Tnx_MapIterator *iterator, uint32_t bucket)
 {
@@ -194,6 +209,39 @@ uint32_t PutAt(Tnx_Map *map, const MapPlace &place, std::string_view key, void *
     entry->value = value;
     Link(head, entry, map->size);
     return TNX_OK;
+}
+
+const Tnx_MapEntry *FindSpelling(const Tnx_Map *map, const char *name) noexcept
+{
+    const Tnx_MapEntry *found = FindMapEntry(map, name);
+    for (uint32_t i = 0; found == nullptr && i < map->capacity; ++i) {
+        found = map->entries[i];
+        while (found != nullptr && !IsSpelling(found->key, name)) {
+            found = found->next;
+        }
+    }
+    return found;
+}
+
+Tnx_MapEntry *TakeSpellings(Tnx_Map *map, const char *name, const Tnx_MapEntry *except) noexcept
+{
+    Tnx_MapEntry *taken = nullptr;
+    for (uint32_t i = 0; i < map->capacity; ++i) {
+        Tnx_MapEntry **link = &map->entries[i];
+        const bool used = *link != nullptr;
+        while (Tnx_MapEntry *entry = *link) {
+            if (entry != except && IsSpelling(entry->key, name)) {
+                *link = entry->next;
+                entry->next = std::exchange(taken, entry);
+            } else {
+                link = &entry->next;
+            }
+        }
+        if (used && map->entries[i] == nullptr) {
+            --map->size;
+        }
+    }
+    return taken;
 }
 
 } // namespace OHOS::Pelloria::TnxC

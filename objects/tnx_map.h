@@ -35,6 +35,14 @@ MapPlace FindPlace(const Tnx_Map *map, const char *key) noexcept;
 // Puts a value under the key that was looked for, behind which a NUL stands. Returns a code.
 uint32_t PutAt(Tnx_Map *map, const MapPlace &place, std::string_view key, void *value) noexcept;
 
+// Keys that differ in the case of ASCII letters only are spellings of one name. The map is usable.
+// The entry under the spelling that is given, else under any other; null when there is none.
+const Tnx_MapEntry *FindSpelling(const Tnx_Map *map, const char *name) noexcept;
+
+// Takes the entries under all spellings out of the map, except one, which may be null. The caller
+// frees them, which are parts of the map.
+Tnx_MapEntry *TakeSpellings(Tnx_Map *map, const char *name, const Tnx_MapEntry *except) noexcept;
+
 } // namespace OHOS::Pelloria::TnxC
 
 #endif

@@ -3,6 +3,7 @@
 #include "common/c_ptr.h"
 #include "objects/tnx_headers.h"
 #include "tests/objects/failing_memory.h"
+#include "tnx_c_ext/header_fields.h"
 #include "tnx_platform/controls.h"
 
 #include <gtest/gtest.h>
@@ -136,6 +137,40 @@ TEST_P(MemoryTest, ListsAreWholeOrNoneButCookiesKeepAPart)
                   n == 1 ? 0 : n - 2);
         ASSERT_EQ(LiveBlocks(), before) << "n " << n;
     }
+}
+
+TEST_P(MemoryTest, AFailedReplaceChangesNothing)
+{
+    const long before = LiveBlocks();
+    const auto replace = [](size_t room, const char *name, int n) {
+        const HeadersPtr headers(CreateHeaders(room));
+        OVX_Tnx_SetHeaderValue(headers.get(), "field", "old");
+        OVX_Tnx_SetHeaderValue(headers.get(), "Field", "old");
+        const Failure failure(n, GetParam());
+        const uint32_t code = OVX_Tnx_ReplaceHeaderValue(headers.get(), name, "new");
+        const bool failed = failure.Happened();
+        EXPECT_EQ(code, failed ? uint32_t{TNX_ERR_OUT_OF_MEMORY} : uint32_t{TNX_OK});
+        EXPECT_STREQ(OVX_Tnx_FindHeader(headers.get(), "field"), failed ? "old" : "new");
+        EXPECT_EQ(OVX_Tnx_GetHeaderValue(headers.get(), "Field") != nullptr, failed);
+        return failed;
+    };
+    const struct {
+        size_t room; // a response's headers have some
+        const char *name;
+        int blocks;
+    } rows[] = {
+        {0, "field", 1},
+        {0, "FIELD", 2},
+        {8 * RoomForHeader(5, 3), "FIELD", 0},
+    };
+    for (const auto &row : rows) {
+        int n = 1;
+        while (replace(row.room, row.name, n)) {
+            ++n;
+        }
+        EXPECT_EQ(n, row.blocks + 1) << row.name;
+    }
+    EXPECT_EQ(LiveBlocks(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, MemoryTest, testing::Values(Kind::TRANSIENT, Kind::PERSISTENT));

@@ -1,5 +1,6 @@
 // Headers, cookies and forms: what is kept, what is refused, and in which order it comes back.
 #include "common/c_ptr.h"
+#include "tnx_c_ext/header_fields.h"
 #include "tnx_platform/controls.h"
 
 #include <gtest/gtest.h>
@@ -48,6 +49,56 @@ TEST(HeadersTest, KeepsEachValueOnceInOrderUnderItsExactName)
     }
 }
 
+// In small headers and in a map that has grown, where spellings lie in buckets of their own.
+TEST(HeadersTest, AFieldIsOneWhateverTheCaseOfItsName)
+{
+    for (const int others : {0, 100}) {
+        const HeadersPtr owned(OVX_Tnx_CreateHeaders());
+        Tnx_Headers *headers = owned.get();
+        for (int i = 0; i < others; ++i) {
+            OVX_Tnx_SetHeaderValue(headers, ("Other-" + std::to_string(i)).c_str(), "o");
+        }
+        const char *names[] = {"X-Tag", "x-tag", "X-TAG", "x-tag2", "x-ta", "x\u00c4", "x\u00e4"};
+        for (const char *name : names) {
+            OVX_Tnx_SetHeaderValue(headers, name, name);
+            OVX_Tnx_SetHeaderValue(headers, name, "second");
+        }
+        for (const char *name : names) {
+            EXPECT_STREQ(OVX_Tnx_FindHeader(headers, name), name);
+        }
+        EXPECT_STREQ(OVX_Tnx_FindHeader(headers, "X-TA"), "x-ta");
+        // What the headers have themselves may be given to them.
+        const char *own = OVX_Tnx_FindHeader(headers, "x-tag");
+        EXPECT_EQ(OVX_Tnx_ReplaceHeaderValue(headers, own, own), uint32_t{TNX_OK});
+        EXPECT_EQ(OVX_Tnx_ReplaceHeaderValue(headers, "X-tag", "new"), uint32_t{TNX_OK});
+        EXPECT_EQ(Values(headers, "X-tag"), std::vector<std::string>{"new"});
+        const HeaderEntryPtr entries(OVX_Tnx_GetHeaderEntries(headers));
+        int left = 0;
+        for (const Tnx_HeaderEntry *entry = entries.get(); entry != nullptr; entry = entry->next) {
+            EXPECT_EQ(OVX_Tnx_RemoveHeader(headers, entry->key), uint32_t{TNX_OK});
+            ++left;
+        }
+        EXPECT_EQ(left, others + 5);
+        EXPECT_EQ(OVX_Tnx_FindHeader(headers, "x-tag"), nullptr);
+        EXPECT_EQ(headers->fields->size, 0U);
+    }
+}
+
+TEST(HeadersTest, AFieldThatMustNotBeSentReplacesNone)
+{
+    const HeadersPtr headers(OVX_Tnx_CreateHeaders());
+    OVX_Tnx_SetHeaderValue(headers.get(), "name", "value");
+    const char *fields[][2] = {{"", "v"},        {"na me", "v"},  {"name:", "v"},
+                               {"n\u00e4", "v"}, {"name", "v\r"}, {"name", "a\nb"}};
+    for (const auto &[name, value] : fields) {
+        EXPECT_EQ(OVX_Tnx_ReplaceHeaderValue(headers.get(), name, value),
+                  uint32_t{TNX_ERR_PARAMETER})
+            << name << ": " << value;
+    }
+    EXPECT_EQ(HeaderEntryPtr(OVX_Tnx_GetHeaderEntries(headers.get()))->next, nullptr);
+    EXPECT_STREQ(OVX_Tnx_FindHeader(headers.get(), "NAME"), "value");
+}
+
 TEST(CookiesTest, ReplacesTheValueOfAName)
 {
     const RequestCookiesPtr cookies(OVX_Tnx_CreateRequestCookies());
@@ -82,6 +133,13 @@ TEST(RecordsTest, RefuseNullEverywhere)
         OVX_Tnx_SetHeaderValue(&noHeaders, "n", "v"),
         OVX_Tnx_SetHeaderValue(headers.get(), nullptr, "v"),
         OVX_Tnx_SetHeaderValue(headers.get(), "n", nullptr),
+        OVX_Tnx_ReplaceHeaderValue(nullptr, "n", "v"),
+        OVX_Tnx_ReplaceHeaderValue(&noHeaders, "n", "v"),
+        OVX_Tnx_ReplaceHeaderValue(headers.get(), nullptr, "v"),
+        OVX_Tnx_ReplaceHeaderValue(headers.get(), "n", nullptr),
+        OVX_Tnx_RemoveHeader(nullptr, "n"),
+        OVX_Tnx_RemoveHeader(&noHeaders, "n"),
+        OVX_Tnx_RemoveHeader(headers.get(), nullptr),
         OVX_Tnx_SetRequestCookieValue(nullptr, "n", "v"),
         OVX_Tnx_SetRequestCookieValue(&noCookies, "n", "v"),
         OVX_Tnx_SetRequestCookieValue(cookies.get(), nullptr, "v"),
@@ -101,6 +159,9 @@ TEST(RecordsTest, RefuseNullEverywhere)
     EXPECT_EQ(OVX_Tnx_GetHeaderValue(headers.get(), nullptr), nullptr);
     EXPECT_EQ(OVX_Tnx_GetHeaderValue(nullptr, "n"), nullptr);
     EXPECT_EQ(OVX_Tnx_GetHeaderValue(&noHeaders, "n"), nullptr);
+    EXPECT_EQ(OVX_Tnx_FindHeader(headers.get(), nullptr), nullptr);
+    EXPECT_EQ(OVX_Tnx_FindHeader(nullptr, "n"), nullptr);
+    EXPECT_EQ(OVX_Tnx_FindHeader(&noHeaders, "n"), nullptr);
     EXPECT_EQ(OVX_Tnx_GetHeaderEntries(nullptr), nullptr);
     EXPECT_EQ(OVX_Tnx_GetHeaderEntries(&noHeaders), nullptr);
     EXPECT_EQ(OVX_Tnx_GetRequestCookieEntries(nullptr), nullptr);
