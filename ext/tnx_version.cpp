@@ -6,6 +6,11 @@
 #include "common/guard.h"
 #include "tnx_native/version.h"
 
+uint32_t OVX_Tnx_GetVersionNumber(void) noexcept
+{
+    return TNX_VERSION_NUMBER;
+}
+
 const char *OVX_Tnx_GetVersion(void) noexcept
 {
     const char *version = "libtnx/" TNX_C_VERSION;

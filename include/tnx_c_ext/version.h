@@ -7,7 +7,26 @@
 
 #include "tnx_c/base.h"
 
+/** @name The version of these headers
+ *  Changed by hand, here only: everything else reads it from here. The first number changes with
+ *  what a built program relies on, the second with additions, the third with mends.
+ *  @{ */
+#define TNX_VERSION_MAJOR 1
+#define TNX_VERSION_MINOR 0
+#define TNX_VERSION_PATCH 0
+/** @} */
+
+/** The three in one number, a byte each: 0x010203 is 1.2.3. For `#if`, to compare. */
+#define TNX_VERSION_NUMBER                                                                         \
+    ((TNX_VERSION_MAJOR << 16) | (TNX_VERSION_MINOR << 8) | TNX_VERSION_PATCH)
+
 TNX_BEGIN_DECLS
+
+/**
+ * Tells the version of the library that the program runs with, as TNX_VERSION_NUMBER tells that of
+ * the headers it was built with. Works from any thread.
+ */
+TNX_API uint32_t OVX_Tnx_GetVersionNumber(void) TNX_NOEXCEPT;
 
 /**
  * Tells the versions of the library and of what it stands on, for people:
