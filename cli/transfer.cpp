@@ -53,9 +53,10 @@ Answer FetchThere(Tnx_Session *session, Tnx_Request *request)
     return future.get();
 }
 
-std::string ErrorText(const Conversation &conversation, uint32_t errorCode)
+std::string ErrorText(const Outcome &outcome)
 {
-    return conversation.texts.empty() ? OVX_Tnx_GetErrorText(errorCode) : conversation.texts.back();
+    const char *cause = OVX_Tnx_GetFailureText(outcome.response.get());
+    return cause != nullptr ? cause : OVX_Tnx_GetErrorText(outcome.errorCode);
 }
 
 // The range that a 206 brings, or that a 416 has no more of.
@@ -167,8 +168,7 @@ void Transfer::Judge()
     } else if (resume_ == Resume::REFUSED) {
         SetError(EXIT_RANGE, "the server does not resume at byte " + std::to_string(offset_));
     } else if (outcome_.errorCode >= TNX_ERR_TRANSFER_BASE) {
-        SetError(static_cast<int>(outcome_.errorCode - TNX_ERR_TRANSFER_BASE),
-                 ErrorText(outcome_.conversation, outcome_.errorCode));
+        SetError(static_cast<int>(outcome_.errorCode - TNX_ERR_TRANSFER_BASE), ErrorText(outcome_));
     } else if (outcome_.errorCode != TNX_OK) {
         SetError(EXIT_USAGE, OVX_Tnx_GetErrorText(outcome_.errorCode));
     }

@@ -35,7 +35,8 @@ int main(int argc, char **argv)
         printf("\n");
         fwrite(response->body, 1, response->bodyLength, stdout);
     } else {
-        fprintf(stderr, "%s: %s\n", argv[1], OVX_Tnx_GetErrorText(code));
+        const char *cause = OVX_Tnx_GetFailureText(response); /* what happened this time */
+        fprintf(stderr, "%s: %s\n", argv[1], cause != NULL ? cause : OVX_Tnx_GetErrorText(code));
     }
     if (response != NULL) {
         response->destroyResponse(response);

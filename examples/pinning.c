@@ -8,20 +8,6 @@
 #include <tnx_c.h>
 #include <tnx_c_ext.h>
 
-/* The last text that was recorded with a failure tells its cause. */
-static void PrintCause(const Tnx_Response *response)
-{
-    const Tnx_DebugInfo *cause = NULL;
-    for (const Tnx_DebugInfo *info = response->debugInfo; info != NULL; info = info->next) {
-        if (info->type == TNX_DEBUG_TEXT) {
-            cause = info;
-        }
-    }
-    if (cause != NULL) {
-        fprintf(stderr, "%.*s\n", (int)cause->length, cause->data);
-    }
-}
-
 int main(int argc, char **argv)
 {
     if (argc != 4) {
@@ -46,10 +32,10 @@ int main(int argc, char **argv)
     if (code == TNX_OK) {
         printf("%d from the server that was meant\n", response->statusCode);
     } else {
-        fprintf(stderr, "%s\n", OVX_Tnx_GetErrorText(code));
+        const char *cause = OVX_Tnx_GetFailureText(response); /* what happened this time */
+        fprintf(stderr, "%s\n%s\n", OVX_Tnx_GetErrorText(code), cause != NULL ? cause : "");
     }
     if (response != NULL) {
-        PrintCause(response);
         response->destroyResponse(response);
     }
     OVX_Tnx_DestroyRequest(request);

@@ -5,6 +5,7 @@
 #include "common/c_ptr.h"
 #include "common/log.h"
 #include "objects/tnx_headers.h"
+#include "tnx_c_ext/errors.h"
 #include "translate/tnx_response_cookies.h"
 
 #include <cstring>
@@ -58,6 +59,13 @@ Tnx_TimeInfo *CopyTimeInfo(const std::optional<Tnx::TimeInfo> &times)
                  times->firstReceive, times->total,   times->redirect, times->queue};
     }
     return copy.release();
+}
+
+// Null for a record that the library has not made.
+const ResponseHandle *HandleOf(const Tnx_Response *response)
+{
+    const bool own = response != nullptr && response->destroyResponse == TnxDestroyResponse;
+    return own ? static_cast<const ResponseHandle *>(response->engineResponse) : nullptr;
 }
 
 } // namespace
@@ -125,3 +133,12 @@ void TnxDestroyResponse(Tnx_Response *response) noexcept
 }
 
 } // namespace OHOS::Pelloria::TnxC
+
+using namespace OHOS::Pelloria::TnxC;
+
+const char *OVX_Tnx_GetFailureText(const Tnx_Response *response) noexcept
+{
+    const ResponseHandle *handle = HandleOf(response);
+    const std::string *cause = handle == nullptr ? nullptr : handle->response->GetCause();
+    return cause == nullptr ? nullptr : cause->c_str();
+}

@@ -173,12 +173,7 @@ bool ShowRefused(const Servers &)
     const auto request = MakeRequest("http://127.0.0.1:1/");
     const Outcome outcome = FetchSync(session, request);
     Print("GET http://127.0.0.1:1/", outcome);
-    std::string cause;
-    if (outcome.response) {
-        for (const auto *info = outcome.response->debugInfo; info != nullptr; info = info->next) {
-            cause.assign(info->data, info->type == TNX_DEBUG_TEXT ? info->length : 0);
-        }
-    }
-    Note(cause.empty() ? "no cause was told" : cause);
-    return outcome.code == TNX_ERR_CONNECT && !cause.empty();
+    const char *cause = OVX_Tnx_GetFailureText(outcome.response.get());
+    Note(cause == nullptr ? "no cause was told" : cause);
+    return outcome.code == TNX_ERR_CONNECT && cause != nullptr;
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <tnx_c.h>
+#include <tnx_c_ext.h>
 
 struct Closer {
     void operator()(Tnx_Session *session) const { OVX_Tnx_CloseSession(&session); }

@@ -2,6 +2,7 @@
 #include "client.h"
 
 #include "certificates.h"
+#include "tnx_c_ext/errors.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -70,6 +71,7 @@ Outcome::Outcome(Tnx_Response *response, uint32_t errorCode)
     for (const Tnx_DebugInfo *info = response->debugInfo; info != nullptr; info = info->next) {
         debug.emplace_back(info->type, std::string(info->data, info->length));
     }
+    EXPECT_EQ(TextOf(OVX_Tnx_GetFailureText(response)), errorCode == TNX_OK ? "" : Why());
     if (response->timeInfo != nullptr) {
         times = *response->timeInfo;
     }

@@ -1,6 +1,8 @@
 // A response record: its members, their lifetimes and its release.
 #include "translate/tnx_http_response.h"
 
+#include "tnx_c_ext/errors.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -65,7 +67,7 @@ TEST(ResponseTest, RecordKeepsWhatItBorrows)
     const std::weak_ptr<Tnx::Response> watch = response;
     response->MutableBody() = "body";
     response->MutableDebugInfo() = {{Tnx::DEBUG_HEADER_IN, std::string("x\0y", 3)},
-                                    {Tnx::DEBUG_TEXT, std::string(100, 'z')}};
+                                    {Tnx::DEBUG_TEXT, std::string(100, 'z'), true}};
     RecordPtr record(TnxToCResponse(response, nullptr, nullptr));
     response.reset();
     EXPECT_FALSE(watch.expired());
@@ -77,8 +79,23 @@ TEST(ResponseTest, RecordKeepsWhatItBorrows)
     EXPECT_EQ(info->type, uint32_t{TNX_DEBUG_TEXT});
     EXPECT_EQ(std::string(info->data, info->length), std::string(100, 'z'));
     EXPECT_EQ(info->next, nullptr);
+    EXPECT_EQ(OVX_Tnx_GetFailureText(record.get()), info->data);
     record.reset();
     EXPECT_TRUE(watch.expired());
+}
+
+TEST(ResponseTest, WhatIsNoCauseIsNotTakenForOne)
+{
+    const auto response = MakeResponse();
+    response->MutableDebugInfo() = {{Tnx::DEBUG_TEXT, "of a success"}};
+    const RecordPtr record(TnxToCResponse(response, nullptr, nullptr));
+    Tnx_Response applications = {}; // an interceptor's, say
+    applications.debugInfo = record->debugInfo;
+    applications.engineResponse = &applications;
+    for (const Tnx_Response *each :
+         {record.get(), &applications, static_cast<Tnx_Response *>(nullptr)}) {
+        EXPECT_EQ(OVX_Tnx_GetFailureText(each), nullptr);
+    }
 }
 
 TEST(ResponseTest, TimesLeaveTheWallClockOut)

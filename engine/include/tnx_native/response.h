@@ -19,6 +19,7 @@ namespace OHOS::Pelloria::Tnx
 struct DebugInfo {
     uint32_t type; // a DebugKind
     std::string text;
+    bool isCause = false; // of the failure that the response comes with
 };
 
 // When each phase was over, in microseconds since the request left the queue; 0 where it did not
@@ -53,6 +54,12 @@ public:
     const HeaderFields &GetHeaders() const { return headers_; }
     const std::string &GetBody() const { return body_; }
     const std::vector<DebugInfo> &GetDebugInfo() const { return debugInfo_; }
+    // Why the fetch failed, in words; null where it did not.
+    const std::string *GetCause() const
+    {
+        const bool failed = !debugInfo_.empty() && debugInfo_.back().isCause;
+        return failed ? &debugInfo_.back().text : nullptr;
+    }
     const std::optional<TimeInfo> &GetTimeInfo() const { return timeInfo_; }
     const ResponseCookies &GetCookie() const { return cookies_; }
 

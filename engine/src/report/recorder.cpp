@@ -91,7 +91,7 @@ void Recorder::Note(std::string_view text)
 
 void Recorder::Cause(std::string_view text)
 {
-    entries_.push_back({DEBUG_TEXT, WithoutSecrets(text)});
+    entries_.push_back({DEBUG_TEXT, WithoutSecrets(text), true});
 }
 
 } // namespace OHOS::Pelloria::Tnx

@@ -11,7 +11,7 @@ std::shared_ptr<Response> MakeRefusal(const std::shared_ptr<Request> &request,
 {
     auto response = std::make_shared<Response>(request);
     response->SetEffectiveUrl(request->GetUrl());
-    response->MutableDebugInfo().push_back({DEBUG_TEXT, why});
+    response->MutableDebugInfo().push_back({DEBUG_TEXT, why, true});
     return response;
 }
 
