@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "tnx_c.h"
+#include "tnx_c_ext.h"
 
 namespace TnxTool
 {
@@ -25,6 +26,7 @@ inline void ReleaseResponse(Tnx_Response *response) noexcept
     response->destroyResponse(response);
 }
 
+using TextHandle = Handle<char, &OVX_Tnx_DestroyText>;
 using SessionHandle = Handle<Tnx_Session, &CloseSession>;
 using RequestHandle = Handle<Tnx_Request, &OVX_Tnx_DestroyRequest>;
 using ResponseHandle = Handle<Tnx_Response, &ReleaseResponse>;

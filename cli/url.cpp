@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "handles.h"
 #include "values.h"
 
 namespace TnxTool
@@ -49,7 +50,7 @@ std::string CompleteUrl(const Settings &settings, const std::string &url, const 
         const std::string name = std::filesystem::path(*upload).filename().string();
         const size_t end = PathStart(complete) + Path(complete).size();
         const std::string slash = Path(complete).ends_with('/') ? "" : "/";
-        complete.insert(end, slash + UrlEncode(name, false));
+        complete.insert(end, slash + UrlEncode(name));
     }
     if (settings.get && settings.data) {
         AddQuery(complete, *settings.data);
@@ -66,26 +67,10 @@ std::string UrlFileName(std::string_view url)
     return std::string(path.substr(std::min(path.rfind('/') + 1, path.size())));
 }
 
-std::string ResolveUrl(std::string_view base, std::string_view reference)
+std::string ResolveUrl(const std::string &base, const std::string &reference)
 {
-    const std::string scheme(UrlScheme(base));
-    const std::string origin(base.substr(0, PathStart(base)));
-    if (reference.find("://") < reference.find_first_of("/?#")) {
-        return std::string(reference);
-    }
-    if (reference.starts_with("//")) {
-        return scheme + ":" + std::string(reference);
-    }
-    if (reference.starts_with('/')) {
-        return origin + std::string(reference);
-    }
-    const std::string path(Path(base));
-    if (reference.starts_with('?')) {
-        return origin + path + std::string(reference);
-    }
-    const size_t directory = path.rfind('/');
-    return origin + (directory == std::string::npos ? "/" : path.substr(0, directory + 1)) +
-           std::string(reference);
+    const TextHandle url(OVX_Tnx_ResolveUrl(base.c_str(), reference.c_str()));
+    return url == nullptr ? reference : url.get();
 }
 
 std::string_view UrlScheme(std::string_view url)

@@ -17,9 +17,9 @@ std::string CompleteUrl(const Settings &settings, const std::string &url, const 
 // The last part of the URL's path; empty where it ends with a slash.
 std::string UrlFileName(std::string_view url);
 
-// Resolves a reference against the URL that it was found at (RFC 3986 section 5.2, but for dot
-// segments).
-std::string ResolveUrl(std::string_view base, std::string_view reference);
+// Resolves a reference against the URL that it was found at; gives it as it is where that does not
+// work.
+std::string ResolveUrl(const std::string &base, const std::string &reference);
 
 // A URL for people to see: without user and password.
 std::string WithoutUser(std::string_view url);

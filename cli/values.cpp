@@ -9,7 +9,10 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <new>
 #include <sstream>
+
+#include "handles.h"
 
 namespace TnxTool
 {
@@ -17,19 +20,15 @@ namespace TnxTool
 namespace
 {
 
-bool IsUnreserved(unsigned char c)
+// As in a form, where a blank is "+".
+std::string FormEncode(std::string_view text)
 {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
-           c == '.' || c == '_' || c == '~';
-}
-
-int HexDigit(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return c - '0';
+    std::string encoded;
+    for (const std::string &piece : Split(text, ' ')) {
+        encoded += UrlEncode(piece) + "+";
     }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    encoded.pop_back();
+    return encoded;
 }
 
 // Takes one word of a -F value from the front of `text`: quoted, or up to a semicolon.
@@ -114,36 +113,17 @@ std::string ReadWhole(const std::string &path)
     return std::move(content).str();
 }
 
-std::string UrlEncode(std::string_view text, bool plusForBlank)
+std::string UrlEncode(std::string_view text)
 {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (IsUnreserved(byte)) {
-            encoded += c;
-        } else if (c == ' ' && plusForBlank) {
-            encoded += '+';
-        } else {
-            encoded += {'%', digits[byte >> 4], digits[byte & 15]};
-        }
-    }
-    return encoded;
+    const TextHandle escaped(OVX_Tnx_EscapeUrlText(text.data(), text.size()));
+    return escaped == nullptr ? throw std::bad_alloc() : escaped.get();
 }
 
-std::string UrlDecode(std::string_view text)
+std::string UrlDecode(const std::string &text)
 {
-    std::string decoded;
-    for (size_t at = 0; at < text.size(); ++at) {
-        if (text[at] == '%' && at + 2 < text.size() && HexDigit(text[at + 1]) >= 0 &&
-            HexDigit(text[at + 2]) >= 0) {
-            decoded += static_cast<char>(HexDigit(text[at + 1]) * 16 + HexDigit(text[at + 2]));
-            at += 2;
-        } else {
-            decoded += text[at];
-        }
-    }
-    return decoded;
+    size_t length = 0;
+    const TextHandle plain(OVX_Tnx_UnescapeUrlText(text.c_str(), &length));
+    return plain == nullptr ? throw std::bad_alloc() : std::string(plain.get(), length);
 }
 
 std::string ToLower(std::string_view text)
@@ -198,11 +178,11 @@ std::string DataUrlencodeValue(const std::string &value)
         mark = value.find('@');
     }
     if (mark == std::string::npos) {
-        return UrlEncode(value, true);
+        return FormEncode(value);
     }
     const std::string name = value.substr(0, mark);
     const std::string rest = value.substr(mark + 1);
-    const std::string encoded = UrlEncode(value[mark] == '@' ? ReadWhole(rest) : rest, true);
+    const std::string encoded = FormEncode(value[mark] == '@' ? ReadWhole(rest) : rest);
     return name.empty() ? encoded : name + "=" + encoded;
 }
 

@@ -20,9 +20,9 @@ uint32_t ParseSeconds(const std::string &value);
 // A file's content; "-" is standard input.
 std::string ReadWhole(const std::string &path);
 
-// Everything but unreserved characters becomes %XX; a blank becomes "+" in a query.
-std::string UrlEncode(std::string_view text, bool plusForBlank);
-std::string UrlDecode(std::string_view text);
+// Everything but unreserved characters becomes %XX.
+std::string UrlEncode(std::string_view text);
+std::string UrlDecode(const std::string &text);
 
 std::string ToLower(std::string_view text);
 std::string_view Trim(std::string_view text);

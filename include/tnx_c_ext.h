@@ -10,6 +10,7 @@
 #include "tnx_c.h"
 #include "tnx_c_ext/errors.h"
 #include "tnx_c_ext/header_fields.h"
+#include "tnx_c_ext/url.h"
 #include "tnx_c_ext/version.h"
 
 #endif

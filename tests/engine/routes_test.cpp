@@ -4,6 +4,7 @@
 #include "http/proxy_route.h"
 #include "http/url.h"
 #include "pool/runtime.h"
+#include "tnx_native/url_text.h"
 
 #include <gtest/gtest.h>
 
@@ -138,6 +139,75 @@ TEST(UrlTest, NamesAreUtf8)
     Url url;
     ParseUrl("http://b\u00fccher.example/", url);
     EXPECT_EQ(url.Name(), "b\u00fccher.example");
+}
+
+TEST(UrlTest, ResolvesReferences)
+{
+    const struct {
+        const char *reference;
+        const char *url; // null: there is none
+    } cases[] = {
+        {"g", "http://a/b/c/g"},
+        {"./g/", "http://a/b/c/g/"},
+        {"/g", "http://a/g"},
+        {"//g/x", "http://g/x"},
+        {"?y", "http://a/b/c/d;p?y"},
+        {"g?y#s", "http://a/b/c/g?y#s"},
+        {"#s", "http://a/b/c/d;p?q#s"},
+        {";x", "http://a/b/c/;x"},
+        {"", "http://a/b/c/d;p?q"},
+        {"..", "http://a/b/"},
+        {"../../../g", "http://a/g"},
+        {"/./g", "http://a/g"},
+        {"g;x=1/../y", "http://a/b/c/y"},
+        {"g?y/../x", "http://a/b/c/g?y/../x"},
+        {"g#s/../x", "http://a/b/c/g#s/../x"},
+        {"a b", "http://a/b/c/a%20b"},
+        {"https://u@x:1/y", "https://u@x:1/y"},
+        {"mailto:x@y", "mailto:x@y"},
+        {"g:h", "g:h"},
+        {"//", nullptr},
+        {"//x:y/", nullptr},
+        {":x", "http://a/b/c/:x"},
+    };
+    for (const auto &[reference, url] : cases) {
+        const auto resolved = ResolveReference("http://a/b/c/d;p?q#f", reference);
+        EXPECT_EQ(resolved.value_or(""), url == nullptr ? "" : url) << reference;
+    }
+    for (const char *base : {"", "a/b", "mailto:x@y", "ftp://a/", "http://a b/"}) {
+        EXPECT_FALSE(ResolveReference(base, "http://x/")) << base;
+    }
+}
+
+TEST(UrlTest, IsBuiltOfItsParts)
+{
+    using Pieces = std::vector<std::string_view>;
+    const std::vector<QueryPair> pairs = {{"q", "x&y=1 +"}, {"flag", std::nullopt}, {"", ""}};
+    const struct {
+        const char *base;
+        Pieces path;
+        std::vector<QueryPair> query;
+        const char *url; // null: there is none
+    } cases[] = {
+        {"http://h", {}, {}, "http://h/"},
+        {"http://h", {"a"}, {}, "http://h/a"},
+        {"http://h/v1", {"a", "b/c?d#e%2F"}, {}, "http://h/v1/a/b%2Fc%3Fd%23e%252F"},
+        {"http://h/v1/", {"a", ""}, {}, "http://h/v1/a/"},
+        {"http://u:p@h:1/a%2fB?x=1#f",
+         {"\u00fc"},
+         {{"y", "2"}},
+         "http://u:p@h:1/a%2fB/%C3%BC?x=1&y=2#f"},
+        {"http://h?", {}, pairs, "http://h/?q=x%26y%3D1%20%2B&flag&="},
+        {"http://h/?a&", {}, {{"b", "..."}}, "http://h/?a&b=..."},
+        {"http://b\u00fccher.example/", {"..."}, {}, "http://b\u00fccher.example/..."},
+        {"http://h", {"a", ".."}, {}, nullptr},
+        {"http://h", {"."}, {}, nullptr},
+        {"h/a", {}, {}, nullptr},
+        {"ftp://h/", {}, {}, nullptr},
+    };
+    for (const auto &[base, path, query, url] : cases) {
+        EXPECT_EQ(BuildUrl(base, path, query).value_or(""), url == nullptr ? "" : url) << base;
+    }
 }
 
 TEST(HopTest, ChangesMethodsAsTheStatusSays)

@@ -1,5 +1,6 @@
 // The request record and its identifiers.
 #include "common/c_ptr.h"
+#include "tnx_c_ext/url.h"
 #include "tnx_platform/controls.h"
 
 #include <gtest/gtest.h>
@@ -124,6 +125,47 @@ TEST(RequestTest, DestroyingLeavesWhatWasAttached)
     OVX_Tnx_DestroyRequest(nullptr);
     EXPECT_EQ(OVX_Tnx_SetHeaderValue(headers.get(), "n", "v"), uint32_t{TNX_OK});
     EXPECT_EQ(OVX_Tnx_SetRequestCookieValue(cookies.get(), "n", "v"), uint32_t{TNX_OK});
+}
+
+// A copy of a text that is destroyed.
+std::string Taken(char *text)
+{
+    const std::string copy = text == nullptr ? "(null)" : text;
+    OVX_Tnx_DestroyText(text);
+    return copy;
+}
+
+TEST(UrlTest, OfPartsAndEscapes)
+{
+    const char *path[] = {"users", nullptr};
+    const Tnx_QueryPair query[] = {{"q", "x&y"}, {"flag", nullptr}, {nullptr, "v"}};
+    EXPECT_EQ(Taken(OVX_Tnx_BuildUrl("http://h", path, 1, query, 2)),
+              "http://h/users?q=x%26y&flag");
+    EXPECT_EQ(Taken(OVX_Tnx_BuildUrl("http://h", nullptr, 0, nullptr, 0)), "http://h/");
+    EXPECT_EQ(Taken(OVX_Tnx_ResolveUrl("http://h/a/b", "../c")), "http://h/c");
+    EXPECT_EQ(Taken(OVX_Tnx_EscapeUrlText("a \0\xc3\xbc~%", 7)), "a%20%00%C3%BC~%25");
+    EXPECT_EQ(Taken(OVX_Tnx_EscapeUrlText("not read", 0)), "");
+    EXPECT_EQ(Taken(OVX_Tnx_UnescapeUrlText("%c3%BC%zz%4+", nullptr)), "\xc3\xbc%zz%4+");
+    size_t length = 0;
+    EXPECT_EQ(Taken(OVX_Tnx_UnescapeUrlText("a%00b", &length)), "a");
+    EXPECT_EQ(length, 3U);
+    char *const refused[] = {
+        OVX_Tnx_BuildUrl(nullptr, path, 1, query, 1),
+        OVX_Tnx_BuildUrl("h", path, 1, query, 1),
+        OVX_Tnx_BuildUrl("http://h", path, 2, query, 1),
+        OVX_Tnx_BuildUrl("http://h", path, 1, query, 3),
+        OVX_Tnx_BuildUrl("http://h", nullptr, 1, query, 1),
+        OVX_Tnx_BuildUrl("http://h", path, 1, nullptr, 1),
+        OVX_Tnx_ResolveUrl(nullptr, "/"),
+        OVX_Tnx_ResolveUrl("http://h", nullptr),
+        OVX_Tnx_ResolveUrl("h", "/"),
+        OVX_Tnx_EscapeUrlText(nullptr, 0),
+        OVX_Tnx_UnescapeUrlText(nullptr, &length),
+        OVX_Tnx_UnescapeUrlText("a%00b", nullptr),
+    };
+    for (size_t i = 0; i < std::size(refused); ++i) {
+        EXPECT_EQ(refused[i], nullptr) << "row " << i;
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // a response keeps what it can, and nothing leaks.
 #include "common/c_ptr.h"
 #include "tests/objects/failing_memory.h"
+#include "tnx_c_ext/url.h"
 #include "translate/tnx_configuration.h"
 #include "translate/tnx_http_request.h"
 #include "translate/tnx_http_request_content.h"
@@ -131,6 +132,19 @@ TEST(TranslateMemoryTest, ResponsesKeepWhatTheyCan)
             return happened;
         });
     }
+}
+
+TEST(TranslateMemoryTest, UrlsAreMadeOrNot)
+{
+    const Tnx_QueryPair pair = {LONG, LONG};
+    const int failures = FailEach(Kind::TRANSIENT, [&pair](int n, Kind how) {
+        const Failure failure(n, how);
+        char *const url = OVX_Tnx_BuildUrl("http://host", &LONG, 1, &pair, 1);
+        EXPECT_EQ(url == nullptr, failure.Happened());
+        OVX_Tnx_DestroyText(url);
+        return failure.Happened();
+    });
+    EXPECT_GT(failures, 10);
 }
 
 Tnx_IpAddress *ResolveTwo(const char *, uint16_t)

@@ -31,6 +31,22 @@ UrlHandle MakeUrl()
     return url;
 }
 
+std::string GetUrlPart(CURLU *url, CURLUPart part)
+{
+    char *text = nullptr;
+    const CURLUcode code = curl_url_get(url, part, &text, 0);
+    const CurlText owned(text);
+    Need(code != CURLUE_OUT_OF_MEMORY);
+    return code == CURLUE_OK ? text : std::string();
+}
+
+CURLUcode SetUrlPart(CURLU *url, CURLUPart part, const std::string &text, unsigned flags)
+{
+    const CURLUcode code = curl_url_set(url, part, text.c_str(), flags);
+    Need(code != CURLUE_OUT_OF_MEMORY);
+    return code;
+}
+
 void AppendTo(StringList &list, const std::string &line)
 {
     curl_slist *const longer = curl_slist_append(list.get(), line.c_str());

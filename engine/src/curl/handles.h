@@ -18,15 +18,22 @@ struct CurlCleanup {
     void operator()(CURLU *url) const noexcept { curl_url_cleanup(url); }
     void operator()(curl_slist *list) const noexcept { curl_slist_free_all(list); }
     void operator()(curl_mime *mime) const noexcept { curl_mime_free(mime); }
+    void operator()(char *text) const noexcept { curl_free(text); }
 };
 
 using EasyHandle = std::unique_ptr<CURL, CurlCleanup>;
 using UrlHandle = std::unique_ptr<CURLU, CurlCleanup>;
 using StringList = std::unique_ptr<curl_slist, CurlCleanup>;
 using MimeHandle = std::unique_ptr<curl_mime, CurlCleanup>;
+using CurlText = std::unique_ptr<char, CurlCleanup>;
 
 EasyHandle MakeEasy();
 UrlHandle MakeUrl();
+
+// A part that is not there is empty.
+std::string GetUrlPart(CURLU *url, CURLUPart part);
+CURLUcode SetUrlPart(CURLU *url, CURLUPart part, const std::string &text, unsigned flags);
+
 void AppendTo(StringList &list, const std::string &line);
 
 // What CURLOPT_RESOLVE takes, for a time.

@@ -2,8 +2,6 @@
 #include "url.h"
 
 #include <charconv>
-#include <memory>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -17,30 +15,6 @@ namespace OHOS::Pelloria::Tnx
 {
 namespace
 {
-
-struct CurlFree {
-    void operator()(char *text) const noexcept { curl_free(text); }
-};
-
-std::string GetPart(CURLU *url, CURLUPart part)
-{
-    char *text = nullptr;
-    const CURLUcode code = curl_url_get(url, part, &text, 0);
-    const std::unique_ptr<char, CurlFree> owned(text);
-    if (code == CURLUE_OUT_OF_MEMORY) {
-        throw std::bad_alloc();
-    }
-    return code == CURLUE_OK ? text : std::string();
-}
-
-CURLUcode Set(CURLU *url, CURLUPart part, const std::string &text, unsigned flags)
-{
-    const CURLUcode code = curl_url_set(url, part, text.c_str(), flags);
-    if (code == CURLUE_OUT_OF_MEMORY) {
-        throw std::bad_alloc();
-    }
-    return code;
-}
 
 // Which part of a URL libcurl has found wrong.
 const char *ProblemOf(CURLUcode code)
@@ -79,8 +53,8 @@ CURLcode ParseInternational(CURLU *handle, const std::string &name, const std::s
 {
     const std::optional<std::string> ascii = AsciiName(name);
     CURLcode code = CURLE_URL_MALFORMAT;
-    if (ascii && Set(handle, CURLUPART_HOST, *ascii, 0) == CURLUE_OK) {
-        code = ParseUrl(GetPart(handle, CURLUPART_URL), url);
+    if (ascii && SetUrlPart(handle, CURLUPART_HOST, *ascii, 0) == CURLUE_OK) {
+        code = ParseUrl(GetUrlPart(handle, CURLUPART_URL), url);
     }
     // What some letters stand for, a slash for instance, would end the name.
     if (code != CURLE_OK || url.host != *ascii) {
@@ -101,19 +75,20 @@ CURLcode ParseUrl(const std::string &text, Url &url)
     }
     UrlHandle handle = MakeUrl();
     const bool cut = text.find('\0') != std::string::npos;
-    const CURLUcode code = cut ? CURLUE_MALFORMED_INPUT
-                               : Set(handle.get(), CURLUPART_URL, text, CURLU_NON_SUPPORT_SCHEME);
+    const CURLUcode code =
+        cut ? CURLUE_MALFORMED_INPUT
+            : SetUrlPart(handle.get(), CURLUPART_URL, text, CURLU_NON_SUPPORT_SCHEME);
     if (code != CURLUE_OK) {
         url.problem = cut ? "it has a NUL" : ProblemOf(UrlProblem(text, code));
         return CURLE_URL_MALFORMAT;
     }
     url.text = text;
-    url.scheme = Lower(GetPart(handle.get(), CURLUPART_SCHEME));
+    url.scheme = Lower(GetUrlPart(handle.get(), CURLUPART_SCHEME));
     if (url.scheme != "http" && url.scheme != "https") {
         url.problem = "its scheme is neither http nor https";
         return CURLE_UNSUPPORTED_PROTOCOL;
     }
-    const std::string host = GetPart(handle.get(), CURLUPART_HOST);
+    const std::string host = GetUrlPart(handle.get(), CURLUPART_HOST);
     if (!IsAscii(host)) {
         return ParseInternational(handle.get(), host, text, url);
     }
@@ -126,10 +101,10 @@ CURLcode ParseUrl(const std::string &text, Url &url)
         url.host = url.host.substr(1, url.host.size() - 2);
     }
     url.hostIsAddress = IsAddress(url.host);
-    url.hasCredential = !GetPart(handle.get(), CURLUPART_USER).empty() ||
-                        !GetPart(handle.get(), CURLUPART_PASSWORD).empty();
-    url.path = GetPart(handle.get(), CURLUPART_PATH);
-    const std::string port = GetPart(handle.get(), CURLUPART_PORT);
+    url.hasCredential = !GetUrlPart(handle.get(), CURLUPART_USER).empty() ||
+                        !GetUrlPart(handle.get(), CURLUPART_PASSWORD).empty();
+    url.path = GetUrlPart(handle.get(), CURLUPART_PATH);
+    const std::string port = GetUrlPart(handle.get(), CURLUPART_PORT);
     url.port = url.Secure() ? 443 : 80;
     url.ownPort = !port.empty();
     std::from_chars(port.data(), port.data() + port.size(), url.port);
@@ -140,13 +115,16 @@ CURLcode ParseUrl(const std::string &text, Url &url)
 
 std::string ResolveUrl(const std::string &base, const std::string &reference)
 {
+    // libcurl takes a reference within the document for a name beside it.
+    const bool within = reference.empty() || reference.front() == '#';
+    const std::string target = (within ? base.substr(0, base.find('#')) : "") + reference;
     const UrlHandle handle = MakeUrl();
     constexpr unsigned ANY_SCHEME = CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE;
-    if (Set(handle.get(), CURLUPART_URL, base, 0) != CURLUE_OK ||
-        Set(handle.get(), CURLUPART_URL, reference, ANY_SCHEME) != CURLUE_OK) {
+    if (SetUrlPart(handle.get(), CURLUPART_URL, base, 0) != CURLUE_OK ||
+        SetUrlPart(handle.get(), CURLUPART_URL, target, ANY_SCHEME) != CURLUE_OK) {
         return reference;
     }
-    return GetPart(handle.get(), CURLUPART_URL);
+    return GetUrlPart(handle.get(), CURLUPART_URL);
 }
 
 } // namespace OHOS::Pelloria::Tnx
