@@ -124,7 +124,8 @@ Connection::Progress Connection::TakeBody()
 void Connection::StartScript()
 {
     const Query query(request_.Target());
-    const Visit visit{request_, query, ledger_.Visits(request_.Target()), requests_};
+    const Visit visit{request_, query, ledger_.Visits(request_.Target()), requests_,
+                      ledger_.Played()};
     FindRoute(query.path).handler(visit, script_);
     scripted_ = true;
 }
@@ -144,7 +145,7 @@ Connection::Progress Connection::Perform(Step &step)
         return progress;
     }
     case Step::Kind::READ_FRAMES:
-        return TakeFrames(step);
+        return TakeFrames();
     case Step::Kind::CLOSE:
         // Closing with unread bytes would reset the connection and take back what was sent.
         shutdown(fd_, SHUT_WR);
@@ -159,17 +160,13 @@ Connection::Progress Connection::Perform(Step &step)
     return Progress::OVER;
 }
 
-// Collects the data of the frames in the step and sends it at their end; a frame of the type 255 in
-// it is a pause.
-Connection::Progress Connection::TakeFrames(Step &step)
+Connection::Progress Connection::TakeFrames()
 {
     constexpr std::string_view PREFACE = "SM\r\n\r\n"; // what is left of it
-    const std::string pause("\0\0\0\xff\0\0\0\0\0", FRAME_HEAD);
-    if (step.bytes == nullptr && input_.size() >= PREFACE.size()) {
+    if (input_.starts_with(PREFACE)) {
         input_.erase(0, PREFACE.size());
-        step.bytes = std::make_shared<const std::string>();
     }
-    if (step.bytes == nullptr || input_.size() < FRAME_HEAD) {
+    if (input_.size() < FRAME_HEAD) {
         return Fill();
     }
     const auto at = [this](size_t i) { return static_cast<unsigned char>(input_[i]); };
@@ -177,22 +174,11 @@ Connection::Progress Connection::TakeFrames(Step &step)
     if (input_.size() < FRAME_HEAD + length) {
         return Fill();
     }
-    const bool data = at(3) == 0;
-    const bool ends = (data || at(3) == 1) && (at(4) & 1) != 0;
-    const std::string all = *step.bytes + (data ? input_.substr(FRAME_HEAD, length) : "");
+    const bool ends = at(3) <= 1 && (at(4) & 1) != 0; // of data or headers
     input_.erase(0, FRAME_HEAD + length);
-    if (!ends) {
-        step.bytes = std::make_shared<const std::string>(all);
-        return Progress::ON;
+    if (ends) {
+        script_.Pop();
     }
-    script_.Pop();
-    const size_t middle = all.find(pause);
-    script_.Send(all.substr(0, middle));
-    if (middle != std::string::npos) {
-        script_.Sleep(std::chrono::milliseconds(30));
-        script_.Send(all.substr(middle + pause.size()));
-    }
-    script_.Close();
     return Progress::ON;
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,6 +27,8 @@ public:
     virtual void Update(size_t place, const ReceivedRequest &request) = 0;
     // Counts the visits of a target, this one included.
     virtual uint32_t Visits(const std::string &target) = 0;
+    // What /played does.
+    virtual std::shared_ptr<const Script> Played() = 0;
 };
 
 class Connection
@@ -50,7 +53,7 @@ private:
     Progress TakeHead();
     Progress TakeBody();
     Progress Perform(Step &step);
-    Progress TakeFrames(Step &step);
+    Progress TakeFrames();
     Progress Send(Step &step);
     Progress Sleep(std::chrono::milliseconds pause);
     Progress Linger();

@@ -3,6 +3,9 @@
 #
 #   ca.pem                        the authority; ca-dir/ is the same as a hashed directory
 #   good expired wrong-name       server certificates of the authority (NAME.pem, NAME.key)
+#   not-yet common-name wide-wildcard part-wildcard address-as-name for-clients for-signing
+#                                 more of the authority that are not good for a server, or not for
+#                                 every name
 #   self-signed                   a server certificate that vouches for itself
 #   client                        a client certificate: client.pem, client.key, client-locked.key,
 #                                 client.der, client-key.der, client.p12 (pass phrase "secret")
@@ -38,10 +41,11 @@ openssl req -x509 -new -key ca.key -subj "/CN=Tests CA" -days 30 -out ca.pem \
   -addext basicConstraints=critical,CA:TRUE -addext keyUsage=critical,keyCertSign,cRLSign
 cp ca.pem "ca-dir/$(openssl x509 -hash -noout -in ca.pem).0"
 
-# issue NAME SUBJECT-ALTERNATIVE-NAMES FIRST-DAY LAST-DAY
+# issue NAME SUBJECT-ALTERNATIVE-NAMES FIRST-DAY LAST-DAY [COMMON-NAME [EXTENSION]]
 issue() {
   key "$1"
-  openssl req -new -key "$1.key" -subj "/CN=$1" -addext "subjectAltName=$2" -out "$1.csr"
+  openssl req -new -key "$1.key" -subj "/CN=${5:-$1}" ${2:+-addext "subjectAltName=$2"} \
+    ${6:+-addext "$6"} -out "$1.csr"
   openssl ca -batch -notext -config ca.conf -in "$1.csr" -out "$1.pem" \
     -startdate "$3" -enddate "$4"
 }
@@ -52,6 +56,13 @@ until=$(date -u -d '+30 days' +%Y%m%d%H%M%SZ)
 issue good "$names" "$from" "$until"
 issue expired "$names" 20200101000000Z 20200201000000Z
 issue wrong-name DNS:elsewhere.test "$from" "$until"
+issue not-yet "$names" 20990101000000Z 20990201000000Z
+issue common-name '' "$from" "$until" localhost
+issue wide-wildcard 'DNS:*.test,DNS:*' "$from" "$until"
+issue part-wildcard 'DNS:x*.tnx.test' "$from" "$until"
+issue address-as-name DNS:127.0.0.1 "$from" "$until"
+issue for-clients "$names" "$from" "$until" for-clients extendedKeyUsage=clientAuth
+issue for-signing "$names" "$from" "$until" for-signing keyUsage=critical,keyCertSign
 issue client DNS:client.test "$from" "$until"
 
 key self-signed

@@ -48,13 +48,13 @@ ForwardProxy::ForwardProxy(const Credentials &credentials)
     });
 }
 
-TlsFront::TlsFront(uint16_t server)
+TlsFront::TlsFront(uint16_t server, const std::string &certificate)
 {
     process_ = StartOnFreePort(port_, directory_.Path("output"), [&](const std::string &port) {
         return std::vector<std::string>{
             "socat",
             "OPENSSL-LISTEN:" + port + ",bind=127.0.0.1,reuseaddr,fork,verify=0,cert=" +
-                Certificate("good.pem") + ",key=" + Certificate("good.key"),
+                Certificate(certificate + ".pem") + ",key=" + Certificate(certificate + ".key"),
             "TCP4:127.0.0.1:" + std::to_string(server)};
     });
 }

@@ -32,12 +32,15 @@ private:
     std::unique_ptr<ChildProcess> process_;
 };
 
-// socat: speaks TLS in front of a server on loopback that does not, with the certificate `good`.
+// socat: speaks TLS in front of a server on loopback that does not.
 class TlsFront
 {
 public:
-    explicit TlsFront(uint16_t server);
-    std::string Url() const { return "https://localhost:" + std::to_string(port_); }
+    explicit TlsFront(uint16_t server, const std::string &certificate = "good");
+    std::string Url(const std::string &host = "localhost") const
+    {
+        return "https://" + host + ":" + std::to_string(port_);
+    }
 
 private:
     TemporaryDirectory directory_;

@@ -2,6 +2,7 @@
 #ifndef TNX_TESTS_SERVERS_ROUTES_H
 #define TNX_TESTS_SERVERS_ROUTES_H
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,7 @@ struct Visit {
     const Query &query;
     uint32_t ofTarget;     // how often this target was asked for
     uint32_t ofConnection; // how many requests this connection carried
+    std::shared_ptr<const Script> played;
 };
 
 using RouteHandler = void (*)(const Visit &visit, Script &script);

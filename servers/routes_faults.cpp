@@ -100,30 +100,6 @@ void UntilClose(const Visit &visit, Script &script)
     script.Close();
 }
 
-// /garbage: bytes that are no HTTP.
-void Garbage(const Visit &, Script &script)
-{
-    script.Send("\x16\x03 this is not a status line\r\n\r\n");
-    script.Close();
-}
-
-// /bad-chunk: a chunk size that is no number.
-void BadChunk(const Visit &visit, Script &script)
-{
-    script.Send(ReplyHead(visit, 200, {"Transfer-Encoding: chunked"}) + "5\r\nabcde\r\nzz\r\n");
-    script.Close();
-}
-
-// /endless-header: header lines without end; with lines=1 a single one.
-void EndlessHeader(const Visit &visit, Script &script)
-{
-    const bool one = visit.query.Number("lines") == 1;
-    script.Send(one ? "HTTP/1.1 200 OK\r\nX-Long: " : "HTTP/1.1 200 OK\r\n");
-    script.Repeat(std::make_shared<const std::string>(one ? Pattern(1000)
-                                                          : "X-More: " + Pattern(1000) + "\r\n"),
-                  UINT64_MAX);
-}
-
 // /endless: a body without end.
 void Endless(const Visit &visit, Script &script)
 {
@@ -146,24 +122,6 @@ void SendBomb(const Visit &visit, Script &script)
                       visit.query.Number("times", 1));
     }
     script.Close();
-}
-
-// /bad-coding?coding=gzip: garbage; with how=crc a wrong check sum, with how=cut a missing end.
-void BadCoding(const Visit &visit, Script &script)
-{
-    const std::string coding = visit.query.Text("coding", "gzip");
-    const std::string how = visit.query.Text("how");
-    std::string body = "these bytes are not compressed at all";
-    if (!how.empty()) {
-        const std::string pattern = Pattern(visit.query.Number("n", 100000));
-        body = coding == "br" ? Brotli(pattern) : coding == "zstd" ? Zstd(pattern) : Gzip(pattern);
-        if (how == "crc") {
-            body[body.size() - 6] ^= 1;
-        } else {
-            body.resize(body.size() - 1);
-        }
-    }
-    Reply(visit, script, 200, body, {"Content-Encoding: " + coding});
 }
 
 // /early-answer?code=413&ms=0: answers without reading the body; with close=1 the connection ends,
@@ -200,28 +158,17 @@ void Interim(const Visit &visit, Script &script)
     Reply(visit, script, 200, "ok");
 }
 
-// /raw: the body of the request in place of an answer, head and all.
-void Raw(const Visit &visit, Script &script)
+// /played: what the test says.
+void Played(const Visit &visit, Script &script)
 {
-    script.Send(visit.request.content);
-    script.Close();
+    script.Append(*visit.played);
 }
 
-// Whatever is asked for over HTTP/2, with prior knowledge: the same, frames and all.
-void RawFrames(const Visit &, Script &script)
+// Whatever is asked for over HTTP/2, with prior knowledge: the same, in frames.
+void PlayedFrames(const Visit &visit, Script &script)
 {
-    script.EchoFrames();
-}
-
-// /unasked?ms=30: an answer, and after a pause another that nobody asked for; with in=body the
-// pause is before the body, which the other follows at once.
-void Unasked(const Visit &visit, Script &script)
-{
-    const std::string other = ReplyHead(visit, 200, {LengthLine(7)}) + "unasked";
-    const bool inBody = visit.query.Text("in") == "body";
-    script.Send(ReplyHead(visit, 200, {LengthLine(5)}) + (inBody ? "" : "asked"));
-    script.Sleep(Pause(visit));
-    script.Send((inBody ? "asked" : "") + other);
+    script.ReadFrames();
+    script.Append(*visit.played);
 }
 
 // /keep-alive-then-close: answers the first request of a connection and then dies: when the next
@@ -254,18 +201,13 @@ std::unordered_map<std::string, Route> FaultRoutes()
         {"/drip", {Drip}},
         {"/truncate", {Truncate}},
         {"/until-close", {UntilClose}},
-        {"/garbage", {Garbage}},
-        {"/bad-chunk", {BadChunk}},
-        {"/endless-header", {EndlessHeader}},
         {"/endless", {Endless}},
         {"/bomb", {SendBomb}},
-        {"/bad-coding", {BadCoding}},
         {"/early-answer", {EarlyAnswer, true}},
         {"/slow-read", {SlowRead, true}},
         {"/100-continue", {Interim, true}},
-        {"/raw", {Raw}},
-        {"*", {RawFrames}}, // the target of the preface
-        {"/unasked", {Unasked}},
+        {"/played", {Played}},
+        {"*", {PlayedFrames}}, // the target of the preface
         {"/keep-alive-then-close", {KeepAliveThenClose}},
     };
 }

@@ -17,7 +17,7 @@ struct Step {
         SEND,        // `bytes`, `times` over
         SLEEP,       // for `pause`, reading nothing
         READ_BODY,   // to its end
-        READ_FRAMES, // of an HTTP/2 request, whose body is sent back as frames
+        READ_FRAMES, // of HTTP/2, to the end of a request
         CLOSE,       // orderly: the peer reads all that was sent
         RESET        // the peer sees a reset
     };
@@ -46,9 +46,14 @@ public:
         steps_.push_back({Step::Kind::SLEEP, {}, 1, pause});
     }
     void ReadBody() { steps_.push_back({Step::Kind::READ_BODY, {}}); }
-    void EchoFrames() { steps_.push_back({Step::Kind::READ_FRAMES, {}}); }
+    void ReadFrames() { steps_.push_back({Step::Kind::READ_FRAMES, {}}); }
     void Close() { steps_.push_back({Step::Kind::CLOSE, {}}); }
     void Reset() { steps_.push_back({Step::Kind::RESET, {}}); }
+
+    void Append(const Script &more)
+    {
+        steps_.insert(steps_.end(), more.steps_.begin(), more.steps_.end());
+    }
 
     bool Empty() const { return steps_.empty(); }
     Step &Front() { return steps_.front(); }

@@ -34,6 +34,11 @@ public:
     size_t Open(const ReceivedRequest &request) override;
     void Update(size_t place, const ReceivedRequest &request) override;
     uint32_t Visits(const std::string &target) override { return ++visits_[target]; }
+    std::shared_ptr<const Script> Played() override
+    {
+        const std::lock_guard lock(mutex);
+        return played;
+    }
 
     template <class Condition> bool WaitFor(std::chrono::milliseconds atMost, Condition condition)
     {
@@ -51,6 +56,7 @@ public:
     size_t complete = 0;
     uint32_t accepted = 0;
     uint32_t open = 0;
+    std::shared_ptr<const Script> played = std::make_shared<const Script>();
 
 private:
     struct Entry {
@@ -247,6 +253,12 @@ std::string ScriptedServer::Url(const std::string &target) const
     const bool v6 = loop_->address.find(':') != std::string::npos;
     const std::string host = v6 ? "[" + loop_->address + "]" : loop_->address;
     return "http://" + host + ":" + std::to_string(loop_->port) + target;
+}
+
+void ScriptedServer::Play(Script script)
+{
+    const std::lock_guard lock(loop_->mutex);
+    loop_->played = std::make_shared<const Script>(std::move(script));
 }
 
 std::vector<ReceivedRequest> ScriptedServer::Requests() const

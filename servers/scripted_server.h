@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "received_request.h"
+#include "script.h"
 
 namespace OHOS::Pelloria::TnxTest
 {
@@ -25,6 +26,9 @@ public:
 
     uint16_t Port() const;
     std::string Url(const std::string &target = "/") const; // http://address:port/target
+
+    // What /played does from now on, and every request over HTTP/2 with prior knowledge.
+    void Play(Script script);
 
     // The requests so far, in the order in which their heads arrived.
     std::vector<ReceivedRequest> Requests() const;
