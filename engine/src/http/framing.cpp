@@ -30,12 +30,14 @@ template <class Accept> bool AllMembers(std::string_view rest, const Accept &acc
     }
 }
 
-// The same for all lists under a name.
+// The same for all lists under a name. A value that begins with a blank was folded, its first line
+// empty, which is all that libcurl looks at.
 template <class Accept>
 bool AllMembers(const HeaderFields &fields, std::string_view name, const Accept &accept)
 {
     for (const HeaderField &field : fields) {
-        if (field.name == name && !AllMembers(field.value, accept)) {
+        if (field.name == name &&
+            (field.value.starts_with(' ') || !AllMembers(field.value, accept))) {
             return false;
         }
     }
