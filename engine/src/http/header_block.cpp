@@ -58,6 +58,17 @@ bool HeaderBlock::Add(std::string_view line)
     return size_ <= MAX_SIZE;
 }
 
+// A location that is empty, or a fragment only, names the resource itself (RFC 9110 section
+// 10.2.2).
+bool HeaderBlock::Redirects() const
+{
+    if (status_ != 301 && status_ != 302 && status_ != 303 && status_ != 307 && status_ != 308) {
+        return false;
+    }
+    const std::string_view location = fields_.Find("location").value_or("");
+    return !location.empty() && location.front() != '#';
+}
+
 void HeaderBlock::Start(std::string_view line)
 {
     started_ = true;

@@ -32,6 +32,9 @@ public:
     // 0 before the status line, and where it has none.
     int32_t Status() const { return status_; }
 
+    // Whether the response leads to another resource (RFC 9110 section 15.4).
+    bool Redirects() const;
+
     // The server speaks HTTP/1.0.
     bool Old() const { return old_; }
 

@@ -20,18 +20,6 @@ constexpr int32_t SWITCHING_PROTOCOLS = 101;
 constexpr uint64_t MAX_BODY = std::numeric_limits<int32_t>::max();
 constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connection
 
-// A location that is empty, or a fragment only, names the resource itself (RFC 9110 section
-// 10.2.2).
-bool IsRedirect(const HeaderBlock &block)
-{
-    const int32_t status = block.Status();
-    if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) {
-        return false;
-    }
-    const std::string_view location = block.Fields().Find("location").value_or("");
-    return !location.empty() && location.front() != '#';
-}
-
 } // namespace
 
 Receiver::Receiver(Response &response, Delivery &delivery)
@@ -107,7 +95,7 @@ bool Receiver::EndOfBlock()
     if (!block_.Final()) {
         return true;
     }
-    redirected_ = configuration_.autoRedirect && IsRedirect(block_);
+    redirected_ = configuration_.autoRedirect && block_.Redirects();
     // Whether libcurl goes on after a challenge shows only when it delivers a body.
     if (!redirected_ && !(mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407))) {
         TellHeaders();
