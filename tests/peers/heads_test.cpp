@@ -8,7 +8,6 @@ using namespace Peers;
 
 constexpr uint32_t WEIRD = TNX_ERR_WEIRD_REPLY;
 constexpr uint32_t RECEIVE = TNX_ERR_RECEIVE;
-constexpr uint32_t BAD_ARGUMENT = TNX_ERR_BAD_ARGUMENT; // 7.88's word for it, which misleads
 
 TEST(HeadPeers, StatusLines)
 {
@@ -95,10 +94,8 @@ TEST(HeadPeers, Fields)
         return {Play(Five(lines)).Close()};
     };
     const auto bytes = [](const char *text, size_t length) { return std::string(text, length); };
-    if (LibcurlIs(0x080100)) { // 7.88 then writes to what it has freed
-        Check({{"the first line folded", with(" X: y"), {WEIRD, RECEIVE, 0}, "abcde"}});
-    }
     Check({
+        {"the first line folded", with(" X: y"), {WEIRD, RECEIVE, 0}, "abcde"},
         {"a folded field", with("X: y\r\n z"), {}, "abcde"},
         {"a folded field of blanks", with("X: y\r\n \r\n\t"), {}, "abcde"},
         {"10,000 folds", with("X: y" + Times(10000, "\r\n z")), {}, "abcde"},
@@ -111,7 +108,7 @@ TEST(HeadPeers, Fields)
         {"NUL at the end of a line", with(bytes("X: a\0", 5)), {WEIRD, RECEIVE}, ""},
         {"NUL alone", with(bytes("\0", 1)), {WEIRD, RECEIVE}, ""},
         {"CR in a value", with("X: a\rContent-Length: 3"), {WEIRD, RECEIVE, 0}, "abcde"},
-        {"CR in a name", with("X\rY: a"), {WEIRD, RECEIVE, BAD_ARGUMENT, 0}, "abcde"},
+        {"CR in a name", with("X\rY: a"), {WEIRD, RECEIVE, 0}, "abcde"},
         {"CR CR LF", with("X: a\r"), {WEIRD, RECEIVE, 0}, "abcde"},
         {"lines ended by LF alone",
          {Play("HTTP/1.1 200 OK\nContent-Length: 5\n\nabcde").Close()},

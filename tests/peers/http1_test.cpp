@@ -8,7 +8,6 @@ using namespace Peers;
 
 constexpr uint32_t WEIRD = TNX_ERR_WEIRD_REPLY;
 constexpr uint32_t RECEIVE = TNX_ERR_RECEIVE;
-constexpr uint32_t BAD_TRAILER = TNX_ERR_BAD_ARGUMENT; // 7.88's word for it, which misleads
 constexpr uint32_t CUT = TNX_ERR_TRUNCATED_BODY;
 
 TEST(Http1Peers, Lengths)
@@ -145,7 +144,7 @@ TEST(Http1Peers, Chunks)
         {"size empty", size(""), {RECEIVE}, ""},
         {"size with minus", size("-5"), {RECEIVE}, ""},
         {"size with plus", size("+5"), {RECEIVE}, ""},
-        {"size with 0x", size("0x5"), {RECEIVE, CUT, WEIRD, BAD_TRAILER}, ""},
+        {"size with 0x", size("0x5"), {RECEIVE, CUT, WEIRD}, ""},
         {"size with a blank before", size(" 5"), {RECEIVE, 0}, "abcde"},
         {"size with a blank behind", size("5 "), {RECEIVE, 0}, "abcde"},
         {"size of 16 digits", size("ffffffffffffffff"), {RECEIVE, CUT}, ""},
@@ -209,7 +208,7 @@ TEST(Http1Peers, Chunks)
          EITHER},
         {"trailer without colon",
          {Play(Chunked(good + "nothing\r\n\r\n")).Close()},
-         {RECEIVE, WEIRD, BAD_TRAILER, 0},
+         {RECEIVE, WEIRD, 0},
          "abcde"},
         {"trailer folded",
          {Play(Chunked(good + "X: y\r\n z\r\n\r\n")).Close()},
@@ -217,7 +216,7 @@ TEST(Http1Peers, Chunks)
          "abcde"},
         {"trailer with NUL",
          {Play(Chunked(good + std::string("X: \0y\r\n\r\n", 10))).Close()},
-         {RECEIVE, WEIRD, BAD_TRAILER, 0},
+         {RECEIVE, WEIRD, 0},
          "abcde"},
         {"trailers without end",
          {Play(Chunked(good)).Repeat("X-More: " + std::string(1000, 'x') + "\r\n", 20000).Close()},

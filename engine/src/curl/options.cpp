@@ -99,6 +99,12 @@ void Options::End()
     DropRest();
 }
 
+void Options::Change(CURL *easy)
+{
+    set_.clear();
+    easy_ = easy;
+}
+
 void Options::Reset()
 {
     set_.clear();

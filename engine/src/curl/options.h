@@ -18,6 +18,7 @@ namespace OHOS::Pelloria::Tnx
 class Options
 {
 public:
+    Options() = default;
     explicit Options(CURL *easy)
         : easy_(easy)
     {
@@ -46,6 +47,9 @@ public:
     // All have libcurl's defaults then, also those that were set without this.
     void Reset();
 
+    // Goes on with a new handle.
+    void Change(CURL *easy);
+
 private:
     using OwnText = std::unique_ptr<const std::string>; // few options are texts
     using Value = std::variant<long, void *, OwnText>;
@@ -59,7 +63,7 @@ private:
     CURLcode Set(const Option &option);
     void DropRest();
 
-    CURL *const easy_;
+    CURL *easy_ = nullptr;
     std::vector<Option> set_;
     size_t named_ = 0; // of those, since Begin
     bool startedOver_ = true;

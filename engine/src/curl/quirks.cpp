@@ -55,6 +55,12 @@ std::vector<std::string> LoopbackAddresses()
     return {"127.0.0.1", "::1"};
 }
 
+bool ServesOnce()
+{
+    static const bool old = curl_version_info(CURLVERSION_NOW)->version_num < 0x080100;
+    return old;
+}
+
 CURLUcode UrlProblem(const std::string &url, CURLUcode code)
 {
     const auto bad = std::find_if(url.begin(), url.end(),

@@ -35,6 +35,11 @@ bool MetLongHeaderLine(CURL *easy, CURLcode code, bool memoryRanOut);
 // that of IPv6; a SOCKS proxy is told the first one only.
 std::vector<std::string> LoopbackAddresses();
 
+// Whether a handle that has had a response must not have another: before 8.1 libcurl keeps a
+// pointer to the last field, which it has released, and writes there if the next response begins
+// with a folded line.
+bool ServesOnce();
+
 // Which part of a URL is wrong. The newer does not tell that of an empty one, or of one with a
 // blank or a control character.
 CURLUcode UrlProblem(const std::string &url, CURLUcode code);

@@ -73,6 +73,7 @@ std::vector<std::shared_ptr<RunningTransfer>> SessionCore::All()
 std::unique_ptr<Wire> SessionCore::TakeWire()
 {
     if (!wires_.empty()) {
+        wires_.back()->Open();
         std::unique_ptr<Wire> wire = std::move(wires_.back());
         wires_.pop_back();
         return wire;
@@ -104,6 +105,7 @@ std::unique_ptr<CallerWire> SessionCore::TakeCallerWire()
     {
         MutexLock lock(mutex_);
         if (!callerWires_.empty()) {
+            callerWires_.back()->wire.Open();
             std::unique_ptr<CallerWire> wire = std::move(callerWires_.back());
             callerWires_.pop_back();
             return wire;

@@ -55,6 +55,9 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
     if (code == CURLE_BAD_CONTENT_ENCODING) { // libcurl's own: of a transfer coding
         return {CURLE_WEIRD_SERVER_REPLY, Text(code)};
     }
+    if (code == CURLE_BAD_FUNCTION_ARGUMENT && retry_.Sent()) { // libcurl's word for one
+        return {CURLE_WEIRD_SERVER_REPLY, "The answer is not HTTP: a header line is damaged"};
+    }
     if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY) {
         return {CURLE_WEIRD_SERVER_REPLY, "The answer is not HTTP: " + Text(code)};
     }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "curl/quirks.h"
 #include "curl/tls_options.h"
 #include "curl/wiping_allocator.h"
 
@@ -13,9 +14,16 @@ namespace OHOS::Pelloria::Tnx
 Wire::Wire(Multi &multi, CURLSH *tlsSessions)
     : multi_(multi)
     , tlsSessions_(tlsSessions)
-    , easy_(MakeEasy())
-    , options_(easy_.get())
 {
+    Open();
+}
+
+void Wire::Open()
+{
+    if (easy_ == nullptr) {
+        easy_ = MakeEasy();
+        options_.Change(easy_.get());
+    }
 }
 
 CURLcode Wire::Start(const Order &order, WireSink &sink)
@@ -80,17 +88,20 @@ void Wire::ExchangeDone(CURLcode code)
 
 void Wire::Clean() noexcept
 {
-    if (resets_ || (url_ != nullptr && url_->hasCredential)) {
-        options_.Reset();
-        resets_ = false;
-        url_.reset();
-    }
     CURL *const easy = easy_.get();
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, nullptr);
     curl_easy_setopt(easy, CURLOPT_RESOLVE, nullptr);
     curl_easy_setopt(easy, CURLOPT_CONNECT_TO, nullptr);
     headers_.lines.Clear();
     routing_.Clear();
+    const bool resets = std::exchange(resets_, false) || (url_ != nullptr && url_->hasCredential);
+    if (ServesOnce()) {
+        easy_.reset();
+        url_.reset();
+    } else if (resets) {
+        options_.Reset();
+        url_.reset();
+    }
 }
 
 void Wire::CloseAfterwards()

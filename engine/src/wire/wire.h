@@ -79,6 +79,9 @@ public:
     Wire(const Wire &) = delete;
     Wire &operator=(const Wire &) = delete;
 
+    // Before each exchange. Throws bad_alloc.
+    void Open();
+
     // Not OK: the hop cannot be sent. Throws bad_alloc.
     CURLcode Start(const Order &order, WireSink &sink);
 
@@ -160,7 +163,7 @@ private:
     HeaderList headers_;
     Routing routing_;
     std::shared_ptr<const Url> url_;
-    const EasyHandle easy_; // released before what its options point to
+    EasyHandle easy_; // released before what its options point to; null until Open
     Options options_;
     bool resets_ = false; // the handle has something that the next exchange must not have
 
