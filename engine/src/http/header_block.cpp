@@ -80,8 +80,11 @@ void HeaderBlock::Start(std::string_view line)
     fields_.Reserve(USUAL_SIZE);
     const size_t space = line.find(' ');
     if (line.starts_with("HTTP/") && space != std::string_view::npos) {
-        const std::string_view code = Trim(line.substr(space)).substr(0, 3);
-        std::from_chars(code.data(), code.data() + code.size(), status_);
+        // Three digits (RFC 9112 section 4).
+        const std::string_view code = Trim(line.substr(space));
+        if (code.size() == 3 || (code.size() > 3 && code[3] == ' ')) {
+            std::from_chars(code.data(), code.data() + 3, status_);
+        }
     }
 }
 

@@ -44,8 +44,9 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
         return {CURLE_RECV_ERROR,
                 "The connection ended before the header section of the final response did"};
     }
-    const bool memoryRanOut = FailedAllocations() != failedAllocations_;
-    if (!block.Complete() && MetLongHeaderLine(easy_.get(), code, memoryRanOut)) {
+    // Behind the header section the older's word for it means what it says.
+    const bool memoryRanOut = FailedAllocations() != failedAllocations_ || block.Complete();
+    if (MetLongHeaderLine(easy_.get(), code, memoryRanOut)) {
         return {CURLE_RECV_ERROR, "A header line is too long"};
     }
     if (code == CURLE_SSL_CONNECT_ERROR && refusedCertificate_ != nullptr) {
