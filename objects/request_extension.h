@@ -2,6 +2,7 @@
 #ifndef TNX_OBJECTS_REQUEST_EXTENSION_H
 #define TNX_OBJECTS_REQUEST_EXTENSION_H
 
+#include "common/guard.h"
 #include "tnx_c/request.h"
 
 #include <type_traits>
@@ -9,9 +10,14 @@
 namespace OHOS::Pelloria::TnxC
 {
 
+// What few requests have. Made when the first of it is set, goes with the request.
+struct RequestExtras {
+};
+
 struct ExtendedRequest {
     Tnx_Request record; // first: the application holds its address
     bool failOnHttpError;
+    RequestExtras *extras;
 };
 
 static_assert(std::is_standard_layout_v<ExtendedRequest>);
@@ -21,6 +27,28 @@ inline const ExtendedRequest *ExtensionOf(const Tnx_Request *request)
 {
     const bool own = request != nullptr && request->onDataRecvCallback != nullptr;
     return own ? reinterpret_cast<const ExtendedRequest *>(request) : nullptr;
+}
+
+inline ExtendedRequest *ExtensionOf(Tnx_Request *request)
+{
+    return const_cast<ExtendedRequest *>(ExtensionOf(static_cast<const Tnx_Request *>(request)));
+}
+
+// Changes what a request has beside its record: `set` takes its extras. Returns what `set` does,
+// TNX_ERR_PARAMETER for a record that has no room, or TNX_ERR_OUT_OF_MEMORY, also where `set`
+// throws bad_alloc.
+template <class Set> uint32_t ChangeExtras(Tnx_Request *request, Set set) noexcept
+{
+    ExtendedRequest *extended = ExtensionOf(request);
+    if (extended == nullptr) {
+        return TNX_ERR_PARAMETER;
+    }
+    return Guarded([&] {
+        if (extended->extras == nullptr) {
+            extended->extras = new RequestExtras;
+        }
+        return set(*extended->extras);
+    });
 }
 
 } // namespace OHOS::Pelloria::TnxC

@@ -21,6 +21,7 @@ void FreeRequest(Tnx_Request *request) noexcept
 {
     std::free(std::exchange(request->url, nullptr));
     std::free(request->onDataRecvCallback);
+    delete reinterpret_cast<ExtendedRequest *>(request)->extras;
     std::free(request);
 }
 
@@ -87,9 +88,10 @@ uint32_t OVX_Tnx_SetRequestOnBinaryDataRecvCallback(Tnx_Request *request,
 
 uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) noexcept
 {
-    if (ExtensionOf(request) == nullptr) {
+    ExtendedRequest *extended = ExtensionOf(request);
+    if (extended == nullptr) {
         return TNX_ERR_PARAMETER;
     }
-    reinterpret_cast<ExtendedRequest *>(request)->failOnHttpError = fail;
+    extended->failOnHttpError = fail;
     return TNX_OK;
 }
