@@ -235,7 +235,7 @@ TEST(Http2Peers, ControlFrames)
     };
     const auto flood = [](std::string name, const std::string &frame) {
         return Row{std::move(name),
-                   {Play(START + COUNTED).Repeat(Times(1000, frame), 1000).Close()},
+                   {Play(START + COUNTED).Repeat(Times(1000, frame), 1000000).Close()},
                    {HTTP2, STREAM, TNX_ERR_SEND, TNX_ERR_RECEIVE, TNX_ERR_TRUNCATED_BODY},
                    "",
                    EITHER};

@@ -8,8 +8,9 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-CallerMulti::CallerMulti(long maxIdleConnections)
-    : multi_(curl_multi_init())
+CallerMulti::CallerMulti(FloodWatch &watch, long maxIdleConnections)
+    : Multi(watch)
+    , multi_(curl_multi_init())
 {
     if (multi_ == nullptr) {
         throw std::bad_alloc();
@@ -36,7 +37,10 @@ void CallerMulti::Remove(CURL *easy) noexcept
 bool CallerMulti::Perform()
 {
     int running = 0;
-    curl_multi_perform(multi_, &running);
+    {
+        const FloodWatch::Call call(Watched());
+        curl_multi_perform(multi_, &running);
+    }
     int left = 0;
     const CURLMsg *const message = curl_multi_info_read(multi_, &left);
     if (message == nullptr) {

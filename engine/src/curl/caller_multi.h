@@ -14,7 +14,7 @@ class CallerMulti final : public Multi
 {
 public:
     // Throws bad_alloc.
-    explicit CallerMulti(long maxIdleConnections);
+    CallerMulti(FloodWatch &watch, long maxIdleConnections);
     ~CallerMulti();
 
     void Add(CURL *easy, ExchangeListener &listener) override;

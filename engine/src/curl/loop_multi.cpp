@@ -12,8 +12,8 @@
 namespace OHOS::Pelloria::Tnx
 {
 
-LoopMulti::LoopMulti(Loop &loop)
-    : Multi(&loop)
+LoopMulti::LoopMulti(FloodWatch &watch, Loop &loop)
+    : Multi(watch, &loop)
     , loop_(loop)
     , timer_(loop, [this]() REQUIRES(ON_LOOP) { Act(CURL_SOCKET_TIMEOUT, 0); })
 {
@@ -96,7 +96,10 @@ void LoopMulti::OnReady(int fd, uint32_t events)
 void LoopMulti::Act(curl_socket_t socket, int events)
 {
     int running = 0;
-    const CURLMcode code = curl_multi_socket_action(multi_, socket, events, &running);
+    const CURLMcode code = [&] {
+        const FloodWatch::Call call(Watched());
+        return curl_multi_socket_action(multi_, socket, events, &running);
+    }();
     if (code == CURLM_OUT_OF_MEMORY || code == CURLM_ABORTED_BY_CALLBACK) {
         StartOver();
     } else {

@@ -18,7 +18,7 @@ namespace OHOS::Pelloria::Tnx
 class LoopMulti final : public Multi, private Watcher
 {
 public:
-    explicit LoopMulti(Loop &loop);
+    LoopMulti(FloodWatch &watch, Loop &loop);
     ~LoopMulti();
 
     void SetMaxIdleConnections(long count);

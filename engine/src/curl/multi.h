@@ -7,6 +7,7 @@
 
 #include <curl/curl.h>
 
+#include "flood_watch.h"
 #include "sockets.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -43,15 +44,20 @@ public:
     // Its connections: an easy handle needs their options.
     Sockets &GetSockets() { return sockets_; }
 
+    // Who runs here tells what comes in.
+    FloodWatch::Watched &Watched() { return watched_; }
+
 protected:
     // `loop`: watches the connections, if it is given.
-    explicit Multi(Loop *loop = nullptr)
-        : sockets_(loop)
+    explicit Multi(FloodWatch &watch, Loop *loop = nullptr)
+        : watched_(watch)
+        , sockets_(watched_, loop)
     {
     }
     ~Multi() = default;
 
 private:
+    FloodWatch::Watched watched_;
     Sockets sockets_; // outlives the multi handle
 };
 

@@ -126,6 +126,7 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
     }
     const bool kept = Try([&] {
         sockets.sockets_.push_back({.fd = fd, .localPort = 0});
+        sockets.watched_.Opened(fd);
         if (sockets.loop_ != nullptr) {
             ON_LOOP.Have(); // which has the connections that it watches
             sockets.loop_->Opened(fd);
@@ -141,6 +142,7 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
 
 void Sockets::Forget(curl_socket_t fd)
 {
+    watched_.Closed(fd);
     std::erase_if(sockets_, [fd](const Socket &socket) { return socket.fd == fd; });
 }
 

@@ -9,6 +9,7 @@
 
 #include <curl/curl.h>
 
+#include "flood_watch.h"
 #include "options.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -21,8 +22,9 @@ class Sockets
 {
 public:
     // `loop`: watches them, if it is given.
-    explicit Sockets(Loop *loop = nullptr)
-        : loop_(loop)
+    Sockets(FloodWatch::Watched &watched, Loop *loop)
+        : watched_(watched)
+        , loop_(loop)
     {
     }
     Sockets(const Sockets &) = delete;
@@ -51,6 +53,7 @@ private:
     static curl_socket_t OnOpen(void *self, curlsocktype purpose, curl_sockaddr *address);
     static int OnClose(void *self, curl_socket_t fd);
 
+    FloodWatch::Watched &watched_;
     Loop *const loop_;
     std::vector<Socket> sockets_;
 };

@@ -108,10 +108,10 @@ private:
     DohQuery v4_;
 };
 
-DohClient::DohClient(Loop &loop, Resolver &system)
+DohClient::DohClient(Loop &loop, Resolver &system, FloodWatch &watch)
     : loop_(loop)
     , system_(system)
-    , multi_(loop)
+    , multi_(watch, loop)
 {
     multi_.SetMaxIdleConnections(MAX_IDLE_CONNECTIONS);
 }

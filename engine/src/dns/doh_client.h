@@ -19,7 +19,7 @@ class DohLookup;
 class DohClient
 {
 public:
-    DohClient(Loop &loop, Resolver &system);
+    DohClient(Loop &loop, Resolver &system, FloodWatch &watch);
     ~DohClient();
 
     // From memory alone; from any thread.

@@ -11,6 +11,7 @@ namespace
 {
 
 constexpr size_t MAX_SIZE = 512 * 1024;
+constexpr size_t MAX_FOLDS = 1000; // each makes libcurl copy the whole field
 
 constexpr size_t USUAL_SIZE = 1024; // which few responses outgrow
 
@@ -20,6 +21,20 @@ std::string_view WithoutLineEnd(std::string_view line)
         line.remove_suffix(1);
     }
     return line;
+}
+
+// Of "HTTP/1.1 200 OK" (RFC 9112 section 4), or "HTTP/2 200", which is libcurl's; else 0.
+int32_t StatusOf(std::string_view line)
+{
+    const size_t code = line.find(' ') + 1; // 0: there is none
+    const bool named = line.starts_with("HTTP/") && code > 6 && IsDigit(line[5]);
+    const bool three =
+        named && (line.size() == code + 3 || (line.size() > code + 3 && line[code + 3] == ' '));
+    int32_t status = 0;
+    if (three && IsDigit(line[code])) {
+        std::from_chars(&line[code], &line[code] + 3, status);
+    }
+    return status;
 }
 
 // The field as HeaderBlock::Noted, or 0. Told by their lengths first: most fields are none of them.
@@ -45,6 +60,7 @@ bool HeaderBlock::Add(std::string_view line)
 {
     size_ += line.size();
     line = WithoutLineEnd(line);
+    folds_ += !line.empty() && IsBlank(line.front()) ? 1 : 0;
     if (Final()) {
         // A trailer: its fields must not be merged into the header section (RFC 9110 section 6.5),
         // whatever they look like.
@@ -55,7 +71,7 @@ bool HeaderBlock::Add(std::string_view line)
     } else {
         AddField(line);
     }
-    return size_ <= MAX_SIZE;
+    return size_ <= MAX_SIZE && folds_ <= MAX_FOLDS;
 }
 
 // A location that is empty, or a fragment only, names the resource itself (RFC 9110 section
@@ -73,19 +89,11 @@ void HeaderBlock::Start(std::string_view line)
 {
     started_ = true;
     complete_ = false;
-    status_ = 0;
     old_ = line.starts_with("HTTP/1.0 ");
     noted_ = 0;
     fields_.Clear();
     fields_.Reserve(USUAL_SIZE);
-    const size_t space = line.find(' ');
-    if (line.starts_with("HTTP/") && space != std::string_view::npos) {
-        // Three digits (RFC 9112 section 4).
-        const std::string_view code = Trim(line.substr(space));
-        if (code.size() == 3 || (code.size() > 3 && code[3] == ' ')) {
-            std::from_chars(code.data(), code.data() + 3, status_);
-        }
-    }
+    status_ = StatusOf(line);
 }
 
 void HeaderBlock::AddField(std::string_view line)

@@ -62,6 +62,7 @@ private:
     bool complete_ = false;
     uint8_t noted_ = 0;
     size_t size_ = 0;
+    size_t folds_ = 0;
     HeaderFields fields_;
 };
 

@@ -58,7 +58,7 @@ Runtime::Runtime()
         throw std::runtime_error("libcurl could not be initialised");
     }
     resolver_ = std::make_unique<Resolver>(loop_);
-    dohClient_ = std::make_unique<DohClient>(loop_, *resolver_);
+    dohClient_ = std::make_unique<DohClient>(loop_, *resolver_, floodWatch_);
     workers_.Start();
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "curl/flood_watch.h"
 #include "dns/name_lookup.h"
 #include "event/aside.h"
 #include "event/loop.h"
@@ -27,6 +28,7 @@ public:
     NameServices Names() { return {loop_, *resolver_, *dohClient_}; }
 
     Workers &GetWorkers() { return workers_; }
+    FloodWatch &GetFloodWatch() { return floodWatch_; }
 
     void RunAside(std::shared_ptr<AsideTask> task) noexcept REQUIRES(ON_LOOP);
 
@@ -41,6 +43,7 @@ private:
 
     Loop loop_;
     Workers workers_{loop_};
+    FloodWatch floodWatch_;
     const std::shared_ptr<Aside> aside_ = std::make_shared<Aside>();
     std::unique_ptr<Resolver> resolver_;
     std::unique_ptr<DohClient> dohClient_;

@@ -13,7 +13,7 @@ SessionCore::SessionCore(Runtime &runtime, std::shared_ptr<SessionConfiguration>
     , configuration_(std::move(configuration))
     , runner_(std::move(runner))
     , admission_(configuration_->maxConnectionsPerHost, configuration_->maxTotalConnections)
-    , multi_(std::make_unique<LoopMulti>(runtime.GetLoop()))
+    , multi_(std::make_unique<LoopMulti>(runtime.GetFloodWatch(), runtime.GetLoop()))
 {
     multi_->SetMaxIdleConnections(MaxIdle());
 }
@@ -111,7 +111,8 @@ std::unique_ptr<CallerWire> SessionCore::TakeCallerWire()
             return wire;
         }
     }
-    auto wire = std::make_unique<CallerWire>(MaxIdle(), tlsSessions_.Get());
+    auto wire =
+        std::make_unique<CallerWire>(runtime_.GetFloodWatch(), MaxIdle(), tlsSessions_.Get());
     MutexLock lock(mutex_);
     callerWires_.reserve(callerWiresAlive_ + 1);
     ++callerWiresAlive_;

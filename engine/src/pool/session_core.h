@@ -37,8 +37,8 @@ protected:
 
 // A wire that its caller drives.
 struct CallerWire {
-    CallerWire(long maxIdleConnections, CURLSH *tlsSessions)
-        : multi(maxIdleConnections)
+    CallerWire(FloodWatch &watch, long maxIdleConnections, CURLSH *tlsSessions)
+        : multi(watch, maxIdleConnections)
         , wire(multi, tlsSessions)
     {
     }

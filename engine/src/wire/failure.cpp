@@ -34,6 +34,9 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
         return {CURLE_GOT_NOTHING, "The kept connection was closed after the request was sent, "
                                    "which is not repeated because it may have been carried out"};
     }
+    if (retry_.Endless()) {
+        return {CURLE_TOO_MANY_REDIRECTS, "The server calls each answer to its challenge stale"};
+    }
     if (!sender_->Problem().empty()) {
         return {code, sender_->Problem()};
     }
@@ -52,6 +55,9 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
     if (code == CURLE_SSL_CONNECT_ERROR && refusedCertificate_ != nullptr) {
         return {CURLE_PEER_FAILED_VERIFICATION,
                 std::string("SSL certificate problem: ") + refusedCertificate_};
+    }
+    if (multi_.Watched().Floods() != floods_ && code != CURLE_OPERATION_TIMEDOUT) {
+        return {CURLE_RECV_ERROR, "The server floods the connection with what is no answer"};
     }
     if (code == CURLE_BAD_CONTENT_ENCODING) { // libcurl's own: of a transfer coding
         return {CURLE_WEIRD_SERVER_REPLY, Text(code)};

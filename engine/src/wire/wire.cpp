@@ -40,6 +40,7 @@ CURLcode Wire::Start(const Order &order, WireSink &sink)
     refusedCertificate_ = nullptr;
     protocolRefused_ = false;
     failedAllocations_ = FailedAllocations();
+    floods_ = multi_.Watched().Floods();
 
     BuildHeaderList(*request_, *hop_, order.cookies, headers_);
     routing_.Choose(*hop_, *route_, request_->GetConfiguration());
@@ -112,13 +113,17 @@ void Wire::CloseAfterwards()
 
 size_t Wire::OnHeader(char *line, size_t size, size_t count, void *self)
 {
+    auto *const wire = static_cast<Wire *>(self);
     const size_t length = size * count;
-    return static_cast<Wire *>(self)->sink_->OnHeaderLine({line, length}) ? length : 0;
+    wire->multi_.Watched().Brought(length);
+    return wire->sink_->OnHeaderLine({line, length}) ? length : 0;
 }
 
 size_t Wire::OnPiece(char *piece, size_t size, size_t count, void *self)
 {
-    return static_cast<Wire *>(self)->sink_->OnBody({piece, size * count});
+    auto *const wire = static_cast<Wire *>(self);
+    wire->multi_.Watched().Brought(size * count);
+    return wire->sink_->OnBody({piece, size * count});
 }
 
 int Wire::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)

@@ -178,6 +178,7 @@ private:
     const char *refusedCertificate_ = nullptr; // why, where libcurl cannot tell
     bool protocolRefused_ = false;   // the server speaks no version of HTTP that was offered in TLS
     uint64_t failedAllocations_ = 0; // of libcurl, before the exchange
+    uint64_t floods_ = 0;            // of the connections, before the exchange
 };
 
 } // namespace OHOS::Pelloria::Tnx
