@@ -233,9 +233,11 @@ TEST(Http2Peers, ControlFrames)
     const auto bad = [](std::string name, const std::string &frames) {
         return Bad(std::move(name), START + COUNTED + frames);
     };
-    const auto flood = [](std::string name, const std::string &frame) {
+    // The newer reads a share at a time, until the time-out.
+    const uint64_t enough = LibcurlIs(0x080000) ? 1000 : UINT64_MAX;
+    const auto flood = [enough](std::string name, const std::string &frame) {
         return Row{std::move(name),
-                   {Play(START + COUNTED).Repeat(Times(1000, frame), 1000000).Close()},
+                   {Play(START + COUNTED).Repeat(Times(1000, frame), enough).Close()},
                    {HTTP2, STREAM, TNX_ERR_SEND, TNX_ERR_RECEIVE, TNX_ERR_TRUNCATED_BODY},
                    "",
                    EITHER};
