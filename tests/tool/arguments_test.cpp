@@ -7,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/config_file.h"
-#include "cli/options.h"
-#include "cli/parser.h"
-#include "cli/values.h"
+#include "cli/base/values.h"
+#include "cli/options/config_file.h"
+#include "cli/options/options.h"
+#include "cli/options/parser.h"
 
 namespace
 {

@@ -3,14 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/attempts.h"
-#include "cli/conversation.h"
-#include "cli/dump.h"
-#include "cli/meter.h"
-#include "cli/phases.h"
-#include "cli/retry.h"
-#include "cli/url.h"
-#include "cli/write_out.h"
+#include "cli/answer/conversation.h"
+#include "cli/answer/phases.h"
+#include "cli/base/url.h"
+#include "cli/explain/attempts.h"
+#include "cli/output/dump.h"
+#include "cli/output/meter.h"
+#include "cli/output/write_out.h"
+#include "cli/run/retry.h"
 
 namespace
 {

@@ -1,0 +1,221 @@
+// The options that say what is asked for and what is sent.
+#include "base/values.h"
+#include "options_table.h"
+
+namespace TnxTool
+{
+
+namespace
+{
+
+// Pieces of -d and its family are joined as the fields of a form.
+void AddData(Settings &settings, const std::string &piece)
+{
+    settings.data = settings.data ? *settings.data + "&" + piece : piece;
+}
+
+constexpr const char *DATA_MAN =
+    "Send the data as the body of a POST, as a browser sends a form. Data that begins with @ names "
+    "a file to read, @- standard input; line ends and NUL bytes of a file are left out. Several -d "
+    "are joined with &.";
+
+constexpr const char *FORM_MAN =
+    "Send a multipart form (RFC 7578). The content is a text, @file to attach a file, or <file for "
+    "the text of a file; - is standard input. ;type=TYPE and ;filename=NAME may follow. Fields are "
+    "sent in byte order of their names, several of one name in the order given.";
+
+constexpr const char *HEADER_MAN =
+    "Send this header field, in place of one that the tool would send by itself. 'Name;' sends an "
+    "empty value; 'Name:' sends none, where the library does not insist. @file reads fields from a "
+    "file, one a "
+    "line. Fields are sent in no settled order.";
+
+constexpr const char *RANGE_MAN =
+    "Ask for a part of the body: 0-99, 100-, -500, or several with commas. A server that does not "
+    "do ranges answers with the whole.";
+
+const Option OPTIONS[] = {
+    {.letter = 'X',
+     .name = "request",
+     .argument = "method",
+     .topic = Topic::REQUEST,
+     .help = "Use this method",
+     .man = "Use this method instead of GET, or of POST where a body is sent. A GET or HEAD "
+            "carries no body.",
+     .target = &Settings::method,
+     .important = true},
+    {.letter = 'H',
+     .name = "header",
+     .argument = "header/@file",
+     .topic = Topic::REQUEST,
+     .help = "Send this header field",
+     .man = HEADER_MAN,
+     .target = &Settings::headers,
+     .important = true},
+    {.letter = 'A',
+     .name = "user-agent",
+     .argument = "name",
+     .topic = Topic::REQUEST,
+     .help = "Send User-Agent <name>",
+     .man = "Name the client so. An empty name sends an empty field.",
+     .target = &Settings::userAgent,
+     .important = true},
+    {.letter = 'e',
+     .name = "referer",
+     .argument = "URL",
+     .topic = Topic::REQUEST,
+     .help = "Send the referring URL",
+     .man = "Send the page that led here in the Referer field.",
+     .target = &Settings::referer},
+    {.letter = 'b',
+     .name = "cookie",
+     .argument = "name=value",
+     .topic = Topic::REQUEST,
+     .help = "Send these cookies",
+     .man = "Send cookies, separated by semicolons. Cookie files are not read.",
+     .target = &Settings::cookies},
+    {.letter = 'G',
+     .name = "get",
+     .topic = Topic::REQUEST,
+     .help = "Put the data in the URL and use GET",
+     .man = "Append what -d and its family give to the URL as its query, and send no body.",
+     .target = &Settings::get},
+    {.letter = 'I',
+     .name = "head",
+     .topic = Topic::REQUEST,
+     .help = "Show the header fields only",
+     .man = "Use HEAD, and show what a GET would bring without its body.",
+     .target = &Settings::head},
+    {.letter = 'r',
+     .name = "range",
+     .argument = "range",
+     .topic = Topic::REQUEST,
+     .help = "Ask for these bytes only",
+     .man = RANGE_MAN,
+     .target = &Settings::range},
+    {.letter = 'C',
+     .name = "continue-at",
+     .argument = "offset",
+     .topic = Topic::REQUEST,
+     .help = "Resume a download at an offset",
+     .man = "Ask for the body from this offset on and append it to the file of -o or -O. With - "
+            "the offset is the size of that file. A server that sends the whole body instead is "
+            "refused with exit status 33.",
+     .target = &Settings::continueAt},
+    {.name = "compressed",
+     .topic = Topic::REQUEST,
+     .help = "Accept a compressed answer",
+     .man = "Ask for gzip, br or zstd, and write the decoded body.",
+     .target = &Settings::compressed},
+    {.name = "url",
+     .argument = "URL",
+     .topic = Topic::REQUEST,
+     .help = "Fetch this URL",
+     .man = "The same as the URL alone; made for -K.",
+     .target = &Settings::urls},
+    {.name = "url-query",
+     .argument = "data",
+     .topic = Topic::REQUEST,
+     .help = "Add to the query of the URL",
+     .man = "Append data, in the notation of --data-urlencode, to the URL's query. A leading + "
+            "takes the rest as it is.",
+     .target =
+         +[](Settings &s, const std::string &value) {
+             s.urlQuery.push_back(value.starts_with('+') ? value.substr(1)
+                                                         : DataUrlencodeValue(value));
+         }},
+    {.letter = 'g',
+     .name = "globoff",
+     .topic = Topic::REQUEST,
+     .help = "Take {} and [] in URLs as they stand",
+     .man = "Does nothing: URLs are always taken as they stand.",
+     .target = +[](Settings &) {}},
+
+    {.letter = 'd',
+     .name = "data",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "Send data with POST",
+     .man = DATA_MAN,
+     .target = +[](Settings &s, const std::string &value) { AddData(s, DataValue(value)); },
+     .important = true},
+    {.name = "data-ascii",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "The same as --data",
+     .man = "The same as --data.",
+     .target = +[](Settings &s, const std::string &value) { AddData(s, DataValue(value)); }},
+    {.name = "data-binary",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "Send data with POST, byte by byte",
+     .man = "As -d, but a file is sent as it is.",
+     .target = +[](Settings &s, const std::string &value) { AddData(s, DataBinaryValue(value)); }},
+    {.name = "data-raw",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "Send data with POST, @ being plain",
+     .man = "As -d, without a meaning for @.",
+     .target = +[](Settings &s, const std::string &value) { AddData(s, value); }},
+    {.name = "data-urlencode",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "Send data with POST, URL-encoded",
+     .man = "As -d, URL-encoded: content, =content, name=content, @file or name@file, of which a "
+            "name is sent as it is.",
+     .target =
+         +[](Settings &s, const std::string &value) { AddData(s, DataUrlencodeValue(value)); }},
+    {.name = "json",
+     .argument = "data",
+     .topic = Topic::POST,
+     .help = "Send JSON with POST",
+     .man = "As --data-binary, with Content-Type and Accept set to application/json. Several are "
+            "put together as they are.",
+     .target =
+         +[](Settings &s, const std::string &value) {
+             s.data = s.data.value_or("") + DataBinaryValue(value);
+             s.json = true;
+         }},
+    {.letter = 'F',
+     .name = "form",
+     .argument = "name=content",
+     .topic = Topic::POST,
+     .help = "Send a multipart form",
+     .man = FORM_MAN,
+     .target = +[](Settings &s, const std::string &value) { s.form.push_back(ParseForm(value)); }},
+    {.name = "form-string",
+     .argument = "name=string",
+     .topic = Topic::POST,
+     .help = "Send a multipart form, all being plain",
+     .man = "As -F, without a meaning for @, < and ;type=.",
+     .target =
+         +[](Settings &s, const std::string &value) {
+             const size_t mark = value.find('=');
+             if (mark == std::string::npos) {
+                 throw UsageError("expected name=string, not '" + value + "'");
+             }
+             FormPart part;
+             part.name = value.substr(0, mark);
+             part.value = value.substr(mark + 1);
+             s.form.push_back(part);
+         }},
+    {.letter = 'T',
+     .name = "upload-file",
+     .argument = "file",
+     .topic = Topic::POST,
+     .help = "Send a file with PUT",
+     .man = "Send a file as the body of a PUT; - is standard input. A URL that ends with / gets "
+            "the name of the file. Each -T goes with one URL. A body above 1 MiB, or from standard "
+            "input, cannot be sent again when a redirect asks for it: exit status 65.",
+     .target = &Settings::uploads,
+     .important = true},
+};
+
+} // namespace
+
+std::span<const Option> RequestOptions()
+{
+    return OPTIONS;
+}
+
+} // namespace TnxTool

@@ -1,0 +1,86 @@
+// Decides where the body of the n-th URL goes.
+#include "output_plan.h"
+
+#include <charconv>
+#include <filesystem>
+
+#include <unistd.h>
+
+#include "base/terminal.h"
+#include "base/url.h"
+#include "base/values.h"
+
+namespace TnxTool
+{
+
+namespace
+{
+
+Text OutputFile(const Settings &settings, size_t number)
+{
+    const bool given = number < settings.outputs.size();
+    if (!given && !settings.remoteNameAll) {
+        return std::nullopt;
+    }
+    std::string file = given ? settings.outputs[number].file : "";
+    if (!given || settings.outputs[number].remoteName) {
+        const std::string &url = settings.urls[number];
+        file = UrlFileName(url.find("://") == std::string::npos ? "http://" + url : url);
+        if (file.empty() || file == "." || file == "..") {
+            throw ToolError(EXIT_WRITE, "the URL '" + url + "' ends with no name for a file");
+        }
+    }
+    if (file != "-" && settings.outputDirectory) {
+        return (std::filesystem::path(*settings.outputDirectory) / file).string();
+    }
+    return file;
+}
+
+} // namespace
+
+Sink::Plan PlanOutput(const Settings &settings, size_t number)
+{
+    Sink::Plan plan;
+    const Text file = OutputFile(settings, number);
+    const bool head = (settings.include || settings.head) && !settings.asJson;
+    plan.createDirectories = settings.createDirectories;
+    plan.append = settings.continueAt.has_value();
+    plan.kept = settings.har.has_value();
+    if (file && *file != "-") {
+        plan.kind = Sink::Kind::FILE;
+        plan.path = *file;
+        plan.held = head;
+    } else if (settings.asJson) {
+        plan.kind = Sink::Kind::COUNT;
+    } else {
+        const bool terminal = IsTerminal(STDOUT_FILENO);
+        plan.refuseBinary = terminal && !file;
+        // What stands before the body, or decides whether it is shown, is known at the end.
+        plan.held = head || settings.parallel || settings.retry.count != 0 ||
+                    settings.dumpHeader == "-" || (settings.verbose && terminal);
+    }
+    return plan;
+}
+
+uint64_t ResumeOffset(const Settings &settings, const Sink::Plan &plan)
+{
+    if (!settings.continueAt) {
+        return 0;
+    }
+    const std::string &value = *settings.continueAt;
+    if (value == "-") {
+        if (plan.kind != Sink::Kind::FILE) {
+            throw UsageError("option -C -: needs a file to resume (-o or -O)");
+        }
+        return FileSize(plan.path).value_or(0);
+    }
+    uint64_t offset = 0;
+    const auto [rest, error] = std::from_chars(value.data(), value.data() + value.size(), offset);
+    if (error != std::errc{} || rest != value.data() + value.size() ||
+        offset > static_cast<uint64_t>(INT64_MAX)) {
+        throw UsageError("option -C: expected an offset or -, not '" + value + "'");
+    }
+    return offset;
+}
+
+} // namespace TnxTool

@@ -1,0 +1,23 @@
+// The header fields of a request: the tool's own, and those of -H, which come before them.
+#ifndef TNX_CLI_REQUEST_HEADERS_H
+#define TNX_CLI_REQUEST_HEADERS_H
+
+#include <string>
+#include <vector>
+
+#include "base/settings.h"
+
+namespace TnxTool
+{
+
+struct HeaderField {
+    std::string name;
+    std::string value;
+};
+
+// Throws UsageError for a field that cannot be dropped.
+std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload);
+
+} // namespace TnxTool
+
+#endif

@@ -1,0 +1,88 @@
+// Writes what people asked to see of a transfer, in a settled order.
+#include "report.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include <unistd.h>
+
+#include "base/terminal.h"
+#include "explain/explain.h"
+#include "output/dump.h"
+#include "output/json.h"
+#include "output/timing.h"
+#include "output/write_out.h"
+
+namespace TnxTool
+{
+
+void Reporter::Report(Transfer &transfer)
+{
+    const Outcome &outcome = transfer.GetOutcome();
+    ReportDebug(outcome);
+    const bool head = (settings_.include || settings_.head) && !settings_.asJson;
+    transfer.FinishBody(head ? outcome.conversation.received : "");
+    if (settings_.asJson) {
+        WriteAll(STDOUT_FILENO, ToJsonLine(outcome, settings_.verbose));
+    }
+    if (outcome.status != 0 && (!settings_.silent || settings_.showError)) {
+        Complain("(" + std::to_string(outcome.status) + ") " + WhichOf(settings_, outcome) +
+                 outcome.error);
+    }
+    if (settings_.writeOut) {
+        const Written written = WriteOut(*settings_.writeOut, outcome);
+        WriteAll(STDOUT_FILENO, written.output);
+        WriteAll(STDERR_FILENO, written.error);
+    }
+    if (settings_.timing) {
+        WriteAll(STDERR_FILENO, DrawTiming(outcome, TerminalWidth()));
+    }
+    if (settings_.explain) {
+        WriteAll(STDERR_FILENO, Explain(outcome, configuration_));
+    }
+    if (settings_.har) {
+        archive_.Add(outcome, settings_.harSecrets);
+    }
+}
+
+void Reporter::Finish()
+{
+    if (settings_.har) {
+        WriteTo(*settings_.har, archive_.Text());
+    }
+}
+
+void Reporter::ReportDebug(const Outcome &outcome)
+{
+    const Tnx_DebugInfo *info = outcome.response ? outcome.response->debugInfo : nullptr;
+    if (settings_.verbose) {
+        WriteAll(STDERR_FILENO, VerboseText(info));
+    }
+    if (settings_.trace) {
+        WriteTo(*settings_.trace, TraceText(info, true));
+    }
+    if (settings_.traceAscii) {
+        WriteTo(*settings_.traceAscii, TraceText(info, false));
+    }
+    if (settings_.dumpHeader) {
+        WriteTo(*settings_.dumpHeader, outcome.conversation.received);
+    }
+}
+
+// Begins the file at its first use in a run, and goes on with it later.
+void Reporter::WriteTo(const std::string &file, const std::string &text)
+{
+    if (file == "-") {
+        WriteAll(STDOUT_FILENO, text);
+        return;
+    }
+    const auto mode = std::exchange(begun_[file], true) ? std::ios::app : std::ios::trunc;
+    std::ofstream stream(file, std::ios::binary | mode);
+    stream << text << std::flush;
+    if (!stream) {
+        throw ToolError(EXIT_WRITE, "cannot write '" + file + "': " + std::strerror(errno));
+    }
+}
+
+} // namespace TnxTool

@@ -1,0 +1,234 @@
+// One URL, fetched, and tried again where that may help.
+#include "transfer.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <future>
+#include <thread>
+
+#include "output/meter.h"
+#include "output/output_plan.h"
+#include "retry.h"
+#include "tnx_c_ext.h"
+
+namespace TnxTool
+{
+
+namespace
+{
+
+constexpr int FIRST_HTTP_ERROR = 400;
+
+struct Answer {
+    ResponseHandle response;
+    uint32_t errorCode = TNX_OK;
+};
+
+Answer FetchHere(Tnx_Session *session, Tnx_Request *request)
+{
+    Answer answer;
+    answer.response.reset(OVX_Tnx_FetchSync(session, request, &answer.errorCode));
+    return answer;
+}
+
+// Waits for an asynchronous fetch; the library completes each exactly once. The promise belongs to
+// the callback, which may still be in it when the waiting is over.
+Answer FetchThere(Tnx_Session *session, Tnx_Request *request)
+{
+    using Promise = std::promise<Answer>;
+    auto promise = std::make_unique<Promise>();
+    std::future<Answer> future = promise->get_future();
+    const Tnx_ResponseCallbackObject callback = {
+        [](void *context, Tnx_Response *response, uint32_t errorCode) {
+            const std::unique_ptr<Promise> owned(static_cast<Promise *>(context));
+            owned->set_value({ResponseHandle(response), errorCode});
+        },
+        promise.get()};
+    if (const uint32_t refused = OVX_Tnx_Fetch(session, request, &callback); refused != TNX_OK) {
+        return {nullptr, refused};
+    }
+    static_cast<void>(promise.release());
+    return future.get();
+}
+
+std::string ErrorText(const Outcome &outcome)
+{
+    const char *cause = OVX_Tnx_GetFailureText(outcome.response.get());
+    return cause != nullptr ? cause : OVX_Tnx_GetErrorText(outcome.errorCode);
+}
+
+// The range that a 206 brings, or that a 416 has no more of.
+bool StartsAt(const char *contentRange, uint64_t offset)
+{
+    uint64_t start = 0;
+    return std::sscanf(contentRange, "bytes %" SCNu64 "-", &start) == 1 && start == offset;
+}
+
+bool IsUnsatisfied(const char *contentRange)
+{
+    return std::strncmp(contentRange, "bytes */", 8) == 0;
+}
+
+} // namespace
+
+Transfer::Transfer(const Run &run, size_t number)
+    : run_(run)
+    , url_(run.settings.urls[number])
+    , upload_(number < run.settings.uploads.size() ? Text(run.settings.uploads[number])
+                                                   : std::nullopt)
+    , sink_(std::make_unique<Sink>(PlanOutput(run.settings, number)))
+{
+    offset_ = ResumeOffset(run.settings, sink_->GetPlan());
+    outcome_.number = number;
+    outcome_.file = sink_->GetPlan().path;
+    // Built here too, so that a command line that cannot be carried out sends nothing at all.
+    const Request probe(run.settings, url_, upload_, offset_, run.configuration);
+    outcome_.url = probe.Url();
+    outcome_.method = probe.Method();
+}
+
+void Transfer::Perform() noexcept
+{
+    performed_ = true;
+    try {
+        const auto begin = std::chrono::steady_clock::now();
+        for (uint32_t attempt = 0;; ++attempt) {
+            Attempt();
+            const auto wait = NextTry(run_.settings.retry, outcome_, attempt,
+                                      std::chrono::steady_clock::now() - begin);
+            if (!wait) {
+                break;
+            }
+            run_.meter.Clear();
+            AnnounceRetry(run_.settings, outcome_, *wait, run_.settings.retry.count - attempt);
+            std::this_thread::sleep_for(*wait);
+            outcome_.retries = attempt + 1;
+            sink_->Restart();
+        }
+    } catch (const ToolError &error) {
+        SetError(error.status, error.what());
+    } catch (const UsageError &error) {
+        SetError(EXIT_USAGE, error.what());
+    } catch (const std::exception &error) {
+        SetError(EXIT_OUT_OF_MEMORY, error.what());
+    }
+    run_.meter.Done(outcome_.number);
+}
+
+void Transfer::Attempt()
+{
+    request_ = std::make_unique<Request>(run_.settings, url_, upload_, offset_, run_.configuration);
+    resume_ = offset_ == 0 ? Resume::NO : Resume::WAITING;
+    outcome_.status = 0;
+    outcome_.error.clear();
+    Observe(*request_);
+    outcome_.started = std::chrono::system_clock::now();
+    Fetch(*request_);
+    Judge();
+}
+
+void Transfer::Observe(Request &request)
+{
+    Tnx_HttpEventsHandler &events = request.Events();
+    events.onProgress1 = {&OnDownload, this};
+    events.onProgress2 = {&OnUpload, this};
+    if (resume_ != Resume::NO) {
+        events.onHeaderReceive = {&OnHeaders, this};
+    }
+    OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request.Record(), &OnData, this);
+}
+
+void Transfer::Fetch(Request &request)
+{
+    Answer answer = run_.parallel ? FetchThere(run_.session, request.Record())
+                                  : FetchHere(run_.session, request.Record());
+    outcome_.response = std::move(answer.response);
+    outcome_.errorCode = answer.errorCode;
+    outcome_.conversation = ReadConversation(outcome_.response.get());
+    outcome_.bodyLength = sink_->Count();
+    outcome_.body = sink_->TakeKept();
+}
+
+// Tells success from failure, with the exit status that people know from curl.
+void Transfer::Judge()
+{
+    const int status = outcome_.HttpStatus();
+    if (resume_ == Resume::COMPLETE && outcome_.errorCode == TNX_ERR_HTTP_STATUS) {
+        outcome_.errorCode = TNX_OK; // there is no more to fetch
+    }
+    const bool failed = outcome_.errorCode == TNX_ERR_HTTP_STATUS ||
+                        (outcome_.errorCode == TNX_OK && run_.settings.failWithBody &&
+                         status >= FIRST_HTTP_ERROR && resume_ != Resume::COMPLETE);
+    if (!sink_->Failure().empty()) {
+        SetError(EXIT_WRITE, sink_->Failure());
+    } else if (failed) {
+        SetError(EXIT_HTTP_ERROR, "The requested URL returned error: " + std::to_string(status));
+    } else if (resume_ == Resume::REFUSED) {
+        SetError(EXIT_RANGE, "the server does not resume at byte " + std::to_string(offset_));
+    } else if (outcome_.errorCode >= TNX_ERR_TRANSFER_BASE) {
+        SetError(static_cast<int>(outcome_.errorCode - TNX_ERR_TRANSFER_BASE), ErrorText(outcome_));
+    } else if (outcome_.errorCode != TNX_OK) {
+        SetError(EXIT_USAGE, OVX_Tnx_GetErrorText(outcome_.errorCode));
+    }
+}
+
+void Transfer::SetError(int status, std::string text)
+{
+    outcome_.status = status;
+    outcome_.error = std::move(text);
+}
+
+void Transfer::FinishBody(std::string_view head)
+{
+    if (outcome_.errorCode == TNX_ERR_HTTP_STATUS && sink_->GetPlan().kind == Sink::Kind::FILE) {
+        return; // what is there stays
+    }
+    const bool nothing = outcome_.status != 0 && outcome_.bodyLength == 0 && head.empty();
+    if (!nothing && !sink_->Finish(head) && outcome_.status == 0) {
+        SetError(EXIT_WRITE, sink_->Failure());
+    }
+}
+
+size_t Transfer::OnData(void *context, const Tnx_Buffer *data) noexcept
+{
+    auto &self = *static_cast<Transfer *>(context);
+    if (self.resume_ == Resume::COMPLETE) {
+        return data->length; // the text of a 416
+    }
+    if (self.resume_ == Resume::WAITING || self.resume_ == Resume::REFUSED) {
+        self.resume_ = Resume::REFUSED;
+        return 0;
+    }
+    return self.sink_->Take({data->data, data->length}) ? data->length : 0;
+}
+
+void Transfer::OnHeaders(void *context, Tnx_Headers *headers) noexcept
+{
+    auto &self = *static_cast<Transfer *>(context);
+    const HeadersHandle guard(headers);
+    const char *range = OVX_Tnx_FindHeader(headers, "content-range");
+    if (range == nullptr) {
+        self.resume_ = Resume::REFUSED;
+    } else if (IsUnsatisfied(range)) {
+        self.resume_ = Resume::COMPLETE;
+    } else {
+        self.resume_ = StartsAt(range, self.offset_) ? Resume::ACCEPTED : Resume::REFUSED;
+    }
+}
+
+void Transfer::OnDownload(void *context, uint64_t total, uint64_t now) noexcept
+{
+    auto &self = *static_cast<Transfer *>(context);
+    self.run_.meter.Update(self.outcome_.number, Meter::DOWN, total, now);
+}
+
+void Transfer::OnUpload(void *context, uint64_t total, uint64_t now) noexcept
+{
+    auto &self = *static_cast<Transfer *>(context);
+    self.outcome_.uploaded = now;
+    self.run_.meter.Update(self.outcome_.number, Meter::UP, total, now);
+}
+
+} // namespace TnxTool
