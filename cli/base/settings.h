@@ -69,6 +69,9 @@ struct PeerSettings {
     uint32_t credentialKind = TNX_CREDENTIAL_BASIC;
 };
 
+// Whether what people read is laid out and coloured; AUTO: on a terminal.
+enum class Pretty { AUTO, ALWAYS, NEVER };
+
 struct RetrySettings {
     uint32_t count = 0;
     std::optional<uint32_t> delay; // seconds
@@ -121,6 +124,8 @@ struct Settings {
     RetrySettings retry;
 
     // What is shown.
+    Pretty pretty = Pretty::AUTO;
+    bool color = true;
     bool include = false;
     bool verbose = false;
     bool silent = false;

@@ -28,6 +28,17 @@ constexpr const char *EXPLAIN_MAN =
     "chain of certificates and the link that fails, and a pin ready for --pinnedpubkey. Where a "
     "server spoke TLS a second connection is made to read its chain; nothing is sent on it.";
 
+Pretty ParsePretty(const std::string &value)
+{
+    if (value == "always" || value == "never") {
+        return value == "always" ? Pretty::ALWAYS : Pretty::NEVER;
+    }
+    if (value != "auto") {
+        throw UsageError("expected always, auto or never, not '" + value + "'");
+    }
+    return Pretty::AUTO;
+}
+
 const Option OPTIONS[] = {
     {.letter = 'o',
      .name = "output",
@@ -81,6 +92,19 @@ const Option OPTIONS[] = {
      .help = "Write the header fields to a file",
      .man = "Write the header lines of every answer to a file; - is standard output.",
      .target = &Settings::dumpHeader},
+    {.name = "pretty",
+     .argument = "always|auto|never",
+     .topic = Topic::OUTPUT,
+     .help = "Lay the answer out for people",
+     .man = "Colour header fields, and lay out and colour JSON of up to 10 MiB, which waits for "
+            "its end: on a terminal (auto), always, or never. Files of -o always get the bytes as "
+            "they are.",
+     .target = +[](Settings &s, const std::string &value) { s.pretty = ParsePretty(value); }},
+    {.name = "no-color",
+     .topic = Topic::OUTPUT,
+     .help = "Use no colours",
+     .man = "Use no colours. So does NO_COLOR in the environment, if it is not empty.",
+     .target = +[](Settings &s) { s.color = false; }},
     {.letter = 'f',
      .name = "fail",
      .topic = Topic::OUTPUT,

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "answer/conversation.h"
+#include "style.h"
 
 namespace TnxTool
 {
@@ -93,14 +94,18 @@ const char *TraceTitle(uint32_t kind)
 
 } // namespace
 
-std::string VerboseText(const Tnx_DebugInfo *info)
+std::string VerboseText(const Tnx_DebugInfo *info, bool color)
 {
     std::string text;
     for (; info != nullptr; info = info->next) {
-        const std::string_view bytes = DebugBytes(*info);
+        std::string_view bytes = DebugBytes(*info);
         if (info->type == TNX_DEBUG_TEXT) {
             AppendLines(text, "* ", bytes);
-        } else if (info->type == TNX_DEBUG_HEADER_OUT) {
+            continue;
+        }
+        const std::string painted = color ? PaintHead(bytes) : "";
+        bytes = color ? painted : bytes;
+        if (info->type == TNX_DEBUG_HEADER_OUT) {
             AppendLines(text, "> ", bytes);
         } else if (info->type == TNX_DEBUG_HEADER_IN) {
             AppendLines(text, "< ", bytes);

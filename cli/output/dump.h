@@ -10,7 +10,7 @@ namespace TnxTool
 {
 
 // "* text", "> line sent", "< line received".
-std::string VerboseText(const Tnx_DebugInfo *info);
+std::string VerboseText(const Tnx_DebugInfo *info, bool color);
 
 // Every entry with its bytes, in hex or as text.
 std::string TraceText(const Tnx_DebugInfo *info, bool hex);

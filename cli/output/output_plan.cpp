@@ -55,6 +55,7 @@ Sink::Plan PlanOutput(const Settings &settings, size_t number)
     } else {
         const bool terminal = IsTerminal(STDOUT_FILENO);
         plan.refuseBinary = terminal && !file;
+        plan.look = LookOf(settings, STDOUT_FILENO);
         // What stands before the body, or decides whether it is shown, is known at the end.
         plan.held = head || settings.parallel || settings.retry.count != 0 ||
                     settings.dumpHeader == "-" || (settings.verbose && terminal);

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "base/terminal.h"
+#include "json_layout.h"
 
 namespace TnxTool
 {
@@ -20,6 +21,7 @@ namespace
 {
 
 constexpr size_t MAX_MEMORY = 1024 * 1024;
+constexpr size_t MAX_LAID_OUT = 10 * 1024 * 1024;
 
 } // namespace
 
@@ -45,7 +47,7 @@ bool Sink::Take(std::string_view piece) noexcept
         if (plan_.kept && count_ <= MAX_MEMORY) {
             kept_.append(piece);
         }
-        return plan_.held ? Hold(piece) : Write(piece);
+        return layOut_ ? Gather(piece) : Deliver(piece);
     } catch (const std::exception &error) {
         return Fail(error.what());
     }
@@ -53,6 +55,8 @@ bool Sink::Take(std::string_view piece) noexcept
 
 void Sink::Restart() noexcept
 {
+    layOut_ = false;
+    json_.clear();
     memory_.clear();
     kept_.clear();
     overflow_.reset();
@@ -79,10 +83,31 @@ bool Sink::Finish(std::string_view head) noexcept
         if (!failure_.empty()) {
             return false;
         }
-        return (plan_.kind != Kind::FILE || Open()) && Write(head) && CopyHeld();
+        return (plan_.kind != Kind::FILE || Open()) && FinishLayout() && Write(head) && CopyHeld();
     } catch (const std::exception &error) {
         return Fail(error.what());
     }
+}
+
+// What is too much to be laid out goes as it is.
+bool Sink::Gather(std::string_view piece)
+{
+    if (json_.size() + piece.size() <= MAX_LAID_OUT) {
+        json_.append(piece);
+        return true;
+    }
+    layOut_ = false;
+    return Deliver(std::exchange(json_, {})) && Deliver(piece);
+}
+
+bool Sink::FinishLayout()
+{
+    return !layOut_ || Deliver(LayOutJson(json_, plan_.look.color).value_or(json_));
+}
+
+bool Sink::Deliver(std::string_view piece)
+{
+    return plan_.held ? Hold(piece) : Write(piece);
 }
 
 bool Sink::Hold(std::string_view piece)

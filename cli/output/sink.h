@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "style.h"
+
 namespace TnxTool
 {
 
@@ -26,6 +28,7 @@ public:
         bool createDirectories = false;
         bool refuseBinary = false; // a terminal would be garbled by it
         bool kept = false;         // keep a copy of a small body
+        Look look;                 // of a body that is JSON
     };
 
     explicit Sink(Plan plan);
@@ -35,6 +38,9 @@ public:
 
     // Takes the next piece. False when it cannot; Failure() then tells why.
     bool Take(std::string_view piece) noexcept;
+
+    // The body is JSON: it waits for its end and is laid out, where the plan has it so.
+    void ExpectJson() noexcept { layOut_ = plan_.look.pretty; }
 
     // Forgets what came, for another try.
     void Restart() noexcept;
@@ -51,6 +57,9 @@ public:
     const Plan &GetPlan() const { return plan_; }
 
 private:
+    bool Gather(std::string_view piece);
+    bool FinishLayout();
+    bool Deliver(std::string_view piece);
     bool Hold(std::string_view piece);
     bool Write(std::string_view piece);
     bool Open();
@@ -65,6 +74,8 @@ private:
     int file_ = -1;
     uint64_t start_ = 0; // where this transfer's bytes begin in the file
     uint64_t count_ = 0;
+    bool layOut_ = false;
+    std::string json_; // so far
     std::string memory_;
     std::string kept_;
     std::unique_ptr<std::FILE, CloseFile> overflow_;

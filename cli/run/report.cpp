@@ -11,6 +11,7 @@
 #include "explain/explain.h"
 #include "output/dump.h"
 #include "output/json.h"
+#include "output/style.h"
 #include "output/timing.h"
 #include "output/write_out.h"
 
@@ -22,7 +23,7 @@ void Reporter::Report(Transfer &transfer)
     const Outcome &outcome = transfer.GetOutcome();
     ReportDebug(outcome);
     const bool head = (settings_.include || settings_.head) && !settings_.asJson;
-    transfer.FinishBody(head ? outcome.conversation.received : "");
+    transfer.FinishBody(head ? ReceivedHead(outcome, outcome.file.empty()) : "");
     if (settings_.asJson) {
         WriteAll(STDOUT_FILENO, ToJsonLine(outcome, settings_.verbose));
     }
@@ -57,7 +58,7 @@ void Reporter::ReportDebug(const Outcome &outcome)
 {
     const Tnx_DebugInfo *info = outcome.response ? outcome.response->debugInfo : nullptr;
     if (settings_.verbose) {
-        WriteAll(STDERR_FILENO, VerboseText(info));
+        WriteAll(STDERR_FILENO, VerboseText(info, LookOf(settings_, STDERR_FILENO).color));
     }
     if (settings_.trace) {
         WriteTo(*settings_.trace, TraceText(info, true));
@@ -66,8 +67,15 @@ void Reporter::ReportDebug(const Outcome &outcome)
         WriteTo(*settings_.traceAscii, TraceText(info, false));
     }
     if (settings_.dumpHeader) {
-        WriteTo(*settings_.dumpHeader, outcome.conversation.received);
+        WriteTo(*settings_.dumpHeader, ReceivedHead(outcome, settings_.dumpHeader == "-"));
     }
+}
+
+// The header sections as they go to standard output, or to a file.
+std::string Reporter::ReceivedHead(const Outcome &outcome, bool toOutput) const
+{
+    const std::string &head = outcome.conversation.received;
+    return toOutput && LookOf(settings_, STDOUT_FILENO).color ? PaintHead(head) : head;
 }
 
 // Begins the file at its first use in a run, and goes on with it later.

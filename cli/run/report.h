@@ -29,6 +29,7 @@ public:
 
 private:
     void ReportDebug(const Outcome &outcome);
+    std::string ReceivedHead(const Outcome &outcome, bool toOutput) const;
     void WriteTo(const std::string &file, const std::string &text);
 
     const Settings &settings_;

@@ -8,6 +8,7 @@
 #include <future>
 #include <thread>
 
+#include "output/json_layout.h"
 #include "output/meter.h"
 #include "output/output_plan.h"
 #include "retry.h"
@@ -134,7 +135,7 @@ void Transfer::Observe(Request &request)
     Tnx_HttpEventsHandler &events = request.Events();
     events.onProgress1 = {&OnDownload, this};
     events.onProgress2 = {&OnUpload, this};
-    if (resume_ != Resume::NO) {
+    if (resume_ != Resume::NO || sink_->GetPlan().look.pretty) {
         events.onHeaderReceive = {&OnHeaders, this};
     }
     OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request.Record(), &OnData, this);
@@ -208,6 +209,13 @@ void Transfer::OnHeaders(void *context, Tnx_Headers *headers) noexcept
 {
     auto &self = *static_cast<Transfer *>(context);
     const HeadersHandle guard(headers);
+    const char *type = OVX_Tnx_FindHeader(headers, "content-type");
+    if (type != nullptr && IsJson(type)) {
+        self.sink_->ExpectJson();
+    }
+    if (self.resume_ == Resume::NO) {
+        return;
+    }
     const char *range = OVX_Tnx_FindHeader(headers, "content-range");
     if (range == nullptr) {
         self.resume_ = Resume::REFUSED;

@@ -54,6 +54,37 @@ class RunsTest(ToolCase):
                 self.assertEqual(result.returncode, 0)
                 self.assertEqual(result.stderr, b"oops" if "%{stderr}oops" in arguments else b"")
 
+    def test_looks(self):
+        data = b'{"a":[1,"b"]}'
+        laid = b'{\n  "a": [\n    1,\n    "b"\n  ]\n}\n'
+        blue, green, cyan, end = (b"\x1b[%dm" % code for code in (34, 32, 36, 0))
+        colored = laid.replace(b'"a"', blue + b'"a"' + end).replace(b"1", cyan + b"1" + end)
+        colored = colored.replace(b'"b"', green + b'"b"' + end)
+        self.write("big", b'["' + b"x" * (10 << 20) + b'"]')
+        # arguments, what is sent, what is shown
+        cases = [
+            (["--pretty", "always"], data, colored),
+            (["--pretty", "always", "--no-color"], data, laid),
+            (["--pretty", "always", "--no-color", "-ZfL"], data, laid),
+            ([], data, data),
+            (["--pretty", "never"], data, data),
+            (["--pretty", "always"], data + b",", data + b","),
+            (["--pretty", "always", "-o", "file"], data, b""),
+            (["--pretty", "always"], b"@big", self.read("big")),
+        ]
+        for arguments, sent, shown in cases:
+            with self.subTest(arguments=arguments, sent=sent):
+                result = self.run_tool("-sd", sent, *arguments, self.url("/json"))
+                self.assertEqual(result.stdout, shown)
+        self.assertEqual(self.read("file"), data)
+        terminal = ["-sid", data, self.url("/json")]
+        shown = self.run_on_terminal(*terminal)
+        self.assertTrue(shown.startswith(b"HTTP/1.1 " + green + b"200 OK" + end), shown)
+        self.assertIn(cyan + b"Content-Type" + end + b": application", shown)
+        self.assertTrue(shown.endswith(b"\n\n" + colored), shown)
+        self.assertTrue(self.run_on_terminal(*terminal, NO_COLOR="1").endswith(b"\n\n" + laid))
+        self.assertIn(b"> " + cyan + b"Host" + end, self.run_on_terminal("-v", self.url("/")))
+
     def test_files(self):
         self.run_tool("-O", "-o", "second", self.url("/a/first?q"), self.url("/b"), "-D", "heads")
         self.assertEqual(self.read("first"), b"hello\n")

@@ -90,6 +90,8 @@ class Server:
             return answer("502 Bad Gateway", b"", "Connection: close")
         if name == "echo":
             return answer("200 OK", request.body)
+        if name == "json":
+            return answer("200 OK", request.body, "Content-Type: application/x+json; charset=x")
         if name == "status":
             return answer(
                 f"{route[1]} Reason", b"status body\n", *(["Retry-After: 0"] * (len(route) > 2))

@@ -8,6 +8,7 @@
 #include "cli/base/url.h"
 #include "cli/explain/attempts.h"
 #include "cli/output/dump.h"
+#include "cli/output/json_layout.h"
 #include "cli/output/meter.h"
 #include "cli/output/write_out.h"
 #include "cli/run/retry.h"
@@ -80,7 +81,7 @@ TEST(Dump, LooksAsCurlsDoes)
                       {TNX_DEBUG_HEADER_OUT, "GET / HTTP/1.1\r\nHost: a\r\n\r\n"},
                       {TNX_DEBUG_HEADER_IN, "HTTP/1.1 200 OK\r\n"},
                       {TNX_DEBUG_DATA_IN, "x=1\ny"}};
-    EXPECT_EQ(VerboseText(list.First()),
+    EXPECT_EQ(VerboseText(list.First(), false),
               "* hello\n> GET / HTTP/1.1\n> Host: a\n> \n< HTTP/1.1 200 OK\n");
     EXPECT_EQ(TraceText(list.First(), false), "== Info: hello\n"
                                               "=> Send header, 27 bytes (0x1b)\n"
@@ -101,6 +102,42 @@ TEST(Dump, LooksAsCurlsDoes)
     DebugList wide = {{TNX_DEBUG_DATA_OUT, longText}};
     EXPECT_EQ(TraceText(wide.First(), false),
               "=> Send data, 67 bytes (0x43)\n0000: " + width + "\n0042: z\n");
+}
+
+TEST(Json, IsLaidOutByteForByteOrLeftAlone)
+{
+    const struct {
+        std::string text;
+        std::string laid; // empty: it is left alone
+    } cases[] = {
+        {" {} ", "{}\n"},
+        {"[ ]", "[]\n"},
+        {R"({"a":[1,-2.50e+10,0],"a":{"\u00e9\"":"\\","":null}})",
+         "{\n  \"a\": [\n    1,\n    -2.50e+10,\n    0\n  ],\n  \"a\": {\n"
+         "    \"\\u00e9\\\"\": \"\\\\\",\n    \"\": null\n  }\n}\n"},
+        {"\"\xff\"", "\"\xff\"\n"},
+        {std::string(501, '[') + std::string(501, ']'), ""},
+        {"", ""},
+        {"{\"a\":1", ""},
+        {"{\"a\":1,}", ""},
+        {"{\"a\" 1}", ""},
+        {"{a:1}", ""},
+        {"[1,]", ""},
+        {"[1 2]", ""},
+        {"[1}", ""},
+        {"01", ""},
+        {"1.", ""},
+        {"1e", ""},
+        {"-", ""},
+        {"nul", ""},
+        {"\"\\x\"", ""},
+        {"\"\\u12g4\"", ""},
+        {"\"\n\"", ""},
+        {"\"\\\"", ""},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(LayOutJson(c.text, false).value_or(""), c.laid) << c.text;
+    }
 }
 
 TEST(WriteOut, FillsItsVariables)

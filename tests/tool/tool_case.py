@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import pty
 import subprocess
 import sys
 import tempfile
@@ -43,6 +44,22 @@ class ToolCase(unittest.TestCase):
             cwd=self.folder,
             env=variables,
         )
+
+    def run_on_terminal(self, *arguments, **environment):
+        """Runs the tool with a terminal for its output and its errors; gives what stands on it."""
+        ours, its = pty.openpty()
+        variables = {**os.environ, "TERM": "xterm", "NO_COLOR": "", **environment}
+        tool = subprocess.Popen([TOOL, *arguments], stdout=its, stderr=its, env=variables)
+        os.close(its)
+        shown = b""
+        try:
+            while piece := os.read(ours, 65536):
+                shown += piece
+        except OSError:
+            pass  # the other side is closed
+        os.close(ours)
+        self.assertEqual(tool.wait(TIMEOUT), 0, shown)
+        return shown.replace(b"\r", b"")
 
     def url(self, path):
         return self.base + path
