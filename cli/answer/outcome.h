@@ -8,7 +8,6 @@
 #include <string>
 
 #include "base/handles.h"
-#include "base/settings.h"
 #include "base/url.h"
 #include "conversation.h"
 
@@ -16,7 +15,9 @@ namespace TnxTool
 {
 
 struct Outcome {
-    size_t number = 0; // of the URL, from 0
+    size_t number = 0;    // of the transfer, from 0
+    size_t urlNumber = 0; // of the URL that it comes from
+    bool beside = false;  // others run at the same time
     std::string url;
     std::string method;
     std::string file; // where the body went; empty for standard output
@@ -39,11 +40,16 @@ struct Outcome {
     }
 };
 
-// Stands before what is told of a transfer that runs beside others: their lines come in any order.
-inline std::string WhichOf(const Settings &settings, const Outcome &outcome)
+// A field of the last answer; null where it is not there.
+inline const char *FindHeader(const Outcome &outcome, const char *name)
 {
-    const bool several = settings.parallel && settings.urls.size() > 1;
-    return several ? WithoutUser(outcome.url) + ": " : "";
+    return outcome.response ? OVX_Tnx_FindHeader(outcome.response->headers, name) : nullptr;
+}
+
+// Stands before what is told of a transfer that runs beside others: their lines come in any order.
+inline std::string WhichOf(const Outcome &outcome)
+{
+    return outcome.beside ? WithoutUser(outcome.url) + ": " : "";
 }
 
 } // namespace TnxTool

@@ -15,6 +15,7 @@ namespace TnxTool
 
 // The exit statuses of the tool's own; all others are the library's code less its base.
 inline constexpr int EXIT_USAGE = 2;
+inline constexpr int EXIT_URL = 3;
 inline constexpr int EXIT_HTTP_ERROR = 22; // a status of 400 or more, under -f
 inline constexpr int EXIT_WRITE = 23;
 inline constexpr int EXIT_READ = 26;
@@ -80,16 +81,45 @@ struct RetrySettings {
     bool allErrors = false;
 };
 
-struct Settings {
+// What holds for a whole run, in whatever group of options it stands.
+struct RunSettings {
+    bool parallel = false;
+    uint32_t parallelMax = 50;
+    uint32_t pace = 0; // milliseconds from the start of a transfer to that of the next
+    bool failEarly = false;
+
+    Pretty pretty = Pretty::AUTO;
+    bool color = true;
+    bool verbose = false;
+    bool silent = false;
+    bool showError = false;
+    bool noProgress = false;
+    bool asJson = false;
+    bool timing = false;
+    bool explain = false;
+    Text trace;
+    Text traceAscii;
+    Text har;
+    bool harSecrets = false;
+
+    // Questions to the tool itself.
+    Text help;
+    bool version = false;
+};
+
+// One group of options; --next begins another.
+struct Settings : RunSettings {
     // What is fetched, and where it goes.
     std::vector<std::string> urls;
+    bool globOff = false;
     std::vector<Output> outputs;
     std::vector<std::string> uploads;
     Text outputDirectory;
     bool createDirectories = false;
     bool remoteNameAll = false;
-    bool parallel = false;
-    uint32_t parallelMax = 50;
+    bool remoteHeaderName = false;
+    bool remoteTime = false;
+    bool removeOnError = false;
 
     // The request.
     Text method;
@@ -105,6 +135,7 @@ struct Settings {
     std::vector<FormPart> form;
     Text range;
     Text continueAt;
+    Text timeCondition; // a header field
     bool compressed = false;
 
     // The road.
@@ -114,6 +145,9 @@ struct Settings {
     uint32_t preference = TNX_PREFER_AUTOMATIC;
     bool priorKnowledge = false;
     PeerSettings server;
+    bool netrc = false;
+    bool netrcOptional = false;
+    Text netrcFile;
     Text proxy;
     Text noProxy;
     bool proxyTunnel = false;
@@ -124,29 +158,11 @@ struct Settings {
     RetrySettings retry;
 
     // What is shown.
-    Pretty pretty = Pretty::AUTO;
-    bool color = true;
     bool include = false;
-    bool verbose = false;
-    bool silent = false;
-    bool showError = false;
-    bool noProgress = false;
     bool fail = false;
     bool failWithBody = false;
-    bool failEarly = false;
-    bool asJson = false;
-    bool timing = false;
-    bool explain = false;
-    bool harSecrets = false;
     Text dumpHeader;
-    Text trace;
-    Text traceAscii;
     Text writeOut;
-    Text har;
-
-    // Questions to the tool itself.
-    Text help;
-    bool version = false;
 };
 
 } // namespace TnxTool

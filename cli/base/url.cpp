@@ -86,6 +86,14 @@ std::string_view UrlAuthority(std::string_view url)
     return authority.substr(authority.rfind('@') + 1); // npos + 1 is 0
 }
 
+std::string_view UrlUser(std::string_view url)
+{
+    const size_t start = AuthorityStart(url);
+    const std::string_view authority = url.substr(start, PathStart(url) - start);
+    const size_t at = authority.rfind('@');
+    return authority.substr(0, at == std::string_view::npos ? 0 : at);
+}
+
 std::string WithoutUser(std::string_view url)
 {
     const size_t start = AuthorityStart(url);

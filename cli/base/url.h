@@ -26,6 +26,7 @@ std::string WithoutUser(std::string_view url);
 
 std::string_view UrlScheme(std::string_view url);
 std::string_view UrlAuthority(std::string_view url); // without user and password
+std::string_view UrlUser(std::string_view url);      // "user" or "user:password", as it stands
 std::string_view UrlHost(std::string_view url);
 std::string UrlPort(std::string_view url);
 std::string_view UrlQuery(std::string_view url); // without the question mark

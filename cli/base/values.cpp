@@ -96,6 +96,22 @@ uint32_t ParseSeconds(const std::string &value)
                         : static_cast<uint32_t>(std::max(1.0, std::round(seconds * 1000)));
 }
 
+uint32_t ParsePace(const std::string &value)
+{
+    const size_t slash = value.find('/');
+    const char unit = value.empty() ? '\0' : value.back();
+    const size_t index = std::string_view("smhd").find(unit);
+    if (slash == std::string::npos || index == std::string_view::npos) {
+        throw UsageError("expected number/s, /m, /h or /d, not '" + value + "'");
+    }
+    constexpr uint32_t day = 86400;
+    constexpr uint32_t lengths[] = {1, 60, 3600, day};
+    const std::string span = value.substr(slash + 1, value.size() - slash - 2);
+    const uint64_t seconds = uint64_t{span.empty() ? 1 : ParseNumber(span, day)} * lengths[index];
+    const uint64_t count = std::max(1U, ParseNumber(value.substr(0, slash)));
+    return static_cast<uint32_t>(std::min<uint64_t>(seconds * 1000 / count, UINT32_MAX));
+}
+
 std::string ReadWhole(const std::string &path)
 {
     std::ostringstream content;

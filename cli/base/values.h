@@ -18,6 +18,9 @@ uint32_t ParseNumber(const std::string &value, uint32_t most = UINT32_MAX);
 // Seconds with an optional fraction, in milliseconds; 0 is no limit.
 uint32_t ParseSeconds(const std::string &value);
 
+// A rate of transfers, number/unit, as milliseconds from one to the next.
+uint32_t ParsePace(const std::string &value);
+
 // A file's content; "-" is standard input.
 std::string ReadWhole(const std::string &path);
 

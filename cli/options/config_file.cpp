@@ -1,6 +1,9 @@
 // The notation of files of options.
 #include "config_file.h"
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "base/settings.h"
 #include "base/values.h"
 
@@ -28,6 +31,22 @@ std::string Unquote(std::string_view text)
 }
 
 } // namespace
+
+std::string DefaultConfigFile()
+{
+    const char *folder = std::getenv("XDG_CONFIG_HOME");
+    const char *home = std::getenv("HOME");
+    std::filesystem::path path;
+    if (folder != nullptr && *folder != '\0') {
+        path = folder;
+    } else if (home != nullptr && *home != '\0') {
+        path = std::filesystem::path(home) / ".config";
+    } else {
+        return {};
+    }
+    std::error_code error;
+    return std::filesystem::exists(path /= "tnxrc", error) ? path.string() : "";
+}
 
 std::optional<ConfigLine> ParseConfigLine(std::string_view line)
 {

@@ -19,6 +19,10 @@ struct ConfigLine {
 // empty line or a comment.
 std::optional<ConfigLine> ParseConfigLine(std::string_view line);
 
+// The file that is read before the command line: $XDG_CONFIG_HOME/tnxrc, or ~/.config/tnxrc. Empty
+// where there is none.
+std::string DefaultConfigFile();
+
 } // namespace TnxTool
 
 #endif

@@ -5,64 +5,13 @@
 #include <iterator>
 
 #include "options_table.h"
+#include "unsupported.h"
 
 namespace TnxTool
 {
 
 namespace
 {
-
-struct Unsupported {
-    char letter; // 0: it has no short form
-    const char *name;
-    const char *reason;
-};
-
-constexpr const char *NO_SETTING = "the library has no setting for it";
-constexpr const char *NO_FAMILY = "the library races both address families";
-constexpr const char *NO_JAR = "the library keeps no cookies between runs";
-constexpr const char *NO_METHOD = "redirects change methods as RFC 9110 has it";
-
-// Options that people who know curl may try, and why they are not here.
-constexpr Unsupported UNSUPPORTED[] = {
-    {0, "alt-svc", NO_SETTING},
-    {0, "ciphers", NO_SETTING},
-    {0, "connect-to", NO_SETTING},
-    {'c', "cookie-jar", NO_JAR},
-    {0, "curves", NO_SETTING},
-    {0, "hsts", NO_SETTING},
-    {0, "interface", NO_SETTING},
-    {'4', "ipv4", NO_FAMILY},
-    {'6', "ipv6", NO_FAMILY},
-    {'j', "junk-session-cookies", NO_JAR},
-    {0, "limit-rate", NO_SETTING},
-    {0, "local-port", NO_SETTING},
-    {0, "location-trusted", "credentials stay with their origin"},
-    {0, "max-filesize", NO_SETTING},
-    {0, "max-redirs", "the limit is 50 redirects"},
-    {'n', "netrc", NO_SETTING},
-    {':', "next", "all URLs share one set of options"},
-    {0, "no-alpn", NO_SETTING},
-    {0, "path-as-is", NO_SETTING},
-    {0, "post301", NO_METHOD},
-    {0, "post302", NO_METHOD},
-    {0, "post303", NO_METHOD},
-    {0, "preproxy", NO_SETTING},
-    {0, "proto", "only http and https are spoken"},
-    {0, "proxy-header", NO_SETTING},
-    {0, "raw", "transfer codings are always decoded"},
-    {'J', "remote-header-name", "name the file with -o"},
-    {'R', "remote-time", "the time of a file is left alone"},
-    {0, "request-target", NO_SETTING},
-    {'Y', "speed-limit", NO_SETTING},
-    {'y', "speed-time", NO_SETTING},
-    {0, "tcp-fastopen", NO_SETTING},
-    {0, "tls-max", NO_SETTING},
-    {0, "tls13-ciphers", NO_SETTING},
-    {0, "tlsv1.3", NO_SETTING},
-    {0, "trace-time", "entries carry no times of their own"},
-    {0, "unix-socket", NO_SETTING},
-};
 
 bool NameLess(const Option &left, const Option &right)
 {
@@ -105,12 +54,8 @@ std::string Suggestion(std::string_view name)
 // Tells why an option that a user may expect is not there.
 void RefuseUnsupported(std::string_view name)
 {
-    const auto found =
-        std::find_if(std::begin(UNSUPPORTED), std::end(UNSUPPORTED), [name](const Unsupported &u) {
-            return name == u.name || (name.size() == 1 && u.letter != 0 && name[0] == u.letter);
-        });
-    if (found != std::end(UNSUPPORTED)) {
-        throw UsageError(std::string("is not supported: ") + found->reason);
+    if (const char *reason = FindUnsupported(name)) {
+        throw UsageError(std::string("is not supported: ") + reason);
     }
 }
 

@@ -85,6 +85,14 @@ const Option OPTIONS[] = {
             "of the URLs.",
      .target = &Settings::parallel,
      .important = true},
+    {.name = "rate",
+     .argument = "number/unit",
+     .topic = Topic::CONNECTION,
+     .help = "Start no more transfers in that time",
+     .man = "Start that many transfers a second (s), minute (m), hour (h) or day (d), evenly "
+            "spread: 2/s, 10/m; a number may stand before the unit, as in 3/15s. Transfers under "
+            "-Z take no heed.",
+     .target = +[](Settings &s, const std::string &value) { s.pace = ParsePace(value); }},
     {.name = "parallel-max",
      .argument = "number",
      .topic = Topic::CONNECTION,
@@ -158,7 +166,16 @@ const Option OPTIONS[] = {
      .name = "disable",
      .topic = Topic::TOOL,
      .help = "Read no default file of options",
-     .man = "Does nothing: there is no default file of options.",
+     .man = "As the first argument: do not read the file of options that is otherwise read before "
+            "the command line, $XDG_CONFIG_HOME/tnxrc or ~/.config/tnxrc.",
+     .target = +[](Settings &) {}},
+    {.letter = ':',
+     .name = "next",
+     .topic = Topic::TOOL,
+     .help = "Begin another set of options",
+     .man = "The URLs that follow have options of their own. What is told about the transfers, and "
+            "how they run side by side, holds for all: -s, -S, -v, -Z, --parallel-max, --rate, "
+            "--fail-early, --as-json, --timing, --explain, --har, --trace, --pretty and their kin.",
      .target = +[](Settings &) {}},
     {.letter = 'h',
      .name = "help",

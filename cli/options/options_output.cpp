@@ -45,7 +45,8 @@ const Option OPTIONS[] = {
      .argument = "file",
      .topic = Topic::OUTPUT,
      .help = "Write the body to a file",
-     .man = "Write the body to a file instead of standard output. Each -o goes with one URL.",
+     .man = "Write the body to a file instead of standard output. Each -o goes with one URL. #1 "
+            "stands for what the first glob of the URL stands for, and so on.",
      .target =
          +[](Settings &s, const std::string &value) {
              s.outputs.push_back({value, false});
@@ -66,6 +67,25 @@ const Option OPTIONS[] = {
      .help = "Use -O for all URLs",
      .man = "Use -O for every URL that has no -o.",
      .target = &Settings::remoteNameAll},
+    {.letter = 'J',
+     .name = "remote-header-name",
+     .topic = Topic::OUTPUT,
+     .help = "Let the server name the file of -O",
+     .man = "Write to a file named by the Content-Disposition field, where there is one; it is "
+            "refused where it is there already (exit status 23). Folders in that name are left "
+            "out.",
+     .target = &Settings::remoteHeaderName},
+    {.letter = 'R',
+     .name = "remote-time",
+     .topic = Topic::OUTPUT,
+     .help = "Give the file the time of its original",
+     .man = "Give the file the time that the Last-Modified field tells.",
+     .target = &Settings::remoteTime},
+    {.name = "remove-on-error",
+     .topic = Topic::OUTPUT,
+     .help = "Keep no file of a transfer that failed",
+     .man = "Remove the file that a transfer wrote to before it failed.",
+     .target = &Settings::removeOnError},
     {.name = "output-dir",
      .argument = "directory",
      .topic = Topic::OUTPUT,

@@ -1,4 +1,5 @@
 // The options that say what is asked for and what is sent.
+#include "base/dates.h"
 #include "base/values.h"
 #include "options_table.h"
 
@@ -74,6 +75,16 @@ const Option OPTIONS[] = {
      .help = "Send these cookies",
      .man = "Send cookies, separated by semicolons. Cookie files are not read.",
      .target = &Settings::cookies},
+    {.letter = 'z',
+     .name = "time-cond",
+     .argument = "date/file",
+     .topic = Topic::REQUEST,
+     .help = "Fetch what is newer than this",
+     .man = "Ask for the body only if it was changed after a date, or after the file of that name "
+            "was; with - in front, only if it was not. A file of -o or -O stays as it is where the "
+            "server says that there is nothing new.",
+     .target =
+         +[](Settings &s, const std::string &value) { s.timeCondition = TimeCondition(value); }},
     {.letter = 'G',
      .name = "get",
      .topic = Topic::REQUEST,
@@ -128,8 +139,9 @@ const Option OPTIONS[] = {
      .name = "globoff",
      .topic = Topic::REQUEST,
      .help = "Take {} and [] in URLs as they stand",
-     .man = "Does nothing: URLs are always taken as they stand.",
-     .target = +[](Settings &) {}},
+     .man = "Take URLs as they stand. Else {a,b} stands for each of its pieces, [1-9], [01-10:3] "
+            "and [a-z] for each number or letter, and \\e{ for the bracket itself.",
+     .target = &Settings::globOff},
 
     {.letter = 'd',
      .name = "data",

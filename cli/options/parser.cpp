@@ -1,6 +1,7 @@
 // Reads a command line as curl does.
 #include "parser.h"
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <type_traits>
@@ -8,6 +9,7 @@
 
 #include "base/values.h"
 #include "config_file.h"
+#include "unsupported.h"
 
 namespace TnxTool
 {
@@ -46,10 +48,37 @@ void RefuseTogether(bool together, const char *what)
     }
 }
 
+void CheckGroup(const Settings &s)
+{
+    if (s.urls.empty()) {
+        throw UsageError("no URL specified");
+    }
+    RefuseTogether(s.data && !s.form.empty(), "data (-d) and a form (-F)");
+    RefuseTogether(s.data && s.head && !s.get, "data (-d) and -I");
+    RefuseTogether(!s.form.empty() && s.head, "a form (-F) and -I");
+    RefuseTogether(!s.uploads.empty() && (s.data || !s.form.empty() || s.head),
+                   "a file (-T) and -d, -F or -I");
+    RefuseTogether(s.range && s.continueAt, "-r and -C");
+    RefuseTogether(s.remoteHeaderName && (s.include || s.continueAt), "-J and -i or -C");
+    RefuseTogether(s.removeOnError && s.continueAt, "--remove-on-error and -C");
+    RefuseTogether(s.fail && s.failWithBody, "--fail and --fail-with-body");
+    RefuseTogether(!s.resolve.empty() && s.dnsServers, "--resolve and --dns-servers");
+    RefuseTogether(s.server.insecure && s.server.pins, "-k and --pinnedpubkey");
+    const bool body = (s.data && !s.get) || !s.form.empty() || !s.uploads.empty();
+    if (body && (s.method == "GET" || s.method == "HEAD")) {
+        throw UsageError("a " + *s.method + " request carries no body; -G puts data into the URL");
+    }
+}
+
 } // namespace
 
 void Parser::Parse(std::span<char *const> arguments)
 {
+    const std::string_view first = arguments.empty() ? "" : arguments.front();
+    if (const std::string file = DefaultConfigFile();
+        !file.empty() && !first.starts_with("-q") && first != "--disable") {
+        ReadConfigFile(file);
+    }
     bool options = true;
     for (size_t at = 0; at < arguments.size();) {
         const std::string_view argument = arguments[at];
@@ -61,16 +90,29 @@ void Parser::Parse(std::span<char *const> arguments)
         } else if (options && argument.starts_with('-')) {
             at = ParseLetters(arguments, at);
         } else {
-            settings_.urls.emplace_back(argument);
+            groups_.back().urls.emplace_back(argument);
             ++at;
         }
     }
     Check();
+    for (Settings &group : groups_) {
+        static_cast<RunSettings &>(group) = groups_.back();
+    }
 }
 
-Settings Parser::TakeSettings()
+std::vector<Settings> Parser::TakeGroups()
 {
-    return std::move(settings_);
+    return std::move(groups_);
+}
+
+void Parser::BeginGroup()
+{
+    if (groups_.back().urls.empty()) {
+        throw UsageError("no URL stands before it");
+    }
+    Settings next;
+    static_cast<RunSettings &>(next) = groups_.back();
+    groups_.push_back(std::move(next));
 }
 
 size_t Parser::ParseName(std::span<char *const> arguments, size_t at)
@@ -82,7 +124,7 @@ size_t Parser::ParseName(std::span<char *const> arguments, size_t at)
     try {
         option = &FindName(name);
     } catch (const UsageError &error) {
-        if (!name.starts_with("no-")) {
+        if (!name.starts_with("no-") || FindUnsupported(name) != nullptr) {
             Fail(shown, error.what());
         }
         on = false;
@@ -159,19 +201,24 @@ void Parser::Apply(const Option &option, const std::string &shown, const std::st
             ReadConfigFile(value);
             return;
         }
+        if (option.letter == ':') {
+            BeginGroup();
+            return;
+        }
+        Settings &settings = groups_.back();
         std::visit(
             [&](auto target) {
                 using T = decltype(target);
                 if constexpr (std::is_same_v<T, bool Settings::*>) {
-                    settings_.*target = on;
+                    settings.*target = on;
                 } else if constexpr (std::is_same_v<T, Text Settings::*>) {
-                    settings_.*target = value;
+                    settings.*target = value;
                 } else if constexpr (std::is_same_v<T, std::vector<std::string> Settings::*>) {
-                    (settings_.*target).push_back(value);
+                    (settings.*target).push_back(value);
                 } else if constexpr (std::is_same_v<T, void (*)(Settings &)>) {
-                    target(settings_);
+                    target(settings);
                 } else {
-                    target(settings_, value);
+                    target(settings, value);
                 }
             },
             option.target);
@@ -221,25 +268,8 @@ void Parser::ApplyConfigLine(const std::string &name, const std::string &value, 
 
 void Parser::Check() const
 {
-    const Settings &s = settings_;
-    if (s.help || s.version) {
-        return;
-    }
-    if (s.urls.empty()) {
-        throw UsageError("no URL specified");
-    }
-    RefuseTogether(s.data && !s.form.empty(), "data (-d) and a form (-F)");
-    RefuseTogether(s.data && s.head && !s.get, "data (-d) and -I");
-    RefuseTogether(!s.form.empty() && s.head, "a form (-F) and -I");
-    RefuseTogether(!s.uploads.empty() && (s.data || !s.form.empty() || s.head),
-                   "a file (-T) and -d, -F or -I");
-    RefuseTogether(s.range && s.continueAt, "-r and -C");
-    RefuseTogether(s.fail && s.failWithBody, "--fail and --fail-with-body");
-    RefuseTogether(!s.resolve.empty() && s.dnsServers, "--resolve and --dns-servers");
-    RefuseTogether(s.server.insecure && s.server.pins, "-k and --pinnedpubkey");
-    const bool body = (s.data && !s.get) || !s.form.empty() || !s.uploads.empty();
-    if (body && (s.method == "GET" || s.method == "HEAD")) {
-        throw UsageError("a " + *s.method + " request carries no body; -G puts data into the URL");
+    if (!groups_.back().help && !groups_.back().version) {
+        std::for_each(groups_.begin(), groups_.end(), CheckGroup);
     }
 }
 

@@ -14,11 +14,12 @@ namespace TnxTool
 class Parser
 {
 public:
-    // Reads the arguments after the program's name, and hides secrets from the process list.
-    // Throws UsageError.
+    // Reads the arguments after the program's name, and hides secrets from the process list;
+    // before them, the default file of options. Throws UsageError.
     void Parse(std::span<char *const> arguments);
 
-    Settings TakeSettings();
+    // The groups between --next, at least one.
+    std::vector<Settings> TakeGroups();
 
 private:
     size_t ParseLetters(std::span<char *const> arguments, size_t at);
@@ -26,9 +27,10 @@ private:
     void Apply(const Option &option, const std::string &shown, const std::string &value, bool on);
     void ReadConfigFile(const std::string &path);
     void ApplyConfigLine(const std::string &name, const std::string &value, bool hasValue);
+    void BeginGroup();
     void Check() const;
 
-    Settings settings_;
+    std::vector<Settings> groups_ = std::vector<Settings>(1); // the last one is being read
     int configDepth_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// Decides where the body of the n-th URL goes.
+// Decides where the body of a URL goes.
 #include "output_plan.h"
 
 #include <charconv>
@@ -16,17 +16,17 @@ namespace TnxTool
 namespace
 {
 
-Text OutputFile(const Settings &settings, size_t number)
+Text OutputFile(const Settings &settings, const Job &job)
 {
-    const bool given = number < settings.outputs.size();
-    if (!given && !settings.remoteNameAll) {
+    if (!job.output) {
         return std::nullopt;
     }
-    std::string file = given ? settings.outputs[number].file : "";
-    if (!given || settings.outputs[number].remoteName) {
-        const std::string &url = settings.urls[number];
+    std::string file = job.output->file;
+    if (job.output->remoteName) {
+        const std::string &url = job.url;
         file = UrlFileName(url.find("://") == std::string::npos ? "http://" + url : url);
-        if (file.empty() || file == "." || file == "..") {
+        const bool unnamed = file.empty() && !settings.remoteHeaderName;
+        if (unnamed || file == "." || file == "..") {
             throw ToolError(EXIT_WRITE, "the URL '" + url + "' ends with no name for a file");
         }
     }
@@ -38,10 +38,10 @@ Text OutputFile(const Settings &settings, size_t number)
 
 } // namespace
 
-Sink::Plan PlanOutput(const Settings &settings, size_t number)
+Sink::Plan PlanOutput(const Settings &settings, const Job &job)
 {
     Sink::Plan plan;
-    const Text file = OutputFile(settings, number);
+    const Text file = OutputFile(settings, job);
     const bool head = (settings.include || settings.head) && !settings.asJson;
     plan.createDirectories = settings.createDirectories;
     plan.append = settings.continueAt.has_value();

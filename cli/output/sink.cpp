@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/terminal.h"
@@ -50,6 +51,29 @@ bool Sink::Take(std::string_view piece) noexcept
         return layOut_ ? Gather(piece) : Deliver(piece);
     } catch (const std::exception &error) {
         return Fail(error.what());
+    }
+}
+
+void Sink::NameFile(const std::string &name)
+{
+    if (file_ < 0 && !name.empty()) {
+        plan_.path = std::filesystem::path(plan_.path).replace_filename(name).string();
+        plan_.fresh = true;
+    }
+}
+
+void Sink::RemoveFile() noexcept
+{
+    if (file_ >= 0 && plan_.kind == Kind::FILE) {
+        unlink(plan_.path.c_str());
+    }
+}
+
+void Sink::SetTime(std::time_t time) noexcept
+{
+    if (file_ >= 0 && plan_.kind == Kind::FILE) {
+        const timespec times[2] = {{time, 0}, {time, 0}};
+        futimens(file_, times);
     }
 }
 
@@ -150,7 +174,7 @@ bool Sink::Open()
     if (plan_.createDirectories) {
         std::filesystem::create_directories(std::filesystem::path(plan_.path).parent_path());
     }
-    const int mode = plan_.append ? O_APPEND : O_TRUNC;
+    const int mode = plan_.append ? O_APPEND : plan_.fresh ? O_EXCL : O_TRUNC;
     file_ = open(plan_.path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | mode, 0666);
     if (file_ < 0) {
         return Fail("cannot open '" + plan_.path + "': " + std::strerror(errno));

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +26,7 @@ public:
         std::string path;
         bool held = false;
         bool append = false;
+        bool fresh = false; // the file must not be there yet
         bool createDirectories = false;
         bool refuseBinary = false; // a terminal would be garbled by it
         bool kept = false;         // keep a copy of a small body
@@ -41,6 +43,13 @@ public:
 
     // The body is JSON: it waits for its end and is laid out, where the plan has it so.
     void ExpectJson() noexcept { layOut_ = plan_.look.pretty; }
+
+    // Names the file anew, which must not be there yet. Before the first piece.
+    void NameFile(const std::string &name);
+
+    // Removes the file, if it was begun; sets the time of its last change.
+    void RemoveFile() noexcept;
+    void SetTime(std::time_t time) noexcept;
 
     // Forgets what came, for another try.
     void Restart() noexcept;
@@ -70,7 +79,7 @@ private:
         void operator()(std::FILE *file) const noexcept { std::fclose(file); }
     };
 
-    const Plan plan_;
+    Plan plan_;
     int file_ = -1;
     uint64_t start_ = 0; // where this transfer's bytes begin in the file
     uint64_t count_ = 0;

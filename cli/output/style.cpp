@@ -53,7 +53,7 @@ std::string PaintLine(std::string_view line)
 
 } // namespace
 
-Look LookOf(const Settings &settings, int file)
+Look LookOf(const RunSettings &settings, int file)
 {
     Look look;
     look.pretty =

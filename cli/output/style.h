@@ -16,7 +16,7 @@ struct Look {
     bool color = false;
 };
 
-Look LookOf(const Settings &settings, int file);
+Look LookOf(const RunSettings &settings, int file);
 
 enum class Color { RED = 31, GREEN = 32, YELLOW = 33, BLUE = 34, MAGENTA = 35, CYAN = 36 };
 

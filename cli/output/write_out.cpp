@@ -12,22 +12,22 @@ namespace TnxTool
 namespace
 {
 
-// Reads a format piece by piece: plain text, %{variable} and %header{name}.
+// Reads a format piece by piece: plain text, %{variable}, and %header{name} or %{header{name}}.
 void Walk(std::string_view format, const std::function<void(std::string_view)> &onText,
           const std::function<void(const std::string &)> &onVariable,
           const std::function<void(const std::string &)> &onHeader)
 {
-    constexpr std::string_view header = "%header{";
     constexpr std::string_view escapes = "nrt";
     constexpr std::string_view meanings = "\n\r\t";
     while (!format.empty()) {
-        const bool named = format.starts_with(header);
-        const size_t start = named ? header.size() : format.starts_with("%{") ? 2 : 0;
+        const bool nested = format.starts_with("%{header{");
+        const bool named = nested || format.starts_with("%header{");
+        const size_t start = named ? format.find("r{") + 2 : format.starts_with("%{") ? 2 : 0;
         const size_t end = format.find('}');
         size_t used = 1;
         if (start != 0 && end != std::string_view::npos) {
             (named ? onHeader : onVariable)(std::string(format.substr(start, end - start)));
-            used = end + 1;
+            used = end + (nested ? 2 : 1);
         } else if (format.starts_with("%%")) {
             onText("%");
             used = 2;
@@ -38,7 +38,7 @@ void Walk(std::string_view format, const std::function<void(std::string_view)> &
         } else {
             onText(format.substr(0, 1));
         }
-        format.remove_prefix(used);
+        format.remove_prefix(std::min(used, format.size()));
     }
 }
 

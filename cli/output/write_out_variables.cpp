@@ -146,7 +146,7 @@ constexpr Variable VARIABLES[] = {
     {"url", "The URL that was asked for", [](const Outcome &o) { return Json(o.url); }},
     {"url_effective", "The URL that answered",
      [](const Outcome &o) { return Json(o.EffectiveUrl()); }},
-    {"urlnum", "The number of the URL, from 0", [](const Outcome &o) { return Json(o.number); }},
+    {"urlnum", "The number of the URL, from 0", [](const Outcome &o) { return Json(o.urlNumber); }},
 };
 
 } // namespace

@@ -9,6 +9,7 @@
 
 #include "base/url.h"
 #include "base/values.h"
+#include "netrc.h"
 #include "request_headers.h"
 #include "tnx_c_ext.h"
 
@@ -81,10 +82,10 @@ uint32_t Length(const std::string &body)
 
 } // namespace
 
-Request::Request(const Settings &settings, const std::string &url, const Text &upload,
-                 uint64_t offset, const Tnx_Configuration &configuration)
-    : method_(ChooseMethod(settings, upload))
-    , url_(CompleteUrl(settings, url, upload))
+Request::Request(const Settings &settings, const Job &job, uint64_t offset,
+                 const Tnx_Configuration &configuration)
+    : method_(ChooseMethod(settings, job.upload))
+    , url_(CompleteUrl(settings, job.url, job.upload))
     , configuration_(configuration)
     , headers_(OVX_Tnx_CreateHeaders())
     , cookies_(OVX_Tnx_CreateRequestCookies())
@@ -93,14 +94,15 @@ Request::Request(const Settings &settings, const std::string &url, const Text &u
     if (!headers_ || !cookies_ || !request_) {
         throw std::bad_alloc();
     }
-    AddHeaders(settings, upload.has_value());
+    AddHeaders(settings, job.upload.has_value());
     AddCookies(settings);
     AddRanges(settings, offset);
-    AddContent(settings, upload);
+    AddContent(settings, job.upload);
     request_->method = method_.c_str();
     request_->headers = headers_.get();
     request_->cookies = cookies_.get();
     request_->configuration = &configuration_;
+    AddUser(settings);
     OVX_Tnx_SetRequestFailOnHttpError(request_.get(), settings.fail);
 }
 
@@ -108,6 +110,21 @@ void Request::AddHeaders(const Settings &settings, bool upload)
 {
     for (const HeaderField &field : RequestHeaders(settings, upload)) {
         OVX_Tnx_SetHeaderValue(headers_.get(), field.name.c_str(), field.value.c_str());
+    }
+}
+
+// A user of the command line or of the URL comes before one of ~/.netrc.
+void Request::AddUser(const Settings &settings)
+{
+    const bool given = settings.server.user || settings.server.bearer ||
+                       UrlUser(url_).find(':') != std::string_view::npos;
+    user_ = given ? std::nullopt : FindInNetrc(settings, url_);
+    if (user_) {
+        const size_t mark = user_->find(':');
+        (*user_)[mark] = '\0';
+        configuration_.security.credentialKind = settings.server.credentialKind;
+        configuration_.security.credentialName = user_->c_str();
+        configuration_.security.credentialPassword = user_->c_str() + mark + 1;
     }
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/handles.h"
-#include "base/settings.h"
+#include "base/job.h"
 #include "sources.h"
 
 namespace TnxTool
@@ -18,7 +18,7 @@ class Request
 {
 public:
     // `offset` is where a download resumes. Throws UsageError or ToolError.
-    Request(const Settings &settings, const std::string &url, const Text &upload, uint64_t offset,
+    Request(const Settings &settings, const Job &job, uint64_t offset,
             const Tnx_Configuration &configuration);
     Request(const Request &) = delete;
     Request &operator=(const Request &) = delete;
@@ -30,6 +30,7 @@ public:
 
 private:
     void AddHeaders(const Settings &settings, bool upload);
+    void AddUser(const Settings &settings);
     void AddCookies(const Settings &settings);
     void AddRanges(const Settings &settings, uint64_t offset);
     void AddContent(const Settings &settings, const Text &upload);
@@ -42,6 +43,7 @@ private:
     std::string method_;
     std::string url_;
     std::string body_;
+    Text user_;
     Tnx_RequestContent content_{};
     Tnx_Configuration configuration_;
     std::vector<Tnx_TransferRange> ranges_;

@@ -98,6 +98,11 @@ std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload)
     if (settings.referer) {
         fields.AddOwn("Referer", *settings.referer);
     }
+    if (settings.timeCondition) {
+        const size_t mark = settings.timeCondition->find(':');
+        fields.AddOwn(settings.timeCondition->substr(0, mark),
+                      settings.timeCondition->substr(mark + 2));
+    }
     if (!settings.compressed) {
         // The library asks for compression by itself; a body byte for byte is what people expect.
         fields.AddOwn("Accept-Encoding", "identity");

@@ -19,12 +19,13 @@ int Main(std::span<char *const> arguments)
 {
     Parser parser;
     parser.Parse(arguments);
-    const Settings settings = parser.TakeSettings();
+    const std::vector<Settings> groups = parser.TakeGroups();
+    const RunSettings &settings = groups.front();
     if (settings.help || settings.version) {
         const std::string text = settings.help ? HelpText(*settings.help) : VersionText();
         return WriteAll(STDOUT_FILENO, text) ? 0 : EXIT_WRITE;
     }
-    return RunTransfers(settings);
+    return RunTransfers(groups);
 }
 
 } // namespace

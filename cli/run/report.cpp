@@ -20,19 +20,19 @@ namespace TnxTool
 
 void Reporter::Report(Transfer &transfer)
 {
+    const Settings &settings = transfer.GetRun().settings;
     const Outcome &outcome = transfer.GetOutcome();
-    ReportDebug(outcome);
-    const bool head = (settings_.include || settings_.head) && !settings_.asJson;
+    ReportDebug(settings, outcome);
+    const bool head = (settings.include || settings.head) && !settings.asJson;
     transfer.FinishBody(head ? ReceivedHead(outcome, outcome.file.empty()) : "");
     if (settings_.asJson) {
         WriteAll(STDOUT_FILENO, ToJsonLine(outcome, settings_.verbose));
     }
     if (outcome.status != 0 && (!settings_.silent || settings_.showError)) {
-        Complain("(" + std::to_string(outcome.status) + ") " + WhichOf(settings_, outcome) +
-                 outcome.error);
+        Complain("(" + std::to_string(outcome.status) + ") " + WhichOf(outcome) + outcome.error);
     }
-    if (settings_.writeOut) {
-        const Written written = WriteOut(*settings_.writeOut, outcome);
+    if (settings.writeOut) {
+        const Written written = WriteOut(*settings.writeOut, outcome);
         WriteAll(STDOUT_FILENO, written.output);
         WriteAll(STDERR_FILENO, written.error);
     }
@@ -40,7 +40,7 @@ void Reporter::Report(Transfer &transfer)
         WriteAll(STDERR_FILENO, DrawTiming(outcome, TerminalWidth()));
     }
     if (settings_.explain) {
-        WriteAll(STDERR_FILENO, Explain(outcome, configuration_));
+        WriteAll(STDERR_FILENO, Explain(outcome, transfer.GetRun().configuration));
     }
     if (settings_.har) {
         archive_.Add(outcome, settings_.harSecrets);
@@ -54,7 +54,7 @@ void Reporter::Finish()
     }
 }
 
-void Reporter::ReportDebug(const Outcome &outcome)
+void Reporter::ReportDebug(const Settings &settings, const Outcome &outcome)
 {
     const Tnx_DebugInfo *info = outcome.response ? outcome.response->debugInfo : nullptr;
     if (settings_.verbose) {
@@ -66,8 +66,8 @@ void Reporter::ReportDebug(const Outcome &outcome)
     if (settings_.traceAscii) {
         WriteTo(*settings_.traceAscii, TraceText(info, false));
     }
-    if (settings_.dumpHeader) {
-        WriteTo(*settings_.dumpHeader, ReceivedHead(outcome, settings_.dumpHeader == "-"));
+    if (settings.dumpHeader) {
+        WriteTo(*settings.dumpHeader, ReceivedHead(outcome, settings.dumpHeader == "-"));
     }
 }
 

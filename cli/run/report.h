@@ -15,9 +15,8 @@ namespace TnxTool
 class Reporter
 {
 public:
-    Reporter(const Settings &settings, const Tnx_Configuration &configuration)
+    explicit Reporter(const RunSettings &settings)
         : settings_(settings)
-        , configuration_(configuration)
     {
     }
 
@@ -28,12 +27,11 @@ public:
     void Finish();
 
 private:
-    void ReportDebug(const Outcome &outcome);
+    void ReportDebug(const Settings &settings, const Outcome &outcome);
     std::string ReceivedHead(const Outcome &outcome, bool toOutput) const;
     void WriteTo(const std::string &file, const std::string &text);
 
-    const Settings &settings_;
-    const Tnx_Configuration &configuration_;
+    const RunSettings &settings_;
     std::map<std::string, bool> begun_; // files that this run has written to
     HttpArchive archive_;
 };

@@ -4,11 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <ctime>
-#include <locale>
-#include <sstream>
-
-#include <iomanip>
 
 #include "base/terminal.h"
 #include "tnx_c_ext.h"
@@ -50,31 +45,23 @@ bool MayPass(const RetrySettings &settings, const Outcome &outcome)
 
 std::optional<seconds> AskedFor(const Outcome &outcome)
 {
-    const char *value =
-        outcome.response ? OVX_Tnx_FindHeader(outcome.response->headers, "retry-after") : nullptr;
+    const char *value = FindHeader(outcome, "retry-after");
     return value == nullptr ? std::nullopt
                             : ParseRetryAfter(value, std::chrono::system_clock::now());
 }
 
 } // namespace
 
-std::optional<seconds> ParseRetryAfter(const std::string &value,
-                                       std::chrono::system_clock::time_point now)
+std::optional<seconds> ParseRetryAfter(const std::string &value, WallTime now)
 {
     uint32_t number = 0;
     const auto [rest, error] = std::from_chars(value.data(), value.data() + value.size(), number);
     if (error == std::errc{} && rest == value.data() + value.size()) {
         return seconds(number);
     }
-    std::istringstream stream(value);
-    stream.imbue(std::locale::classic());
-    std::tm date{};
-    stream >> std::get_time(&date, "%a, %d %b %Y %H:%M:%S GMT");
-    if (stream.fail()) {
-        return std::nullopt;
-    }
-    const auto then = std::chrono::system_clock::from_time_t(timegm(&date));
-    return std::max(seconds(0), std::chrono::ceil<seconds>(then - now));
+    const auto date = ParseDate(value);
+    return date ? std::optional(std::max(seconds(0), std::chrono::ceil<seconds>(*date - now)))
+                : std::nullopt;
 }
 
 std::optional<milliseconds> NextTry(const RetrySettings &settings, const Outcome &outcome,
@@ -101,7 +88,7 @@ void AnnounceRetry(const Settings &settings, const Outcome &outcome, millisecond
     const bool byStatus = outcome.errorCode == TNX_OK || outcome.errorCode == TNX_ERR_HTTP_STATUS;
     const std::string problem =
         byStatus ? "HTTP status " + std::to_string(outcome.HttpStatus()) : outcome.error;
-    Complain("warning: " + WhichOf(settings, outcome) + problem + "; trying again in " +
+    Complain("warning: " + WhichOf(outcome) + problem + "; trying again in " +
              std::to_string(std::chrono::ceil<seconds>(wait).count()) + " s, " +
              std::to_string(left) + (left == 1 ? " try left" : " tries left"));
 }

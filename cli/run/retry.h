@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "answer/outcome.h"
-#include "base/settings.h"
+#include "base/dates.h"
 
 namespace TnxTool
 {
@@ -21,8 +21,7 @@ void AnnounceRetry(const Settings &settings, const Outcome &outcome, std::chrono
                    uint32_t left);
 
 // Reads a Retry-After field: seconds, or a date (RFC 9110 section 10.2.3), seen from `now`.
-std::optional<std::chrono::seconds> ParseRetryAfter(const std::string &value,
-                                                    std::chrono::system_clock::time_point now);
+std::optional<std::chrono::seconds> ParseRetryAfter(const std::string &value, WallTime now);
 
 } // namespace TnxTool
 

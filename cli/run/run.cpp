@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <deque>
 #include <future>
 #include <thread>
 #include <vector>
@@ -10,6 +12,7 @@
 #include <unistd.h>
 
 #include "base/handles.h"
+#include "base/job.h"
 #include "base/terminal.h"
 #include "output/meter.h"
 #include "report.h"
@@ -25,10 +28,28 @@ namespace
 
 using Transfers = std::vector<std::unique_ptr<Transfer>>;
 
-bool ShowsMeter(const Settings &settings)
+// One group of options, made ready.
+struct Group {
+    explicit Group(const Settings &own)
+        : settings(own)
+        , jobs(ReadJobs(own))
+        , configuration(own)
+    {
+    }
+
+    const Settings &settings;
+    const std::vector<Job> jobs;
+    const RunConfiguration configuration;
+};
+
+bool ShowsMeter(const RunSettings &settings, const std::deque<Group> &groups)
 {
-    const bool bodyOnTerminal = settings.outputs.size() < settings.urls.size() &&
-                                !settings.remoteNameAll && IsTerminal(STDOUT_FILENO);
+    const auto showsBody = [](const Job &job) { return !job.output; };
+    const bool bodyOnTerminal =
+        IsTerminal(STDOUT_FILENO) &&
+        std::any_of(groups.begin(), groups.end(), [&](const Group &group) {
+            return std::any_of(group.jobs.begin(), group.jobs.end(), showsBody);
+        });
     return IsTerminal(STDERR_FILENO) && !bodyOnTerminal && !settings.silent &&
            !settings.noProgress && !settings.verbose;
 }
@@ -43,15 +64,19 @@ SessionHandle OpenSession(const Tnx_SessionConfiguration &configuration)
     return session;
 }
 
-int RunOneByOne(const Transfers &transfers, Reporter &reporter, Meter &meter, bool failEarly)
+int RunOneByOne(const Transfers &transfers, Reporter &reporter, Meter &meter,
+                const RunSettings &settings)
 {
     int status = 0;
+    auto start = std::chrono::steady_clock::now();
     for (const auto &transfer : transfers) {
+        std::this_thread::sleep_until(start);
+        start = std::chrono::steady_clock::now() + std::chrono::milliseconds(settings.pace);
         transfer->Perform();
         meter.Clear();
         reporter.Report(*transfer);
         status = transfer->GetOutcome().status != 0 ? transfer->GetOutcome().status : status;
-        if (status != 0 && failEarly) {
+        if (status != 0 && settings.failEarly) {
             break;
         }
     }
@@ -59,19 +84,20 @@ int RunOneByOne(const Transfers &transfers, Reporter &reporter, Meter &meter, bo
 }
 
 // Each worker takes the next transfer; the reports stay in the order of the URLs.
-int RunTogether(const Transfers &transfers, Reporter &reporter, Meter &meter, size_t most,
-                bool failEarly)
+int RunTogether(const Transfers &transfers, Reporter &reporter, Meter &meter,
+                const RunSettings &settings)
 {
     std::vector<std::promise<void>> done(transfers.size());
     std::atomic<size_t> next = 0;
     std::atomic<bool> stop = false;
     std::vector<std::jthread> workers;
-    for (size_t count = std::min(most, transfers.size()); count > 0; --count) {
+    for (size_t count = std::min<size_t>(settings.parallelMax, transfers.size()); count > 0;
+         --count) {
         workers.emplace_back([&] {
             for (size_t at = next++; at < transfers.size(); at = next++) {
                 if (!stop) {
                     transfers[at]->Perform();
-                    stop = stop || (failEarly && transfers[at]->GetOutcome().status != 0);
+                    stop = stop || (settings.failEarly && transfers[at]->GetOutcome().status != 0);
                 }
                 done[at].set_value();
             }
@@ -93,26 +119,33 @@ int RunTogether(const Transfers &transfers, Reporter &reporter, Meter &meter, si
 
 } // namespace
 
-int RunTransfers(const Settings &settings)
+int RunTransfers(const std::vector<Settings> &all)
 {
-    const RunConfiguration configuration(settings);
+    const RunSettings &settings = all.front();
+    const std::deque<Group> groups(all.begin(), all.end());
+    size_t count = 0;
+    for (const Group &group : groups) {
+        count += group.jobs.size();
+    }
     Tnx_SessionConfiguration sessionConfiguration{};
     if (settings.parallel) {
         sessionConfiguration.maxConnectionsPerHost = settings.parallelMax;
         sessionConfiguration.maxTotalConnections = settings.parallelMax;
     }
     const SessionHandle session = OpenSession(sessionConfiguration);
-    Meter meter(ShowsMeter(settings), settings.urls.size());
-    const bool together = settings.parallel && settings.urls.size() > 1;
-    const Run run{settings, configuration.Record(), session.get(), meter, together};
+    Meter meter(ShowsMeter(settings, groups), count);
+    const bool together = settings.parallel && count > 1;
+    std::deque<Run> runs;
     Transfers transfers;
-    for (size_t number = 0; number < settings.urls.size(); ++number) {
-        transfers.push_back(std::make_unique<Transfer>(run, number));
+    for (const Group &group : groups) {
+        const Run &run = runs.emplace_back(
+            Run{group.settings, group.configuration.Record(), session.get(), meter, together});
+        for (const Job &job : group.jobs) {
+            transfers.push_back(std::make_unique<Transfer>(run, job, transfers.size()));
+        }
     }
-    Reporter reporter(settings, configuration.Record());
-    const int status =
-        together ? RunTogether(transfers, reporter, meter, settings.parallelMax, settings.failEarly)
-                 : RunOneByOne(transfers, reporter, meter, settings.failEarly);
+    Reporter reporter(settings);
+    const int status = (together ? RunTogether : RunOneByOne)(transfers, reporter, meter, settings);
     reporter.Finish();
     return status;
 }

@@ -7,9 +7,9 @@
 namespace TnxTool
 {
 
-// Returns the exit status: that of the last transfer that failed, 0 when all went well. Throws
-// UsageError and ToolError before anything is sent.
-int RunTransfers(const Settings &settings);
+// Groups of options, at least one. Returns the exit status: that of the last transfer that failed,
+// 0 when all went well. Throws UsageError and ToolError before anything is sent.
+int RunTransfers(const std::vector<Settings> &all);
 
 } // namespace TnxTool
 

@@ -8,6 +8,8 @@
 #include <future>
 #include <thread>
 
+#include "base/dates.h"
+#include "output/disposition.h"
 #include "output/json_layout.h"
 #include "output/meter.h"
 #include "output/output_plan.h"
@@ -20,6 +22,7 @@ namespace TnxTool
 namespace
 {
 
+constexpr int NOT_MODIFIED = 304;
 constexpr int FIRST_HTTP_ERROR = 400;
 
 struct Answer {
@@ -74,18 +77,18 @@ bool IsUnsatisfied(const char *contentRange)
 
 } // namespace
 
-Transfer::Transfer(const Run &run, size_t number)
+Transfer::Transfer(const Run &run, const Job &job, size_t number)
     : run_(run)
-    , url_(run.settings.urls[number])
-    , upload_(number < run.settings.uploads.size() ? Text(run.settings.uploads[number])
-                                                   : std::nullopt)
-    , sink_(std::make_unique<Sink>(PlanOutput(run.settings, number)))
+    , job_(job)
+    , sink_(std::make_unique<Sink>(PlanOutput(run.settings, job)))
 {
     offset_ = ResumeOffset(run.settings, sink_->GetPlan());
     outcome_.number = number;
+    outcome_.urlNumber = job.urlNumber;
+    outcome_.beside = run.parallel;
     outcome_.file = sink_->GetPlan().path;
     // Built here too, so that a command line that cannot be carried out sends nothing at all.
-    const Request probe(run.settings, url_, upload_, offset_, run.configuration);
+    const Request probe(run.settings, job_, offset_, run.configuration);
     outcome_.url = probe.Url();
     outcome_.method = probe.Method();
 }
@@ -120,7 +123,7 @@ void Transfer::Perform() noexcept
 
 void Transfer::Attempt()
 {
-    request_ = std::make_unique<Request>(run_.settings, url_, upload_, offset_, run_.configuration);
+    request_ = std::make_unique<Request>(run_.settings, job_, offset_, run_.configuration);
     resume_ = offset_ == 0 ? Resume::NO : Resume::WAITING;
     outcome_.status = 0;
     outcome_.error.clear();
@@ -135,9 +138,7 @@ void Transfer::Observe(Request &request)
     Tnx_HttpEventsHandler &events = request.Events();
     events.onProgress1 = {&OnDownload, this};
     events.onProgress2 = {&OnUpload, this};
-    if (resume_ != Resume::NO || sink_->GetPlan().look.pretty) {
-        events.onHeaderReceive = {&OnHeaders, this};
-    }
+    events.onHeaderReceive = {&OnHeaders, this};
     OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request.Record(), &OnData, this);
 }
 
@@ -148,6 +149,7 @@ void Transfer::Fetch(Request &request)
     outcome_.response = std::move(answer.response);
     outcome_.errorCode = answer.errorCode;
     outcome_.conversation = ReadConversation(outcome_.response.get());
+    outcome_.file = sink_->GetPlan().path;
     outcome_.bodyLength = sink_->Count();
     outcome_.body = sink_->TakeKept();
 }
@@ -183,12 +185,33 @@ void Transfer::SetError(int status, std::string text)
 
 void Transfer::FinishBody(std::string_view head)
 {
-    if (outcome_.errorCode == TNX_ERR_HTTP_STATUS && sink_->GetPlan().kind == Sink::Kind::FILE) {
-        return; // what is there stays
+    if (StaysAsItIs()) {
+        return;
     }
     const bool nothing = outcome_.status != 0 && outcome_.bodyLength == 0 && head.empty();
     if (!nothing && !sink_->Finish(head) && outcome_.status == 0) {
         SetError(EXIT_WRITE, sink_->Failure());
+    }
+    if (outcome_.status != 0 && run_.settings.removeOnError) {
+        sink_->RemoveFile();
+    } else if (outcome_.status == 0 && run_.settings.remoteTime) {
+        KeepTime();
+    }
+}
+
+// A file, where an error or "not modified" is told instead of its content.
+bool Transfer::StaysAsItIs() const
+{
+    const bool unchanged = run_.settings.timeCondition && outcome_.HttpStatus() == NOT_MODIFIED;
+    return sink_->GetPlan().kind == Sink::Kind::FILE &&
+           (unchanged || outcome_.errorCode == TNX_ERR_HTTP_STATUS);
+}
+
+void Transfer::KeepTime()
+{
+    const char *field = FindHeader(outcome_, "last-modified");
+    if (const auto time = field == nullptr ? std::nullopt : ParseDate(field)) {
+        sink_->SetTime(std::chrono::system_clock::to_time_t(*time));
     }
 }
 
@@ -209,20 +232,34 @@ void Transfer::OnHeaders(void *context, Tnx_Headers *headers) noexcept
 {
     auto &self = *static_cast<Transfer *>(context);
     const HeadersHandle guard(headers);
+    try {
+        self.ReadHead(headers);
+    } catch (const std::exception &) {
+        // Memory ran out: the body goes as it is, to the file that it has.
+    }
+}
+
+void Transfer::ReadHead(const Tnx_Headers *headers)
+{
     const char *type = OVX_Tnx_FindHeader(headers, "content-type");
     if (type != nullptr && IsJson(type)) {
-        self.sink_->ExpectJson();
+        sink_->ExpectJson();
     }
-    if (self.resume_ == Resume::NO) {
+    const char *disposition = OVX_Tnx_FindHeader(headers, "content-disposition");
+    if (disposition != nullptr && job_.output && job_.output->remoteName &&
+        run_.settings.remoteHeaderName) {
+        sink_->NameFile(DispositionName(disposition));
+    }
+    if (resume_ == Resume::NO) {
         return;
     }
     const char *range = OVX_Tnx_FindHeader(headers, "content-range");
     if (range == nullptr) {
-        self.resume_ = Resume::REFUSED;
+        resume_ = Resume::REFUSED;
     } else if (IsUnsatisfied(range)) {
-        self.resume_ = Resume::COMPLETE;
+        resume_ = Resume::COMPLETE;
     } else {
-        self.resume_ = StartsAt(range, self.offset_) ? Resume::ACCEPTED : Resume::REFUSED;
+        resume_ = StartsAt(range, offset_) ? Resume::ACCEPTED : Resume::REFUSED;
     }
 }
 

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "answer/outcome.h"
-#include "base/settings.h"
+#include "base/job.h"
 #include "output/sink.h"
 #include "request/request.h"
 
@@ -15,7 +15,7 @@ namespace TnxTool
 
 class Meter;
 
-// What all transfers of a run share.
+// What the transfers of one group of options share.
 struct Run {
     const Settings &settings;
     const Tnx_Configuration &configuration;
@@ -27,8 +27,8 @@ struct Run {
 class Transfer
 {
 public:
-    // Throws UsageError or ToolError.
-    Transfer(const Run &run, size_t number);
+    // The n-th transfer of all. Throws UsageError or ToolError.
+    Transfer(const Run &run, const Job &job, size_t number);
 
     // Fetches, on any thread. Fills the outcome, whatever happens.
     void Perform() noexcept;
@@ -36,6 +36,7 @@ public:
     // Writes what was held of the body, behind a head of the same file.
     void FinishBody(std::string_view head);
 
+    const Run &GetRun() const { return run_; }
     const Outcome &GetOutcome() const { return outcome_; }
     bool WasPerformed() const { return performed_; }
 
@@ -46,16 +47,17 @@ private:
     void Fetch(Request &request);
     void Judge();
     void SetError(int status, std::string text);
-    std::optional<uint32_t> RetryAfter(uint32_t attempt) const;
     void Observe(Request &request);
+    void ReadHead(const Tnx_Headers *headers);
+    void KeepTime();
+    bool StaysAsItIs() const;
     static size_t OnData(void *context, const Tnx_Buffer *data) noexcept;
     static void OnHeaders(void *context, Tnx_Headers *headers) noexcept;
     static void OnDownload(void *context, uint64_t total, uint64_t now) noexcept;
     static void OnUpload(void *context, uint64_t total, uint64_t now) noexcept;
 
     const Run &run_;
-    const std::string url_;
-    const Text upload_;
+    const Job job_;
     uint64_t offset_ = 0; // where a download resumes
     Resume resume_ = Resume::NO;
     std::unique_ptr<Request> request_;

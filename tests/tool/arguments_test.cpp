@@ -7,17 +7,21 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/base/dates.h"
+#include "cli/base/glob.h"
 #include "cli/base/values.h"
 #include "cli/options/config_file.h"
 #include "cli/options/options.h"
 #include "cli/options/parser.h"
+#include "cli/output/disposition.h"
+#include "cli/request/netrc.h"
 
 namespace
 {
 
 using namespace TnxTool;
 
-Settings Parse(std::vector<std::string> arguments)
+std::vector<Settings> ParseGroups(std::vector<std::string> arguments)
 {
     std::vector<char *> pointers;
     for (std::string &argument : arguments) {
@@ -25,7 +29,12 @@ Settings Parse(std::vector<std::string> arguments)
     }
     Parser parser;
     parser.Parse(pointers);
-    return parser.TakeSettings();
+    return parser.TakeGroups();
+}
+
+Settings Parse(const std::vector<std::string> &arguments)
+{
+    return ParseGroups(arguments).back();
 }
 
 // A file that goes with the test.
@@ -81,16 +90,23 @@ TEST(Arguments, AreRefusedWithAReason)
         {{"--lcoation", "u"}, "option --lcoation: is unknown; did you mean --location?"},
         {{"--no-insecuer", "u"}, "option --no-insecuer: is unknown; did you mean --insecure?"},
         {{"--re", "u"}, "option --re: is ambiguous"},
-        {{"-sQ", "u"}, "option -Q: is unknown"},
+        {{"-s5", "u"}, "option -5: is unknown"},
         {{"-", "u"}, "option -: is unknown"},
         {{"u", "-X"}, "option -X: requires parameter"},
         {{"u", "--request"}, "option --request: requires parameter"},
         {{"-m", "soon", "u"}, "option -m: expected a number of seconds, not 'soon'"},
         {{"-m", "-1", "u"}, "option -m: expected a number of seconds, not '-1'"},
         {{"--no-request", "u"}, "option --no-request: cannot be turned off"},
-        {{"--limit-rate", "1k", "u"},
-         "option --limit-rate: is not supported: the library has no setting for it"},
-        {{"-4", "u"}, "option -4: is not supported: the library races both address families"},
+        {{"-sQ", "u"},
+         "option -Q: is not supported: only http and https are spoken; use curl for other "
+         "protocols"},
+        {{"--no-sessionid", "u"},
+         "option --no-sessionid: is not supported: sessions live as long as the run; leave it out"},
+        {{"--next", "u"}, "option --next: no URL stands before it"},
+        {{"u", "--next"}, "no URL specified"},
+        {{"--rate", "2", "u"}, "option --rate: expected number/s, /m, /h or /d, not '2'"},
+        {{"--pretty", "so", "u"}, "option --pretty: expected always, auto or never, not 'so'"},
+        {{"-OJi", "u"}, "-J and -i or -C cannot be used together"},
         {{"-d", "a", "-F", "b=c", "u"}, "data (-d) and a form (-F) cannot be used together"},
         {{"-I", "-d", "a", "u"}, "data (-d) and -I cannot be used together"},
         {{"-XGET", "-d", "a", "u"}, "a GET request carries no body; -G puts data into the URL"},
@@ -124,7 +140,7 @@ TEST(Arguments, HideSecretsFromTheProcessList)
     parser.Parse(pointers);
     EXPECT_EQ(arguments,
               (std::vector<std::string>{"-u", "       ", "--pass", "      ", "-E         ", "u"}));
-    EXPECT_EQ(parser.TakeSettings().server.user, "me:word");
+    EXPECT_EQ(parser.TakeGroups().back().server.user, "me:word");
 }
 
 TEST(Arguments, ComeFromFilesToo)
@@ -155,6 +171,34 @@ TEST(Arguments, OfFilesAreRefusedWithTheirLine)
     EXPECT_THROW(Parse({"-K", endless.Path(), "u"}), UsageError);
 }
 
+TEST(Arguments, ComeInGroups)
+{
+    const auto groups = ParseGroups({"-d", "a", "u1", "u2", "-:", "-sf", "u3", "--rate", "3/2m"});
+    ASSERT_EQ(groups.size(), 2U);
+    EXPECT_EQ(groups[0].urls, (std::vector<std::string>{"u1", "u2"}));
+    EXPECT_TRUE(groups[0].data && !groups[0].fail && groups[1].fail && !groups[1].data);
+    EXPECT_TRUE(groups[0].silent); // holds for the run
+    EXPECT_EQ(groups[0].pace, 40000U);
+}
+
+TEST(Arguments, ComeFromADefaultFileFirst)
+{
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("tnx-defaults-" + std::to_string(getpid()));
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "tnxrc") << "user-agent = file\nfail\n";
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    const Settings with = Parse({"-A", "line", "u"});
+    const Settings without = Parse({"-q", "u"});
+    const Settings late = Parse({"-f", "-q", "u"});
+    unsetenv("XDG_CONFIG_HOME");
+    std::filesystem::remove_all(folder);
+    EXPECT_EQ(with.userAgent, "line");
+    EXPECT_TRUE(with.fail);
+    EXPECT_TRUE(!without.userAgent && !without.fail);
+    EXPECT_EQ(late.userAgent, "file");
+}
+
 TEST(Arguments, StandInOneTableWithoutClashes)
 {
     std::string letters;
@@ -176,6 +220,92 @@ TEST(Values, OfDataFilesLoseLineEndsUnlessBinary)
     EXPECT_EQ(DataUrlencodeValue("n@" + file.Path()), "n=a+b%0D%0Ac%0A%00d");
     EXPECT_EQ(DataUrlencodeValue("=a=b"), "a%3Db");
     EXPECT_EQ(DataUrlencodeValue("a~b"), "a~b");
+}
+
+TEST(Values, OfUrlsAreTakenApart)
+{
+    const struct {
+        std::string pattern;
+        std::string name;
+        std::string urls; // each with the name that it gives
+    } cases[] = {
+        {"h/{a,b}/[1-3:2]", "f#2#1#3#", "h/a/1 f1a#3# h/a/3 f3a#3# h/b/1 f1b#3# h/b/3 f3b#3# "},
+        {"[08-10]", "", "08  09  10  "},
+        {"[a-e:2]{,x}", "", "a  ax  c  cx  e  ex  "},
+        {"http://[::1]:80/[1-1]", "#1", "http://[::1]:80/1 1 "},
+        {"\\{a\\}\\[1]\\x", "", "refused"},
+        {"\\{a\\}\\[1\\]\\x", "#1#", "{a}[1]\\x #1# "},
+        {"a[]", "", "a[]  "},
+        {"{a", "", "refused"},
+        {"a}", "", "refused"},
+        {"{a{b}}", "", "refused"},
+        {"[2-1]", "", "refused"},
+        {"[a-9]", "", "refused"},
+        {"[1-2:0]", "", "refused"},
+        {"[0-18446744073709551615]", "", "refused"},
+        {"[1-1000][1-1000]", "", "refused"},
+    };
+    for (const auto &c : cases) {
+        std::string urls;
+        try {
+            for (const GlobMatch &match : ExpandGlobs(c.pattern)) {
+                urls += match.text + " " + FillPieces(c.name, match.pieces) + " ";
+            }
+        } catch (const ToolError &error) {
+            EXPECT_EQ(error.status, EXIT_URL);
+            urls = "refused";
+        }
+        EXPECT_EQ(urls, c.urls) << c.pattern;
+    }
+}
+
+TEST(Values, OfDatesAreReadInManyForms)
+{
+    for (const char *text :
+         {"Sun, 06 Nov 1994 08:49:37 GMT", "Sunday, 06-Nov-94 08:49:37 GMT",
+          "Sun Nov  6 08:49:37 1994", "6 Nov 1994 08:49:37", "1994-11-06T08:49:37Z",
+          "1994-11-06 09:49:37 +0100", "19941106 08:49:37"}) {
+        const auto date = ParseDate(text);
+        ASSERT_TRUE(date) << text;
+        EXPECT_EQ(std::chrono::system_clock::to_time_t(*date), 784111777) << text;
+    }
+    EXPECT_FALSE(ParseDate("tomorrow") || ParseDate("") || ParseDate("1994-11-06x"));
+    EXPECT_EQ(TimeCondition("-1994-11-06"), "If-Unmodified-Since: Sun, 06 Nov 1994 00:00:00 GMT");
+}
+
+TEST(Values, OfFileNamesThatServersGiveAreTamed)
+{
+    const struct {
+        std::string field;
+        std::string name;
+    } cases[] = {
+        {"attachment; filename=a.txt", "a.txt"},
+        {"attachment; FileName=\"a \\\"b\\\".txt\"; size=3", "a \"b\".txt"},
+        {"attachment; filename=x; filename*=UTF-8'de'%c3%a4%20b", "\u00e4 b"},
+        {"attachment; filename=\"../../etc/passwd\"", "passwd"},
+        {"attachment; filename=\"c:\\\\x\\\\y\"", "y"},
+        {"attachment; filename=..", ""},
+        {"attachment; filename=\"a/\"", ""},
+        {"attachment; filename", ""},
+        {"inline", ""},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(DispositionName(c.field), c.name) << c.field;
+    }
+}
+
+TEST(Values, OfUsersAreFoundByHost)
+{
+    const std::string netrc = "# machine h login no\n"
+                              "machine other login o password p\n"
+                              "macdef m\nmachine h login macro\n\n"
+                              "machine H login \"a b\" account x password \"q\\\"\"\n"
+                              "machine h login second password 2\n"
+                              "default login d password e";
+    EXPECT_EQ(FindInNetrcText(netrc, "h", ""), "a b:q\"");
+    EXPECT_EQ(FindInNetrcText(netrc, "h", "second"), "second:2");
+    EXPECT_EQ(FindInNetrcText(netrc, "unknown", ""), "d:e");
+    EXPECT_EQ(FindInNetrcText("machine h", "h", ""), std::nullopt);
 }
 
 TEST(Values, OfFormsAreReadWithTheirAttributes)

@@ -46,6 +46,16 @@ class RunsTest(ToolCase):
             ),
             (["-w", "%{redirect_url}"], "/to/x", b"moved\n" + self.url("/x").encode()),
             (["-w", "%{stderr}oops"], "/", b"hello\n"),
+            (
+                ["-w", "%{http_version} %header{x-one} %{header{X-One}} %{header_json}"],
+                "/",
+                b'hello\n1.1 1 1 {"content-length":["6"],"x-one":["1"]}',
+            ),
+            (
+                ["-d", "a", "-w", "%{method}%{urlnum}", "--rate", "1000/s", self.url("/echo"), "--next"],
+                "/[1-2]",
+                b"aPOST0hello\nhello\n",
+            ),
         ]
         for arguments, path, output in cases:
             with self.subTest(arguments=arguments, path=path):
@@ -96,8 +106,24 @@ class RunsTest(ToolCase):
         self.assertEqual((nowhere.returncode, nowhere.stdout), (23, b""))
         self.assertEqual(self.run_tool("-O", self.url("/")).returncode, 23)
 
+    def test_names_and_times_of_files(self):
+        named = ["-sOJR", "--output-dir", "x", "--create-dirs", self.url("/named")]
+        self.assertEqual(self.run_tool(*named, "-w", "%{filename_effective}").stdout, b"x/name")
+        self.assertEqual(self.read("x/name"), b"hello\n")
+        self.assertEqual((self.folder / "x/name").stat().st_mtime, 784111777)
+        self.assertEqual(self.run_tool(*named).returncode, 23)  # it is there already
+        self.run_tool("-s", "-o", "f#1-#2", self.url("/{a,b}/[1-2]"))
+        self.assertEqual(
+            sorted(file.name for file in self.folder.glob("f*")), ["fa-1", "fa-2", "fb-1", "fb-2"]
+        )
+        self.assertEqual(self.run_tool(self.url("/{a")).returncode, 3)
+        self.server.take()
+        self.assertEqual(self.run_tool("-g", self.url("/{a")).returncode, 0)
+        self.assertEqual(self.server.take()[0].path, "/{a")
+
     def test_files_stay_where_nothing_is_to_be_written(self):
         self.write("f", b"before")
+        self.run_tool("-R", "-o", "x/name", "--create-dirs", self.url("/named"))
         retry = ["--retry", "1", "--retry-delay", "0"]
         for arguments, path, status in [
             (["-f"], "/status/404", 22),
@@ -105,6 +131,9 @@ class RunsTest(ToolCase):
             (["-f", *retry], "/status/503", 22),
             (["-fZ", "-o", "other", self.url("/status/404"), self.url("/")], "/x", 22),
             (["-f", "-C", "3"], "/status/404", 22),
+            (["-z", "1994-11-06 08:49:37"], "/old", 0),
+            (["-z", "x/name"], "/old", 0),
+            (["--remove-on-error", "-f"], "/status/404", 22),
             ([*retry, "--retry-all-errors"], "/drop", 52),
         ]:
             with self.subTest(arguments):
@@ -112,6 +141,8 @@ class RunsTest(ToolCase):
                 self.assertEqual((result.returncode, self.read("f")), (status, b"before"))
         self.run_tool("-f", "-o", "f", self.url("/"))
         self.assertEqual(self.read("f"), b"hello\n")
+        self.run_tool("--remove-on-error", "-o", "f", self.url("/cut"))
+        self.assertFalse((self.folder / "f").exists())
 
     def test_resumed_downloads(self):
         # what is there, exit status, what is there then

@@ -5,6 +5,9 @@ import threading
 import zlib
 
 
+OLD = "Sun, 06 Nov 1994 08:49:37 GMT"
+
+
 def answer(status="200 OK", body=b"", *fields):
     """The bytes of an answer with a content-length."""
     lines = [f"HTTP/1.1 {status}", f"Content-Length: {len(body)}", *fields]
@@ -138,6 +141,11 @@ class Server:
             )
         if name == "drop":
             return None
+        if name == "named":
+            named = "Content-Disposition: attachment; filename=../name"
+            return answer("200 OK", b"hello\n", named, "Last-Modified: " + OLD)
+        if name == "old" and request.field("if-modified-since") == OLD:
+            return answer("304 Not Modified")
         return answer("200 OK", b"hello\n", "X-One: 1")
 
 

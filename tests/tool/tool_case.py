@@ -35,6 +35,7 @@ class ToolCase(unittest.TestCase):
     def run_tool(self, *arguments, stdin=b"", environment=()):
         """Runs the tool in the folder of the test, without the proxies of the machine."""
         variables = {k: v for k, v in os.environ.items() if not k.lower().endswith("_proxy")}
+        variables["XDG_CONFIG_HOME"] = variables["HOME"] = str(self.folder)
         variables.update(environment)
         return subprocess.run(
             [TOOL, *arguments],
