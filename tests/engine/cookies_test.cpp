@@ -1,5 +1,5 @@
-// Cookies that servers set: how a line is read, and to which later hops it goes.
-#include "http/hop_cookies.h"
+// Cookies that servers set: how a line is read, and to which requests it goes.
+#include "http/cookie_store.h"
 #include "http/set_cookie.h"
 
 #include <gtest/gtest.h>
@@ -142,7 +142,7 @@ TEST(SetCookieTest, KeepsTheLineAndEveryAttribute)
                   {"path", "z"}, {"priority", "High"}, {"partitioned", ""}, {"x", "\"y\""}}));
 }
 
-TEST(HopCookiesTest, MatchesDomains)
+TEST(CookieStoreTest, MatchesDomains)
 {
     const struct {
         const char *host;
@@ -160,7 +160,7 @@ TEST(HopCookiesTest, MatchesDomains)
     }
 }
 
-TEST(HopCookiesTest, MatchesPaths)
+TEST(CookieStoreTest, MatchesPaths)
 {
     const struct {
         const char *path;
@@ -177,7 +177,16 @@ TEST(HopCookiesTest, MatchesPaths)
     }
 }
 
-TEST(HopCookiesTest, SendsWhatTheRulesAllow)
+std::string Pairs(const KeptCookies &cookies)
+{
+    std::string pairs;
+    for (const KeptCookie &cookie : cookies) {
+        pairs += (pairs.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
+    }
+    return pairs;
+}
+
+TEST(CookieStoreTest, SendsWhatTheRulesAllow)
 {
     struct Set {
         const char *url;
@@ -239,43 +248,124 @@ TEST(HopCookiesTest, SendsWhatTheRulesAllow)
         {{{"http://a.org/", "a=1"}, {"http://a.org/", "a=; Path=/x; Max-Age=0"}},
          "http://a.org/",
          "a=1"},
+        {{{"http://a.org/", "a=1; Max-Age=60"}, {"http://a.org/", "b=2; Max-Age=61"}},
+         "http://a.org/",
+         "b=2"},
+        // For the host alone and for all below it: two cookies.
+        {{{"http://a.org/", "a=1"}, {"http://a.org/", "a=2; Domain=a.org"}},
+         "http://a.org/",
+         "a=1; a=2"},
+        // Only https replaces what is secure, or stands before it.
+        {{{"https://a.org/", "a=1; Secure"}, {"http://a.org/", "a=2"}}, "https://a.org/", "a=1"},
+        {{{"https://a.org/", "a=1; Secure"}, {"http://a.org/", "a=2; Path=/x"}},
+         "https://a.org/x",
+         "a=1"},
+        {{{"https://w.a.org/", "a=1; Secure"}, {"http://a.org/", "a=2; Domain=a.org"}},
+         "https://w.a.org/",
+         "a=1"},
+        {{{"https://a.org/", "a=1; Secure; Domain=a.org"}, {"http://w.a.org/", "a=2"}},
+         "https://w.a.org/",
+         "a=1"},
+        {{{"https://a.org/x/", "a=1; Secure"}, {"http://a.org/", "a=2; Path=/"}},
+         "https://a.org/x/",
+         "a=1; a=2"},
+        {{{"https://a.org/", "a=1; Secure"}, {"https://a.org/", "a=2"}}, "http://a.org/", "a=2"},
     };
     for (const auto &[sets, target, expected] : cases) {
-        HopCookies cookies;
+        CookieStore cookies;
         for (const auto &[from, line] : sets) {
             Url url;
             ASSERT_EQ(ParseUrl(from, url), CURLE_OK);
-            cookies.Store(*ParseSetCookie(line, NOW), url);
+            cookies.Store(*ParseSetCookie(line, NOW), url, NOW);
         }
         Url url;
         ASSERT_EQ(ParseUrl(target, url), CURLE_OK);
-        std::string sent;
-        for (const auto &[name, value] : cookies.For(url)) {
-            sent += (sent.empty() ? "" : "; ") + name + "=" + value;
-        }
-        EXPECT_EQ(sent, expected) << sets.front().url << " " << sets.front().line << " " << target;
+        EXPECT_EQ(Pairs(cookies.For(url, NOW + 60)), expected)
+            << sets.front().url << " " << sets.front().line << " " << target;
     }
 }
 
-TEST(HopCookiesTest, HasTheBoundsOfBrowsers)
+class CookieBoundsTest : public testing::Test
 {
-    constexpr int SET = 1000;
-    HopCookies cookies;
-    Url url;
-    ASSERT_EQ(ParseUrl("http://www.a.org/", url), CURLE_OK);
-    for (int i = 0; i < SET; ++i) {
-        const std::string name = "n" + std::to_string(i);
-        cookies.Store(*ParseSetCookie(name + "=v", NOW), url);
-        cookies.Store(*ParseSetCookie(name + "=v; Domain=a.org", NOW), url);
+protected:
+    bool Set(const std::string &line, const std::string &host = "a.org")
+    {
+        return cookies_.Store(*ParseSetCookie(line, NOW), Parsed(host), NOW);
     }
-    const auto kept = cookies.For(url);
-    ASSERT_EQ(kept.size(), 2 * 180U);
-    EXPECT_EQ(kept.front().first, "n" + std::to_string(SET - 180)); // the oldest went
-    EXPECT_EQ(kept.back().first, "n" + std::to_string(SET - 1));
+    KeptCookies For(const std::string &host = "a.org") { return cookies_.For(Parsed(host), NOW); }
+    static Url Parsed(const std::string &host)
+    {
+        Url url;
+        EXPECT_EQ(ParseUrl("https://" + host + "/", url), CURLE_OK);
+        return url;
+    }
 
-    cookies.Store(*ParseSetCookie("long=" + std::string(4092, 'v'), NOW), url);
-    cookies.Store(*ParseSetCookie("longer=" + std::string(4091, 'v'), NOW), url);
-    EXPECT_EQ(cookies.For(url).back().first, "long");
+    CookieStore cookies_;
+};
+
+TEST_F(CookieBoundsTest, OfADomainWhatIsNotSecureOrNotUsedGoesFirst)
+{
+    for (size_t i = 0; i < CookieStore::MOST_OF_DOMAIN; ++i) {
+        Set("n" + std::to_string(i) + "=; Secure" + (i == 1 ? "; Path=/x" : ""), "w.a.org");
+        Set("n" + std::to_string(i) + "=; Domain=a.org", "w.a.org");
+    }
+    ASSERT_EQ(For("w.a.org").size(), 2 * CookieStore::MOST_OF_DOMAIN - 1); // which are used now
+    Set("more=; Secure", "w.a.org");
+    EXPECT_EQ(For("w.a.org").size(), 2 * CookieStore::MOST_OF_DOMAIN) << "all but that of /x";
+    Set("weak=", "w.a.org");
+    EXPECT_EQ(Pairs(For("w.a.org")).find("weak="), std::string::npos) << "all others are secure";
+    Set("plain=; Domain=a.org");
+    Set("plainer=; Domain=a.org");
+    const std::string kept = Pairs(For());
+    EXPECT_EQ(kept.find("n1="), std::string::npos) << "the second of those used longest ago";
+    EXPECT_NE(kept.find("n2="), std::string::npos);
+    EXPECT_NE(kept.find("plain="), std::string::npos);
+}
+
+TEST_F(CookieBoundsTest, OfAllWhatIsOverOrNotUsedGoesFirst)
+{
+    const auto host = [](size_t i) { return "h" + std::to_string(i) + ".org"; };
+    for (size_t i = 0; i < CookieStore::MOST; ++i) {
+        Set(i == 7 ? "n=; Max-Age=1" : "n=", host(i));
+    }
+    For(host(0));
+    const auto setOne = [this](const char *at) {
+        cookies_.Store(*ParseSetCookie("n=", NOW), Parsed(at), NOW + 1);
+    };
+    setOne("one.org"); // for the one that is over
+    EXPECT_EQ(cookies_.All(NOW + 1).size(), CookieStore::MOST);
+    EXPECT_EQ(For(host(1)).size(), 1U);
+    setOne("two.org");
+    EXPECT_EQ(For(host(2)).size(), 0U);
+    EXPECT_EQ(For(host(0)).size(), 1U);
+    EXPECT_EQ(cookies_.All(NOW + 1).size(), CookieStore::MOST);
+}
+
+TEST_F(CookieBoundsTest, RefusesWhatIsLong)
+{
+    EXPECT_TRUE(Set("long=" + std::string(4092, 'v')));
+    EXPECT_FALSE(Set("longer=" + std::string(4091, 'v')));
+    EXPECT_TRUE(Set("path=; Path=/" + std::string(1024, 'p'))); // as if it were not there
+    EXPECT_EQ(For().back().path, "/");
+    EXPECT_FALSE(Set("a\tb=c"));
+}
+
+TEST_F(CookieBoundsTest, ClearsAllOrThoseOfTheSession)
+{
+    Set("b=1; Max-Age=5; SameSite=lax; HttpOnly");
+    Set("a=2; SameSite=else");
+    EXPECT_EQ(Pairs(cookies_.All(NOW)), "b=1; a=2");
+    cookies_.DropSessionCookies();
+    const KeptCookie kept = {.name = "b",
+                             .value = "1",
+                             .domain = "a.org",
+                             .path = "/",
+                             .sameSite = "Lax",
+                             .expiryTime = NOW + 5,
+                             .httpOnly = true};
+    EXPECT_EQ(cookies_.All(NOW), KeptCookies{kept});
+    cookies_.Clear();
+    EXPECT_TRUE(cookies_.All(NOW).empty());
 }
 
 } // namespace

@@ -24,6 +24,7 @@ struct Sent {
     bool sameOrigin = true;
     RequestCookies cookies = {};
     const char *hopCookie = nullptr;
+    std::shared_ptr<CookieJar> jar = {};
 };
 
 std::shared_ptr<const Url> ParsedUrl(const char *text)
@@ -44,7 +45,7 @@ Lines Build(const Sent &sent)
     hop.body = sent.body;
     hop.sameOrigin = sent.sameOrigin;
     hop.url = ParsedUrl("http://a.org/");
-    HopCookies cookies;
+    FetchCookies cookies(sent.jar);
     if (sent.hopCookie != nullptr) {
         ResponseCookie cookie;
         cookie.name = sent.hopCookie;
@@ -67,6 +68,10 @@ Lines Build(const Sent &sent)
 TEST(HeaderListTest, SendsEachFieldByItsRules)
 {
     const std::string agent = "User-Agent: libtnx/1.0";
+    const auto jar = std::make_shared<CookieJar>();
+    for (const char *line : {"field=jar", "record=jar", "fiel=jar", "h=jar"}) {
+        EXPECT_TRUE(jar->Store(line, "http://a.org/"));
+    }
     const struct {
         const char *what;
         Sent sent;
@@ -126,6 +131,18 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
           .cookies = {{"b", "2"}, {"a", "1"}, {"h", "old"}},
           .hopCookie = "h"},
          {"Cookie: own=1; more=2; a=1; b=2; h=hop", agent, "Expect:"}},
+        {"own cookies before those of a jar, but not before what a hop set",
+         {.headers = {{"Cookie", {"x=1 ; field=own"}}},
+          .cookies = {{"record", "own"}, {"h", "old"}},
+          .hopCookie = "h",
+          .jar = jar},
+         {"Cookie: x=1 ; field=own; record=own; fiel=jar; h=hop", agent, "Expect:"}},
+        {"which another origin does not get",
+         {.headers = {{"Cookie", {"field=own"}}},
+          .sameOrigin = false,
+          .cookies = {{"record", "own"}},
+          .jar = jar},
+         {"Cookie: field=jar; record=jar; fiel=jar; h=hop", agent, "Expect:"}},
     };
     for (const auto &[what, sent, lines] : cases) {
         EXPECT_EQ(Build(sent), lines) << what;
@@ -138,7 +155,7 @@ TEST(HeaderListTest, CookiesOfHopsMakeNoFieldLongerThanServersTake)
     request.SetRequestCookies({{"own", std::string(2000, 'o')}});
     Hop hop;
     hop.url = ParsedUrl("http://a.org/");
-    HopCookies cookies;
+    FetchCookies cookies;
     ResponseCookie cookie;
     for (const char *name : {"a", "b", "c", "d"}) {
         cookie.name = name;

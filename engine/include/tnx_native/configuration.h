@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "cookie_jar.h"
 #include "dns_rule.h"
 #include "header_fields.h"
 #include "headers.h"
@@ -72,6 +73,7 @@ struct Configuration {
     std::string dnsResolverUrl;
     bool dnsResolverOnly = false;
     SecurityConfiguration security;
+    std::shared_ptr<CookieJar> cookieJar; // what hops set goes there; empty: no further than here
 };
 
 struct SessionConfiguration {

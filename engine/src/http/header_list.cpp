@@ -19,7 +19,7 @@ namespace
 constexpr const char *USER_AGENT = "User-Agent: libtnx/1.0";
 constexpr const char *ACCEPT_ENCODING = "Accept-Encoding: gzip, br, zstd";
 
-// What servers take of one field: cookies of hops that would make the field longer stay behind.
+// What servers take of one field: cookies of the jar that would make it longer stay behind.
 constexpr size_t MOST_COOKIES = 8 * 1024;
 
 // Names of requests that may stand only once (RFC 9110).
@@ -70,6 +70,20 @@ bool IsForOrigin(std::string_view name)
     return false;
 }
 
+// Whether a Cookie field has one of that name.
+bool HasCookie(std::string_view field, std::string_view name)
+{
+    while (!field.empty()) {
+        const size_t end = std::min(field.find(';'), field.size());
+        const std::string_view pair = Trim(field.substr(0, end));
+        if (pair.starts_with(name) && pair.substr(name.size()).starts_with('=')) {
+            return true;
+        }
+        field.remove_prefix(std::min(end + 1, field.size()));
+    }
+    return false;
+}
+
 // A range without bounds asks for nothing.
 std::string JoinRanges(const TransferRange &ranges)
 {
@@ -103,7 +117,8 @@ struct Field {
 class ListBuilder
 {
 public:
-    ListBuilder(const Request &request, const Hop &hop, const HopCookies &cookies, HeaderList &list)
+    ListBuilder(const Request &request, const Hop &hop, const FetchCookies &cookies,
+                HeaderList &list)
         : request_(request)
         , hop_(hop)
         , cookies_(cookies)
@@ -198,7 +213,8 @@ private:
         return hop_.method != request_.GetMethod() && lower.starts_with("content-");
     }
 
-    // One field with all cookies (RFC 6265 section 5.4).
+    // One field with all cookies (RFC 6265 section 5.4): the request's own, and those of the jar
+    // whose names it does not have. A hop before may have replaced its own.
     void AddCookies()
     {
         std::string line = ownCookies_;
@@ -206,22 +222,25 @@ private:
             line += line.empty() ? "" : "; ";
             line += name + "=" + value;
         };
-        const auto ofHops = cookies_.For(*hop_.url);
-        if (hop_.sameOrigin) {
-            const RequestCookies &cookies = request_.GetRequestCookies();
-            for (const auto &[name, value] : std::map(cookies.begin(), cookies.end())) {
-                const bool replaced =
-                    std::any_of(ofHops.begin(), ofHops.end(), [&name = name](const auto &cookie) {
-                        return cookie.first == name;
-                    });
-                if (!replaced) {
-                    add(name, value);
-                }
+        const KeptCookies kept = cookies_.For(*hop_.url);
+        const auto isReplaced = [&](const std::string &name) {
+            return cookies_.SetOnTheWay(name) &&
+                   std::any_of(kept.begin(), kept.end(),
+                               [&name](const auto &cookie) { return cookie.name == name; });
+        };
+        static const RequestCookies NONE;
+        const RequestCookies &own = hop_.sameOrigin ? request_.GetRequestCookies() : NONE;
+        for (const auto &[name, value] : std::map(own.begin(), own.end())) {
+            if (!isReplaced(name)) {
+                add(name, value);
             }
         }
-        for (const auto &[name, value] : ofHops) {
-            if (line.size() + name.size() + value.size() + 3 <= MOST_COOKIES) {
-                add(name, value);
+        for (const KeptCookie &cookie : kept) {
+            const std::string &name = cookie.name;
+            const bool isOwn = own.contains(name) || HasCookie(ownCookies_, name);
+            const size_t length = line.size() + name.size() + cookie.value.size() + 3;
+            if ((!isOwn || cookies_.SetOnTheWay(name)) && length <= MOST_COOKIES) {
+                add(name, cookie.value);
             }
         }
         if (!line.empty()) {
@@ -232,7 +251,7 @@ private:
 
     const Request &request_;
     const Hop &hop_;
-    const HopCookies &cookies_;
+    const FetchCookies &cookies_;
     std::vector<Field> fields_;
     std::string ownCookies_;
     bool userAgent_ = false;
@@ -243,7 +262,7 @@ private:
 
 } // namespace
 
-void BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies,
+void BuildHeaderList(const Request &request, const Hop &hop, const FetchCookies &cookies,
                      HeaderList &list)
 {
     ListBuilder(request, hop, cookies, list).Build();

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "curl/line_list.h"
+#include "fetch_cookies.h"
 #include "hop.h"
-#include "hop_cookies.h"
 #include "tnx_native/request.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -22,7 +22,7 @@ struct HeaderList {
     std::string ranges;                    // the bytes that are asked for, empty for all
 };
 
-void BuildHeaderList(const Request &request, const Hop &hop, const HopCookies &cookies,
+void BuildHeaderList(const Request &request, const Hop &hop, const FetchCookies &cookies,
                      HeaderList &list);
 
 } // namespace OHOS::Pelloria::Tnx

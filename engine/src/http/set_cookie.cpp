@@ -15,6 +15,7 @@ namespace
 {
 
 constexpr int64_t EXPIRED = 1;
+constexpr size_t MOST_OF_ATTRIBUTE = 1024; // bytes; a longer one is as good as not there
 
 // The text up to the next semicolon, which is taken from `rest` with it.
 std::string_view TakePart(std::string_view &rest)
@@ -111,7 +112,9 @@ std::optional<ResponseCookie> ParseSetCookie(std::string_view line, int64_t now)
         if (!attribute.empty()) {
             const std::string lower = Lower(attribute);
             cookie.attributes[lower] = attributeValue;
-            ApplyAttribute(cookie, lower, attributeValue, expires);
+            if (attributeValue.size() <= MOST_OF_ATTRIBUTE) {
+                ApplyAttribute(cookie, lower, attributeValue, expires);
+            }
         }
     }
     if (cookie.maxAge) {

@@ -26,6 +26,7 @@ Receiver::Receiver(Response &response, Delivery &delivery)
     : response_(response)
     , delivery_(delivery)
     , configuration_(response.GetRequest()->GetConfiguration())
+    , cookies_(configuration_.cookieJar)
     , body_(response.MutableBody())
 {
     const auto &consumer = configuration_.tracing.eventsHandler.onDataReceive;
@@ -125,7 +126,7 @@ void Receiver::KeepCookies()
             continue;
         }
         if (std::optional<ResponseCookie> cookie = ParseSetCookie(value, std::time(nullptr))) {
-            hopCookies_.Store(*cookie, *hop_->url);
+            cookies_.Store(*cookie, *hop_->url);
             response_.MutableCookies().push_back(std::move(*cookie));
         }
     }

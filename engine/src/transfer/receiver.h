@@ -12,10 +12,10 @@
 #include "body/kept_body.h"
 #include "body/sliced_decoder.h"
 #include "event/delivery.h"
+#include "http/fetch_cookies.h"
 #include "http/framing.h"
 #include "http/header_block.h"
 #include "http/hop.h"
-#include "http/hop_cookies.h"
 #include "tnx_native/response.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -52,7 +52,7 @@ public:
 
     // The server may see more of the response to come than there is: its connection is not kept.
     bool Ambiguous() const { return framing_.ambiguous; }
-    const HopCookies &Cookies() const { return hopCookies_; }
+    const FetchCookies &Cookies() const { return cookies_; }
 
     // libcurl waits until the application has taken what it has, or until that is decoded. Whether
     // it can go on.
@@ -94,7 +94,7 @@ private:
     Delivery &delivery_;
     const Configuration &configuration_;
     std::optional<BodyPipe> pipe_;
-    HopCookies hopCookies_;
+    FetchCookies cookies_;
     HeaderBlock block_;
     Framing framing_;
     const Hop *hop_ = nullptr;

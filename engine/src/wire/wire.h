@@ -38,7 +38,7 @@ struct Order {
     const Request &request;
     const Hop &hop;
     const Route &route;
-    const HopCookies &cookies; // of the hops before
+    const FetchCookies &cookies;
     Sender &sender;
     TimeLeft left;
     bool events;   // the sink sees what libcurl has to tell

@@ -1,0 +1,69 @@
+// A store of cookies behind a lock, and the time.
+#include "tnx_native/cookie_jar.h"
+
+#include <ctime>
+
+#include "base/text.h"
+#include "common/mutex.h"
+#include "cookie_store.h"
+#include "set_cookie.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+
+struct CookieJar::State {
+    Mutex mutex;
+    CookieStore cookies GUARDED_BY(mutex);
+};
+
+CookieJar::CookieJar()
+    : state_(std::make_unique<State>())
+{
+}
+
+CookieJar::~CookieJar() = default;
+
+bool CookieJar::Store(const ResponseCookie &cookie, const Url &url)
+{
+    const MutexLock lock(state_->mutex);
+    return state_->cookies.Store(cookie, url, std::time(nullptr));
+}
+
+KeptCookies CookieJar::For(const Url &url)
+{
+    const MutexLock lock(state_->mutex);
+    return state_->cookies.For(url, std::time(nullptr));
+}
+
+bool CookieJar::Store(std::string_view setCookie, const std::string &url)
+{
+    Url parsed;
+    const auto cookie = ParseSetCookie(setCookie, std::time(nullptr));
+    return cookie && ParseUrl(url, parsed) == CURLE_OK && Store(*cookie, parsed);
+}
+
+std::optional<KeptCookies> CookieJar::For(const std::string &url)
+{
+    Url parsed;
+    return ParseUrl(url, parsed) == CURLE_OK ? std::optional(For(parsed)) : std::nullopt;
+}
+
+KeptCookies CookieJar::All()
+{
+    const MutexLock lock(state_->mutex);
+    return state_->cookies.All(std::time(nullptr));
+}
+
+void CookieJar::Clear()
+{
+    const MutexLock lock(state_->mutex);
+    state_->cookies.Clear();
+}
+
+void CookieJar::DropSessionCookies()
+{
+    const MutexLock lock(state_->mutex);
+    state_->cookies.DropSessionCookies();
+}
+
+} // namespace OHOS::Pelloria::Tnx
