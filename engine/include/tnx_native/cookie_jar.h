@@ -2,6 +2,7 @@
 #ifndef TNX_NATIVE_COOKIE_JAR_H
 #define TNX_NATIVE_COOKIE_JAR_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,9 +24,9 @@ struct KeptCookie {
     std::string value;
     std::string domain; // without a dot in front
     std::string path;
-    std::string sameSite;   // Strict, Lax or None, else empty
-    int64_t expiryTime = 0; // seconds since 1970; 0: a session cookie
-    bool hostOnly = true;   // not for hosts below the domain
+    std::string sameSite = {}; // Strict, Lax or None, else empty
+    int64_t expiryTime = 0;    // seconds since 1970; 0: a session cookie
+    bool hostOnly = true;      // not for hosts below the domain
     bool secure = false;
     bool httpOnly = false;
 
@@ -55,6 +56,12 @@ public:
 
     // All of them, the oldest first.
     KeptCookies All();
+
+    // Adds the cookies of a file, in the format of libcurl's; or makes it, or replaces it whole,
+    // for its owner only. Return an errno, 0 where all went well. A damaged line is counted and
+    // left out.
+    int Load(const std::string &path, size_t &damaged);
+    int Save(const std::string &path);
 
     void Clear();
     void DropSessionCookies();

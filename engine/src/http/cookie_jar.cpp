@@ -2,18 +2,28 @@
 #include "tnx_native/cookie_jar.h"
 
 #include <ctime>
+#include <utility>
 
-#include "base/text.h"
+#include "base/files.h"
 #include "common/mutex.h"
+#include "cookie_file.h"
 #include "cookie_store.h"
 #include "set_cookie.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
+namespace
+{
+
+constexpr size_t MOST_OF_FILE = 32 * 1024 * 1024; // more than a full jar takes
+
+} // namespace
+
 struct CookieJar::State {
     Mutex mutex;
     CookieStore cookies GUARDED_BY(mutex);
+    Mutex saving; // that the file is left with what was saved last
 };
 
 CookieJar::CookieJar()
@@ -52,6 +62,27 @@ KeptCookies CookieJar::All()
 {
     const MutexLock lock(state_->mutex);
     return state_->cookies.All(std::time(nullptr));
+}
+
+int CookieJar::Load(const std::string &path, size_t &damaged)
+{
+    std::string text;
+    if (const int error = ReadWholeFile(path, MOST_OF_FILE, text); error != 0) {
+        return error;
+    }
+    CookieFile file = ParseCookieFile(text);
+    damaged = file.damaged;
+    const MutexLock lock(state_->mutex);
+    for (KeptCookie &cookie : file.cookies) {
+        damaged += state_->cookies.Add(std::move(cookie), std::time(nullptr)) ? 0 : 1;
+    }
+    return 0;
+}
+
+int CookieJar::Save(const std::string &path)
+{
+    const MutexLock lock(state_->saving);
+    return ReplaceFile(path, PrintCookieFile(All()));
 }
 
 void CookieJar::Clear()

@@ -43,7 +43,7 @@ bool KeepsPromise(const std::string &name, bool secure, bool ofWholeHost)
                                          : secure || !prefix.starts_with("__secure-");
 }
 
-// Where nothing else is said, browsers decide; others need not.
+// Anything else is as good as nothing.
 std::string SameSiteOf(std::string_view text)
 {
     constexpr auto KNOWN = std::to_array<std::string_view>({"Strict", "Lax", "None"});
@@ -102,7 +102,7 @@ bool CookieStore::Store(const ResponseCookie &cookie, const Url &url, int64_t no
                     .value = cookie.value,
                     .domain = hostOnly ? url.host : cookie.domain,
                     .path = cookie.path.empty() ? DefaultPath(url.path) : cookie.path,
-                    .sameSite = SameSiteOf(cookie.sameSite),
+                    .sameSite = cookie.sameSite,
                     .expiryTime = cookie.expiryTime,
                     .hostOnly = hostOnly,
                     .secure = secure,
@@ -129,6 +129,7 @@ bool CookieStore::Add(KeptCookie cookie, int64_t now)
     if (!IsAcceptable(cookie)) {
         return false;
     }
+    cookie.sameSite = SameSiteOf(cookie.sameSite);
     const auto domain = domains_.try_emplace(cookie.domain).first;
     OfDomain &cookies = domain->second;
     const auto same = std::find_if(cookies.begin(), cookies.end(), [&cookie](const Stored &other) {
