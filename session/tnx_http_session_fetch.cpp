@@ -22,6 +22,18 @@ constexpr const char *API_NAME = "OVX_Tnx_Fetch";
 constexpr uint32_t COMPLETED = 0;
 constexpr uint32_t REFUSED = 1;
 
+// What the engine is to fetch, with all that the session adds.
+std::shared_ptr<Tnx::Request> MakeEngineRequest(Tnx_HttpSession &session,
+                                                const Tnx_Request *request)
+{
+    auto engineRequest = TnxToCppRequest(session.configuration, request);
+    if (session.hasCookieJar) {
+        const MutexLock lock(session.requestMutex);
+        engineRequest->MutableConfiguration().cookieJar = session.cookieJar;
+    }
+    return engineRequest;
+}
+
 // Another flight of the same request is replaced; its callback is dropped.
 void Register(Tnx_HttpSession &session, FlightPtr flight)
 {
@@ -51,7 +63,7 @@ uint32_t StartFetch(Tnx_HttpSession &session, Tnx_Request *request,
     flight->id = request->id;
     flight->request = request;
     flight->callback = std::make_unique<Tnx_ResponseCallbackObject>(callback);
-    flight->engineRequest = TnxToCppRequest(session.configuration, request);
+    flight->engineRequest = MakeEngineRequest(session, request);
     Tnx::ResponseCallback completion = TnxConstructRspCallback(request, startTime, &session);
     Register(session, flight);
     // A cancel that comes between marks the engine's request, which is then not sent.
@@ -171,14 +183,14 @@ Tnx_Response *TnxSessionBasedFetchSyncHandle(void *handlerContext, Tnx_Request *
     if (errCode == nullptr) {
         return nullptr;
     }
-    const Tnx_HttpSession *session = TnxHttpSessionOf(TnxSessionOfHandler(handlerContext));
+    Tnx_HttpSession *session = TnxHttpSessionOf(TnxSessionOfHandler(handlerContext));
     if (session == nullptr || request == nullptr || session->engineSession == nullptr) {
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
     return Guarded(errCode, [&] {
         const std::shared_ptr<Tnx::Session> engineSession = session->engineSession;
-        const auto engineRequest = TnxToCppRequest(session->configuration, request);
+        const auto engineRequest = MakeEngineRequest(*session, request);
         const auto response = engineSession->FetchSync(engineRequest, errCode);
         Tnx_Response *record = TnxToCResponse(response, request, nullptr);
         *errCode = CodeOf(*errCode, response, record);

@@ -45,8 +45,9 @@ enum {
     TNX_ERR_HTTP2 = 1007900016,              /**< The rules of HTTP/2 were broken. */
     TNX_ERR_TRUNCATED_BODY = 1007900018,     /**< The body ended early. */
     TNX_ERR_HTTP_STATUS = 1007900022,        /**< The status is 400 or more. */
-    TNX_ERR_WRITE = 1007900023,              /**< The data callback took less than it was given. */
-    TNX_ERR_READ = 1007900026,               /**< A file of the body could not be read. */
+    TNX_ERR_WRITE = 1007900023,              /**< The data callback took less than it was given,
+                                                  or a file could not be written. */
+    TNX_ERR_READ = 1007900026,               /**< A file could not be read. */
     TNX_ERR_OUT_OF_MEMORY = 1007900027,      /**< Memory ran out. */
     TNX_ERR_TIMEOUT = 1007900028,            /**< A time-out of the configuration passed. */
     TNX_ERR_TLS_CONNECT = 1007900035,        /**< The TLS handshake failed. */

@@ -347,7 +347,7 @@ TEST_F(CookieBoundsTest, RefusesWhatIsLong)
     EXPECT_FALSE(Set("longer=" + std::string(4091, 'v')));
     EXPECT_TRUE(Set("path=; Path=/" + std::string(1024, 'p'))); // as if it were not there
     EXPECT_EQ(For().back().path, "/");
-    EXPECT_FALSE(Set("a\tb=c"));
+    EXPECT_FALSE(Set("a\tb=c")); // would end a field of the file
 }
 
 TEST_F(CookieBoundsTest, ClearsAllOrThoseOfTheSession)

@@ -3,6 +3,7 @@
 //
 // TNX_STORM_REQUESTS sets how many requests; the default suits every build.
 #include "tests/e2e/client.h"
+#include "tnx_c_ext/cookie_jar.h"
 
 #include <array>
 #include <atomic>
@@ -129,8 +130,9 @@ private:
     void FetchOne()
     {
         static constexpr std::array<const char *, 8> TARGETS = {
-            "/bytes?n=100", "/bytes?n=100000",  "/bytes?n=1", "/drip?n=5&ms=1",
-            "/stall?ms=20", "/reset?after=100", "/close",     "/truncate?n=10&of=1000"};
+            "/bytes?n=100",   "/bytes?n=100000",       "/bytes?n=1&line=Set-Cookie:%20a=b",
+            "/drip?n=5&ms=1", "/stall?ms=20",          "/reset?after=100",
+            "/close",         "/truncate?n=10&of=1000"};
         const bool useShared = Pick(2) == 0;
         auto shot = std::make_unique<Shot>(Scripted().Url(TARGETS[Pick(TARGETS.size())]));
         const Tnx_ResponseCallbackObject callback = {Shot::Answer, shot.get()};
@@ -171,6 +173,9 @@ void Storm(size_t requests)
 {
     uint32_t code = 0;
     Tnx_Session *shared = OVX_Tnx_CreateSession(nullptr, &code);
+    Tnx_CookieJar *jar = OVX_Tnx_CreateCookieJar(nullptr, &code);
+    EXPECT_EQ(OVX_Tnx_UseCookieJar(shared, jar), 0U);
+    OVX_Tnx_DestroyCookieJar(jar); // it stays with the session
     std::vector<std::thread> threads;
     for (unsigned i = 0; i < THREADS; ++i) {
         threads.emplace_back([=] { Thrower(shared, requests / THREADS, i + 1).Run(); });

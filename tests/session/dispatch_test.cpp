@@ -1,5 +1,6 @@
 // The exported functions: missing handles, session types, and an application's own type.
 #include "tests/session/session_fixture.h"
+#include "tnx_c_ext/cookie_jar.h"
 
 #include <array>
 #include <new>
@@ -23,6 +24,7 @@ TEST(DispatchTest, MissingHandles)
         EXPECT_EQ(OVX_Tnx_Fetch(session, nullptr, nullptr), uint32_t{TNX_ERR_SESSION_CLOSED});
         EXPECT_EQ(OVX_Tnx_CancelRequest(session, nullptr), uint32_t{TNX_ERR_SESSION_CLOSED});
         EXPECT_EQ(OVX_Tnx_CancelSession(session), uint32_t{TNX_ERR_SESSION_CLOSED});
+        EXPECT_EQ(OVX_Tnx_UseCookieJar(session, nullptr), uint32_t{TNX_ERR_SESSION_CLOSED});
         EXPECT_EQ(OVX_Tnx_CloseSession(&session), uint32_t{TNX_ERR_SESSION_CLOSED});
     }
     EXPECT_EQ(OVX_Tnx_CloseSession(nullptr), uint32_t{TNX_ERR_SESSION_CLOSED});
@@ -99,6 +101,7 @@ TEST(DispatchTest, OwnTypeIsServedByItsOwnTable)
         EXPECT_EQ(OVX_Tnx_Fetch(session, nullptr, nullptr), 7U);
         EXPECT_EQ(OVX_Tnx_CancelRequest(session, nullptr), 8U);
         EXPECT_EQ(OVX_Tnx_CancelSession(session), 9U);
+        EXPECT_EQ(OVX_Tnx_UseCookieJar(session, nullptr), uint32_t{TNX_ERR_PARAMETER});
         EXPECT_EQ(OVX_Tnx_CloseSession(&session), 10U);
         EXPECT_EQ(session, nullptr);
         OVX_Tnx_RegisterSessionOps(static_cast<int32_t>(type), nullptr);

@@ -3,6 +3,7 @@
 #include "common/c_ptr.h"
 #include "session/tnx_session_factory.h"
 #include "tests/objects/failing_memory.h"
+#include "tnx_c_ext/cookie_jar.h"
 #include "tnx_native/session.h"
 
 #include <gtest/gtest.h>
@@ -232,6 +233,31 @@ TEST_F(SessionMemoryTest, CancelsCompleteAllTheSame)
         }
         EXPECT_EQ(outcome_.calls, 2);
         return happened;
+    });
+}
+
+TEST_F(SessionMemoryTest, CookieJars)
+{
+    constexpr const char *URL = "http://a.host.with.a.long.name/and/a/path";
+    FailEach(20, [](Tnx_Session *session, int n, Kind kind) {
+        const Failure failure(n, kind);
+        uint32_t code = 1;
+        Tnx_CookieJar *jar = OVX_Tnx_CreateCookieJar("/a/file/that/is/not/there", &code);
+        EXPECT_EQ(code, jar == nullptr ? uint32_t{TNX_ERR_OUT_OF_MEMORY} : 0U);
+        const uint32_t refused = jar == nullptr ? TNX_ERR_PARAMETER : TNX_ERR_OUT_OF_MEMORY;
+        const uint32_t set = OVX_Tnx_SetJarCookie(jar, URL, "a-name=and a value that is long");
+        EXPECT_TRUE(set == 0 || set == refused) << set;
+        const uint32_t used = OVX_Tnx_UseCookieJar(session, jar); // takes none
+        EXPECT_EQ(used, 0U);
+        size_t count = 9;
+        Tnx_JarCookie *cookies = OVX_Tnx_ListJarCookies(jar, URL, &count);
+        EXPECT_TRUE(cookies == nullptr || count == (set == 0 ? 1 : 0)) << count;
+        EXPECT_TRUE(cookies != nullptr || failure.Happened());
+        const uint32_t saved = OVX_Tnx_SaveCookieJar(jar, nullptr);
+        EXPECT_TRUE(saved == refused || saved == TNX_ERR_WRITE) << saved;
+        OVX_Tnx_DestroyJarCookies(cookies);
+        OVX_Tnx_DestroyCookieJar(jar);
+        return failure.Happened();
     });
 }
 

@@ -107,16 +107,17 @@ bool CookieStore::Store(const ResponseCookie &cookie, const Url &url, int64_t no
                     .hostOnly = hostOnly,
                     .secure = secure,
                     .httpOnly = cookie.httpOnly.value_or(false)};
-    return (url.Secure() || !ShadowsSecure(kept)) && Add(std::move(kept), now);
+    return (url.Secure() || !ShadowsSecure(kept, now)) && Add(std::move(kept), now);
 }
 
 // Who listens on the network must not put a cookie of their own in the place of a secure one.
-bool CookieStore::ShadowsSecure(const KeptCookie &cookie) const
+bool CookieStore::ShadowsSecure(const KeptCookie &cookie, int64_t now) const
 {
-    const auto isShadowed = [&cookie](const Stored &stored) {
+    const auto isShadowed = [&cookie, now](const Stored &stored) {
         const auto &[name, value, domain, path, sameSite, expiry, hostOnly, secure, httpOnly] =
             stored.cookie;
-        return secure && name == cookie.name && PathMatches(cookie.path, path) &&
+        return secure && !stored.Over(now) && name == cookie.name &&
+               PathMatches(cookie.path, path) &&
                (DomainMatches(domain, cookie.domain) || DomainMatches(cookie.domain, domain));
     };
     return std::any_of(domains_.begin(), domains_.end(), [&isShadowed](const auto &entry) {

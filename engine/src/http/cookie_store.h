@@ -52,7 +52,7 @@ private:
     };
     using OfDomain = std::vector<Stored>;
 
-    bool ShadowsSecure(const KeptCookie &cookie) const;
+    bool ShadowsSecure(const KeptCookie &cookie, int64_t now) const;
     void KeepBounds(OfDomain &cookies, int64_t now);
     void KeepBounds(int64_t now);
     template <class Goes> void EraseIf(const Goes &goes);
