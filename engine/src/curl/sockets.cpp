@@ -2,6 +2,7 @@
 #include "sockets.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include <arpa/inet.h>
@@ -122,6 +123,7 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
     auto &sockets = *static_cast<Sockets *>(self);
     const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     if (fd < 0) {
+        sockets.openError_ = errno;
         return CURL_SOCKET_BAD;
     }
     const bool kept = Try([&] {

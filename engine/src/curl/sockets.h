@@ -41,6 +41,9 @@ public:
     // libcurl tells of neither.
     bool Reach(const std::string &address, uint16_t port) const;
 
+    // Why the last one that failed to open did, as errno tells; 0: none has.
+    int OpenError() const { return openError_; }
+
 private:
     struct Socket {
         curl_socket_t fd;
@@ -56,6 +59,7 @@ private:
     FloodWatch::Watched &watched_;
     Loop *const loop_;
     std::vector<Socket> sockets_;
+    int openError_ = 0;
 };
 
 } // namespace OHOS::Pelloria::Tnx

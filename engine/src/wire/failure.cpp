@@ -1,4 +1,6 @@
 // What a failure of libcurl means: its codes are few, and some mean what nobody would guess.
+#include <system_error>
+
 #include "curl/quirks.h"
 #include "curl/wiping_allocator.h"
 #include "wire.h"
@@ -24,6 +26,15 @@ std::string TunnelFailure(CURL *easy, CURLcode code)
     const bool broke = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR ||
                        code == CURLE_GOT_NOTHING || code == CURLE_WEIRD_SERVER_REPLY;
     return broke ? "The proxy did not answer well when asked for a tunnel" : "";
+}
+
+// Why no connection came about, which libcurl leaves to be asked for.
+std::string SystemReason(CURL *easy, const Sockets &sockets)
+{
+    long error = 0;
+    curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &error);
+    const int reason = error != 0 ? static_cast<int>(error) : sockets.OpenError();
+    return reason == 0 ? "" : " (" + std::system_category().message(reason) + ")";
 }
 
 } // namespace
@@ -83,8 +94,10 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
             return {CURLE_PROXY, std::move(failure)};
         }
     }
-    if (code == CURLE_COULDNT_CONNECT && !route_->proxy.Direct()) {
-        return {code, "The proxy cannot be reached: " + Text(code)};
+    if (code == CURLE_COULDNT_CONNECT) {
+        std::string why = Text(code) + SystemReason(easy_.get(), multi_.GetSockets());
+        return {code,
+                route_->proxy.Direct() ? std::move(why) : "The proxy cannot be reached: " + why};
     }
     return {code, Text(code)};
 }
