@@ -46,7 +46,7 @@ TEST(CookieFileTest, LosesTheDamagedLinesOnly)
         {"a.org\tFALSE\t/\tFALSE\t0\t\tv", 0, 1},
         {"a.org\tFALSE\t/\tFALSE\t0\tn=\tv", 0, 1},
         {"a.org\tFALSE\t/\tFALSE\t0\tn\tv; Path=/", 0, 1},
-        {"a.org\tFALSE\t/\tFALSE\t0\tn\tv\tw", 0, 1},
+        {"a.org\tFALSE\t/\tFALSE\t0\tn\tv\tw", 1, 0}, // others leave it out
         {"a.org\tFALSE\t/\tFALSE\t0\tn\tv\x1b", 0, 1},
         {"org\tTRUE\t/\tFALSE\t0\tn\tv", 0, 1}, // strangers would get it
         {"a.org\tTRUE\t/\tTRUE\t0\t__Host-n\tv", 0, 1},

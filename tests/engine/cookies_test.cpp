@@ -347,7 +347,8 @@ TEST_F(CookieBoundsTest, RefusesWhatIsLong)
     EXPECT_FALSE(Set("longer=" + std::string(4091, 'v')));
     EXPECT_TRUE(Set("path=; Path=/" + std::string(1024, 'p'))); // as if it were not there
     EXPECT_EQ(For().back().path, "/");
-    EXPECT_FALSE(Set("a\tb=c")); // would end a field of the file
+    EXPECT_FALSE(Set("a\tb=c")); // would end a part of the line in a file
+    EXPECT_TRUE(Set("a=b\tc"));
 }
 
 TEST_F(CookieBoundsTest, ClearsAllOrThoseOfTheSession)

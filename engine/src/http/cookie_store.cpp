@@ -53,14 +53,17 @@ std::string SameSiteOf(std::string_view text)
     return std::string(known == KNOWN.end() ? std::string_view() : *known);
 }
 
-// What holds for every cookie, wherever it comes from. A tab would end a field of a cookie file.
+// What holds for every cookie, wherever it comes from. In a file of cookies a tab would end any
+// part but the value, which is the last one.
 bool IsAcceptable(const KeptCookie &cookie)
 {
     const bool fits = cookie.name.size() + cookie.value.size() <= CookieStore::MOST_BYTES &&
                       cookie.path.size() <= MOST_OF_PATH;
-    return fits && !HasControl(cookie.name) && !HasControl(cookie.value) &&
-           !HasControl(cookie.path) && !HasControl(cookie.domain) &&
-           (cookie.hostOnly || !IsPublicSuffix(cookie.domain)) &&
+    const bool isText = !HasControl(cookie.name) && !HasControl(cookie.path) &&
+                        !HasControl(cookie.domain) &&
+                        std::all_of(cookie.value.begin(), cookie.value.end(),
+                                    [](char c) { return c == '\t' || !IsControl(c); });
+    return fits && isText && (cookie.hostOnly || !IsPublicSuffix(cookie.domain)) &&
            KeepsPromise(cookie.name, cookie.secure, cookie.hostOnly && cookie.path == "/");
 }
 
