@@ -1,5 +1,5 @@
-/* deadline URL MILLISECONDS: fetches a URL, and cancels when the deadline comes first. */
-#include <pthread.h>
+/* deadline MILLISECONDS URL...: fetches the URLs together, and cancels what is not there in time.
+ */
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
@@ -7,53 +7,38 @@
 #include <tnx_c.h>
 #include <tnx_c_ext.h>
 
-typedef struct Outcome {
-    pthread_mutex_t mutex;
-    pthread_cond_t changed;
-    bool done;
-    uint32_t code;
-    int32_t status;
-} Outcome;
+enum { MOST = 100 };
 
-static void OnResponse(void *usrCtx, Tnx_Response *response, uint32_t errorCode)
+/* Milliseconds that only go up. */
+static int64_t Now(void)
 {
-    Outcome *outcome = usrCtx;
-    pthread_mutex_lock(&outcome->mutex);
-    outcome->done = true;
-    outcome->code = errorCode;
-    outcome->status = response != NULL ? response->statusCode : 0;
-    pthread_cond_signal(&outcome->changed);
-    pthread_mutex_unlock(&outcome->mutex);
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (int64_t)now.tv_sec * 1000 + now.tv_nsec / 1000000;
+}
+
+/* Whether the response came before the deadline. */
+static bool Take(Tnx_Transfer *transfer, const char *url, int64_t deadline)
+{
+    const int64_t left = deadline - Now();
+    uint32_t code = TNX_OK;
+    Tnx_Response *response = OVX_Tnx_Wait(transfer, left > 0 ? (uint32_t)left : 0, &code);
+    if (code == TNX_OK) {
+        printf("%d  %8u bytes  %s\n", response->statusCode, response->bodyLength, url);
+    } else {
+        printf("%s  %s\n", code == TNX_WAIT_TIMEOUT ? "too late" : OVX_Tnx_GetErrorText(code), url);
+    }
     if (response != NULL) {
         response->destroyResponse(response);
     }
-}
-
-/* Whether the response came in time. */
-static bool Wait(Outcome *outcome, long milliseconds)
-{
-    struct timespec end;
-    clock_gettime(CLOCK_REALTIME, &end);
-    end.tv_sec += milliseconds / 1000;
-    end.tv_nsec += milliseconds % 1000 * 1000000;
-    if (end.tv_nsec >= 1000000000) {
-        end.tv_nsec -= 1000000000;
-        ++end.tv_sec;
-    }
-    int status = 0;
-    pthread_mutex_lock(&outcome->mutex);
-    while (!outcome->done && status == 0) {
-        status = pthread_cond_timedwait(&outcome->changed, &outcome->mutex, &end);
-    }
-    const bool done = outcome->done;
-    pthread_mutex_unlock(&outcome->mutex);
-    return done;
+    return code == TNX_OK;
 }
 
 int main(int argc, char **argv)
 {
-    if (argc != 3) {
-        fprintf(stderr, "usage: deadline URL MILLISECONDS\n");
+    const int count = argc - 2;
+    if (count < 1 || count > MOST) {
+        fprintf(stderr, "usage: deadline MILLISECONDS URL...\n");
         return 2;
     }
     uint32_t code = TNX_OK;
@@ -62,22 +47,22 @@ int main(int argc, char **argv)
         fprintf(stderr, "no session: %s\n", OVX_Tnx_GetErrorText(code));
         return 1;
     }
-    Outcome outcome = {.mutex = PTHREAD_MUTEX_INITIALIZER, .changed = PTHREAD_COND_INITIALIZER};
-    const Tnx_ResponseCallbackObject callback = {OnResponse, &outcome};
-    Tnx_Request *request = OVX_Tnx_CreateRequest(argv[1]);
-    code = OVX_Tnx_Fetch(session, request, &callback);
-    if (code == TNX_OK) {
-        while (!Wait(&outcome, atol(argv[2]))) {
-            OVX_Tnx_CancelRequest(session, request); /* The callback runs now or has begun to. */
-        }
-        code = outcome.code;
+    char **urls = argv + 2;
+    Tnx_Request *requests[MOST];
+    Tnx_Transfer *transfers[MOST];
+    for (int i = 0; i < count; ++i) {
+        requests[i] = OVX_Tnx_CreateRequest(urls[i]);
+        transfers[i] = OVX_Tnx_Start(session, requests[i], &code);
     }
-    if (code == TNX_OK) {
-        printf("in time: %d\n", outcome.status);
-    } else {
-        printf("%s\n", OVX_Tnx_GetErrorText(code));
+    const int64_t deadline = Now() + atol(argv[1]);
+    int missing = 0;
+    for (int i = 0; i < count; ++i) {
+        missing += Take(transfers[i], urls[i], deadline) ? 0 : 1;
     }
-    OVX_Tnx_CloseSession(&session); /* After it nothing touches request and outcome any more. */
-    OVX_Tnx_DestroyRequest(request);
-    return code == TNX_OK ? 0 : 1;
+    for (int i = 0; i < count; ++i) {
+        OVX_Tnx_DestroyTransfer(transfers[i]); /* Cancels what goes on: then its request is free. */
+        OVX_Tnx_DestroyRequest(requests[i]);
+    }
+    OVX_Tnx_CloseSession(&session);
+    return missing == 0 ? 0 : 1;
 }

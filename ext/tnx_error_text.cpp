@@ -1,5 +1,6 @@
 // The words for error codes. The header, docs/ERRORS.md and the manual page have the same.
 #include "tnx_c_ext/errors.h"
+#include "tnx_c_ext/transfer.h"
 
 #include <algorithm>
 #include <iterator>
@@ -52,6 +53,7 @@ constexpr struct {
     {TNX_ERR_PROXY, "The proxy refused or failed"},
     {TNX_ERR_REQUEST_CANCELED, "The request was canceled"},
     {TNX_ERR_SESSION_CLOSED, "The session is closed, or there is none"},
+    {TNX_WAIT_TIMEOUT, "The wait is over, the transfer goes on"},
 };
 
 } // namespace

@@ -2,9 +2,11 @@
 #include "tnx_c/session.h"
 
 #include "common/guard.h"
+#include "ext/tnx_closing.h"
 
 #include <array>
 
+using OHOS::Pelloria::TnxC::Closing;
 using OHOS::Pelloria::TnxC::Guarded;
 
 namespace
@@ -44,7 +46,9 @@ Tnx_Session *OVX_Tnx_CreateSession(const Tnx_SessionConfiguration *config,
         *errCode = TNX_ERR_PARAMETER;
         return nullptr;
     }
-    return Guarded(errCode, [&] { return ops->create(ops, config, errCode); });
+    Tnx_Session *session = Guarded(errCode, [&] { return ops->create(ops, config, errCode); });
+    Closing::Forget(session);
+    return session;
 }
 
 const char *OVX_Tnx_GetSessionId(Tnx_Session *session) noexcept
@@ -101,5 +105,10 @@ uint32_t OVX_Tnx_CloseSession(Tnx_Session **session) noexcept
     if (session == nullptr || !IsOpen(*session)) {
         return TNX_ERR_SESSION_CLOSED;
     }
-    return Guarded([&] { return (*session)->ops->closeSession(session); });
+    Closing closing(*session);
+    const uint32_t code = Guarded([&] { return (*session)->ops->closeSession(session); });
+    if (code == TNX_OK) {
+        closing.Done();
+    }
+    return code;
 }

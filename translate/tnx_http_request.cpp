@@ -137,6 +137,7 @@ std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *se
     }
     auto out = std::make_shared<Tnx::Request>(TextIn(request->id),
                                               JoinUrl(sessionConfiguration, request->url));
+    out->Gate().SetOwner(request);
     if (request->method != nullptr) { // the engine's default is GET
         out->SetMethod(request->method);
     }

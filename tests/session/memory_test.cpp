@@ -4,6 +4,7 @@
 #include "session/tnx_session_factory.h"
 #include "tests/objects/failing_memory.h"
 #include "tnx_c_ext/cookie_jar.h"
+#include "tnx_c_ext/transfer.h"
 #include "tnx_native/session.h"
 
 #include <gtest/gtest.h>
@@ -172,6 +173,30 @@ TEST_F(SessionMemoryTest, Fetch)
         // Refused: nothing is left behind that a cancel could complete.
         OVX_Tnx_CancelSession(session);
         EXPECT_EQ(outcome_.calls, code == 0 ? 1 : 0);
+        return happened;
+    });
+}
+
+TEST_F(SessionMemoryTest, Start)
+{
+    uint32_t first = 0; // makes what is never destroyed
+    Tnx_Session *session = Open();
+    OVX_Tnx_DestroyTransfer(OVX_Tnx_Start(session, request_.get(), &first));
+    OVX_Tnx_CloseSession(&session);
+    g_engine.reset();
+    FailEach(8, [this](Tnx_Session *opened, int n, Kind kind) {
+        uint32_t code = 0;
+        Tnx_Transfer *transfer = nullptr;
+        bool happened = false;
+        {
+            const Failure failure(n, kind);
+            transfer = OVX_Tnx_Start(opened, request_.get(), &code);
+            happened = failure.Happened();
+            EXPECT_EQ(OVX_Tnx_WaitAny(&transfer, 1, 0), 1U);
+        }
+        EXPECT_EQ(code, happened ? uint32_t{TNX_ERR_OUT_OF_MEMORY} : 0U) << n;
+        EXPECT_EQ(transfer == nullptr, happened);
+        OVX_Tnx_DestroyTransfer(transfer);
         return happened;
     });
 }

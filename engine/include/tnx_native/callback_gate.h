@@ -46,6 +46,12 @@ public:
         Turn *outer_ = nullptr;
     };
 
+    // Whose callbacks these are, for OnStack. Before there are any.
+    void SetOwner(const void *owner) noexcept { owner_ = owner; }
+
+    // Whether a callback of that owner is on the call stack of this thread.
+    static bool OnStack(const void *owner) noexcept;
+
     // No callback starts from now on.
     void Close() noexcept { state_.fetch_or(CLOSED, std::memory_order_acq_rel); }
     bool Closed() const noexcept { return (state_.load(std::memory_order_acquire) & CLOSED) != 0; }
@@ -65,6 +71,7 @@ private:
 
     std::atomic<uint32_t> state_ = 0;
     std::shared_ptr<CancelAnswer> answer_;
+    const void *owner_ = nullptr;
 };
 
 } // namespace OHOS::Pelloria::Tnx

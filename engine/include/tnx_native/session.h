@@ -61,6 +61,10 @@ public:
     virtual void Close() = 0;
 };
 
+// Whether a callback or a synchronous fetch of any session is on the call stack of this thread: a
+// close elsewhere may be waiting for it.
+TNX_NATIVE_API bool InsideCallback() noexcept;
+
 class TNX_NATIVE_API SessionFactory
 {
 public:

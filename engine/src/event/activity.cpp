@@ -1,6 +1,8 @@
 // Running callbacks and fetches of a session, and the wait for them.
 #include "activity.h"
 
+#include "tnx_native/session.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 namespace
@@ -36,6 +38,11 @@ bool Activity::Scope::OnStack(const Activity &activity)
         }
     }
     return false;
+}
+
+bool InsideCallback() noexcept
+{
+    return g_innermost != nullptr;
 }
 
 bool Activity::Enter()

@@ -40,6 +40,15 @@ bool CallbackGate::Enter() noexcept
     return true;
 }
 
+bool CallbackGate::OnStack(const void *owner) noexcept
+{
+    const Turn *turn = g_innermost;
+    while (turn != nullptr && turn->gate_.owner_ != owner) {
+        turn = turn->outer_;
+    }
+    return turn != nullptr;
+}
+
 void CallbackGate::Leave() noexcept
 {
     if (state_.fetch_sub(ONE, std::memory_order_acq_rel) - ONE == (CLOSED | ANSWER)) {
