@@ -4,6 +4,7 @@
 
 #include "common/guard.h"
 #include "tnx_c/request.h"
+#include "tnx_c_ext/trace.h"
 
 #include <type_traits>
 
@@ -12,6 +13,10 @@ namespace OHOS::Pelloria::TnxC
 
 // What few requests have. Made when the first of it is set, goes with the request.
 struct RequestExtras {
+    struct {
+        Tnx_OnTraceCallback callback;
+        void *usrCtx;
+    } trace = {};
 };
 
 struct ExtendedRequest {

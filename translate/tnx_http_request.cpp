@@ -106,6 +106,20 @@ void TranslateConfiguration(Tnx::Configuration &configuration,
     configuration.failOnHttpError = extended != nullptr && extended->failOnHttpError;
 }
 
+Tnx::TraceCallback MakeTrace(const Tnx_Request &request)
+{
+    const ExtendedRequest *extended = ExtensionOf(&request);
+    if (extended == nullptr || extended->extras == nullptr ||
+        extended->extras->trace.callback == nullptr) {
+        return {};
+    }
+    return [trace = extended->extras->trace](const Tnx::TraceEvent &event) {
+        const Tnx_TraceEvent record = {event.kind, event.time, event.data.data(),
+                                       event.data.size()};
+        trace.callback(trace.usrCtx, &record);
+    };
+}
+
 bool CarriesBody(std::string_view method)
 {
     return method != "GET" && method != "HEAD";
@@ -148,6 +162,7 @@ std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *se
                                                     : TnxToCppRequestContent(*request->content));
     }
     out->SetTransferRange(MakeRange(request->transferRange));
+    out->SetOnTrace(MakeTrace(*request));
     TranslateConfiguration(out->MutableConfiguration(), sessionConfiguration, *request);
     return out;
 }

@@ -1,6 +1,6 @@
 /* The layout of every public record on a 64-bit machine, as applications have it compiled in. The
    numbers are written by hand: a change that turns a row red breaks every built application. */
-#include "tnx_c.h"
+#include "tnx_c_ext.h"
 
 #include <stddef.h>
 #include <stdio.h>
@@ -204,6 +204,12 @@ static const struct Row rows[] = {
     AT(Tnx_Response, responseCallbackObject, 72),
     AT(Tnx_Response, destroyResponse, 80),
     AT(Tnx_Response, engineResponse, 88),
+
+    SIZE(Tnx_TraceEvent, 32),
+    AT(Tnx_TraceEvent, kind, 0),
+    AT(Tnx_TraceEvent, time, 8),
+    AT(Tnx_TraceEvent, data, 16),
+    AT(Tnx_TraceEvent, length, 24),
 
     SIZE(Tnx_RequestHandler, 16),
     AT(Tnx_RequestHandler, handle, 0),

@@ -2,7 +2,7 @@
 // stands on: the outcome is told all the same, and the session goes on. This program brings its own
 // malloc, which the sanitizers' would be at odds with.
 #include "nginx_server.h"
-#include "tnx_c.h"
+#include "tnx_c_ext.h"
 
 #include <gtest/gtest.h>
 
@@ -96,6 +96,8 @@ int Pull(char *buffer, unsigned int)
     return g_pulled.exchange(true) ? 0 : 1;
 }
 
+void OnTrace(void *, const Tnx_TraceEvent *) {}
+
 void Fetch(Tnx_Session *session, Tnx_Request *request, bool synchronous, Flight &flight)
 {
     g_pulled = false;
@@ -136,6 +138,9 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
         Tnx_Request *request = OVX_Tnx_CreateRequest(url.c_str());
         request->method = uploads ? "PUT" : "GET";
         request->content = uploads ? &content : nullptr;
+        if (uploads) { // and is watched
+            ASSERT_EQ(OVX_Tnx_SetRequestTrace(request, OnTrace, nullptr), TNX_OK);
+        }
         if (kept) {
             Flight first;
             Fetch(session, request, synchronous, first);

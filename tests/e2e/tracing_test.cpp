@@ -1,6 +1,8 @@
 // What is told about a transfer: debug information, times and events.
 #include "client.h"
 
+#include "tnx_c_ext.h"
+
 #include <algorithm>
 #include <mutex>
 #include <set>
@@ -98,6 +100,14 @@ TEST_F(TracingTest, CredentialsStandInNothingThatWasNotAskedFor)
     for (const char *path : {"/401-basic?user=other", "/401-digest?user=other"}) {
         const auto fill = [](Call &call) {
             Switch(call, {TNX_DEBUG_TEXT});
+            OVX_Tnx_SetRequestTrace(
+                call.Get(),
+                [](void *, const Tnx_TraceEvent *event) {
+                    const std::string_view text(event->data, event->length);
+                    EXPECT_TRUE(event->kind != TNX_DEBUG_TEXT ||
+                                text.find("s3cret") == std::string::npos);
+                },
+                nullptr);
             call.configuration.security.credentialName = "user";
             call.configuration.security.credentialPassword = "s3cret-w0rd";
             call.configuration.transfer.transferTimeout = 300;

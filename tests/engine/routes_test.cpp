@@ -44,7 +44,9 @@ TEST(NameLookupTest, ALateAnswerIsThatOfItsOwnName)
         return std::vector<std::string>{"127.0.0.1"};
     });
     Stage stage;
-    Recorder recorder(configuration.tracing);
+    const TraceCallback nobody;
+    Trace trace(nobody, stage);
+    Recorder recorder(configuration.tracing, trace);
     NameLookup lookup(Runtime::Get().Names(), recorder, stage);
     int wokenFirst = 0;
     int wokenSecond = 0;

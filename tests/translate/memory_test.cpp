@@ -2,6 +2,7 @@
 // a response keeps what it can, and nothing leaks.
 #include "common/c_ptr.h"
 #include "tests/objects/failing_memory.h"
+#include "tnx_c_ext/trace.h"
 #include "tnx_c_ext/url.h"
 #include "translate/tnx_configuration.h"
 #include "translate/tnx_http_request.h"
@@ -132,6 +133,15 @@ TEST(TranslateMemoryTest, ResponsesKeepWhatTheyCan)
             return happened;
         });
     }
+}
+
+TEST(TranslateMemoryTest, WhatARequestHasBesideItsRecordIsSetOrNot)
+{
+    const RequestPtr request(OVX_Tnx_CreateRequest("http://host"));
+    const Failure failure(1, Kind::TRANSIENT);
+    const auto set = [&] { return OVX_Tnx_SetRequestTrace(request.get(), nullptr, nullptr); };
+    EXPECT_EQ(set(), TNX_ERR_OUT_OF_MEMORY);
+    EXPECT_EQ(set(), TNX_OK);
 }
 
 TEST(TranslateMemoryTest, UrlsAreMadeOrNot)

@@ -113,6 +113,12 @@ bool PullBody::Untouched() const
     return !asked_;
 }
 
+bool PullBody::Ended() const
+{
+    MutexLock lock(mutex_);
+    return ended_ && (data_ == nullptr || offset_ >= data_->size());
+}
+
 void PullBody::Stop()
 {
     MutexLock lock(mutex_);

@@ -38,6 +38,9 @@ public:
     // The function has not been asked: nothing of the body is gone.
     bool Untouched() const;
 
+    // libcurl has had all of it.
+    bool Ended() const;
+
     // The function is not called again.
     void Stop();
 

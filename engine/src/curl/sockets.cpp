@@ -7,13 +7,13 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "base/try.h"
 #include "event/loop.h"
+#include "tls_peer.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -35,33 +35,6 @@ uint16_t LocalPort(int fd)
     return getsockname(fd, &address.any, &size) == 0 ? address.Port() : uint16_t{0};
 }
 
-// A socket of UDP has its peer before that has answered.
-bool HasPeer(int fd, const std::string &host, uint16_t port)
-{
-    Address peer{};
-    int type = 0;
-    in6_addr wanted{};
-    socklen_t size = sizeof peer;
-    socklen_t typeSize = sizeof type;
-    if (getpeername(fd, &peer.any, &size) != 0 || peer.Port() != port ||
-        getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 || type != SOCK_STREAM ||
-        inet_pton(peer.any.sa_family, host.c_str(), &wanted) != 1) {
-        return false;
-    }
-    return peer.any.sa_family == AF_INET6
-               ? std::memcmp(&wanted, &peer.v6.sin6_addr, sizeof(in6_addr)) == 0
-               : std::memcmp(&wanted, &peer.v4.sin_addr, sizeof(in_addr)) == 0;
-}
-
-// Null where the connection speaks no TLS.
-SSL *TlsOf(CURL *easy)
-{
-    curl_tlssessioninfo *info = nullptr;
-    curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &info);
-    const bool known = info != nullptr && info->backend == CURLSSLBACKEND_OPENSSL;
-    return known ? static_cast<SSL *>(info->internals) : nullptr;
-}
-
 // The streams of later versions belong to their requests, and other frames may come at any time.
 bool SpeaksHttp1(const SSL *tls)
 {
@@ -81,10 +54,10 @@ bool SpokeHttp1(CURL *easy)
 
 } // namespace
 
-void Sockets::SetOptions(Options &options)
+void Sockets::SetOptions(Options &options, SocketWatch *watch)
 {
-    options.Function(CURLOPT_OPENSOCKETFUNCTION, OnOpen);
-    options.Pointer(CURLOPT_OPENSOCKETDATA, this);
+    options.Function(CURLOPT_OPENSOCKETFUNCTION, watch == nullptr ? OnOpen : OnWatchedOpen);
+    options.Pointer(CURLOPT_OPENSOCKETDATA, watch == nullptr ? static_cast<void *>(this) : watch);
     options.Function(CURLOPT_CLOSESOCKETFUNCTION, OnClose);
     options.Pointer(CURLOPT_CLOSESOCKETDATA, this);
 }
@@ -112,6 +85,24 @@ bool Sockets::Readable(int localPort)
     });
 }
 
+// A socket of UDP has its peer before that has answered.
+bool Sockets::HasPeer(curl_socket_t fd, const std::string &host, uint16_t port)
+{
+    Address peer{};
+    int type = 0;
+    in6_addr wanted{};
+    socklen_t size = sizeof peer;
+    socklen_t typeSize = sizeof type;
+    if (getpeername(fd, &peer.any, &size) != 0 || peer.Port() != port ||
+        getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 || type != SOCK_STREAM ||
+        inet_pton(peer.any.sa_family, host.c_str(), &wanted) != 1) {
+        return false;
+    }
+    return peer.any.sa_family == AF_INET6
+               ? std::memcmp(&wanted, &peer.v6.sin6_addr, sizeof(in6_addr)) == 0
+               : std::memcmp(&wanted, &peer.v4.sin_addr, sizeof(in_addr)) == 0;
+}
+
 bool Sockets::Reach(const std::string &address, uint16_t port) const
 {
     return std::any_of(sockets_.begin(), sockets_.end(),
@@ -120,24 +111,37 @@ bool Sockets::Reach(const std::string &address, uint16_t port) const
 
 curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
 {
-    auto &sockets = *static_cast<Sockets *>(self);
-    const int fd = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    return static_cast<Sockets *>(self)->Open(*address, nullptr);
+}
+
+curl_socket_t Sockets::OnWatchedOpen(void *watch, curlsocktype, curl_sockaddr *address)
+{
+    auto *const watching = static_cast<SocketWatch *>(watch);
+    return watching->sockets_.Open(*address, watching);
+}
+
+curl_socket_t Sockets::Open(const curl_sockaddr &address, SocketWatch *watch)
+{
+    const int fd = socket(address.family, address.socktype | SOCK_CLOEXEC, address.protocol);
     if (fd < 0) {
         sockets.openError_ = errno;
         return CURL_SOCKET_BAD;
     }
     const bool kept = Try([&] {
-        sockets.sockets_.push_back({.fd = fd, .localPort = 0});
-        sockets.watched_.Opened(fd);
-        if (sockets.loop_ != nullptr) {
+        sockets_.push_back({.fd = fd, .localPort = 0, .watch = watch});
+        watched_.Opened(fd);
+        if (watch != nullptr) {
+            watch->OnOpen(fd, address);
+        }
+        if (loop_ != nullptr) {
             ON_LOOP.Have(); // which has the connections that it watches
-            sockets.loop_->Opened(fd);
+            loop_->Opened(fd);
         }
     });
     if (kept) {
         return fd;
     }
-    sockets.Forget(fd);
+    Forget(fd);
     close(fd);
     return CURL_SOCKET_BAD;
 }
@@ -145,7 +149,21 @@ curl_socket_t Sockets::OnOpen(void *self, curlsocktype, curl_sockaddr *address)
 void Sockets::Forget(curl_socket_t fd)
 {
     watched_.Closed(fd);
-    std::erase_if(sockets_, [fd](const Socket &socket) { return socket.fd == fd; });
+    std::erase_if(sockets_, [fd](const Socket &socket) {
+        if (socket.fd == fd && socket.watch != nullptr) {
+            socket.watch->OnClose(fd);
+        }
+        return socket.fd == fd;
+    });
+}
+
+void SocketWatch::Leave() noexcept
+{
+    for (Sockets::Socket &socket : sockets_.sockets_) {
+        if (socket.watch == this) {
+            socket.watch = nullptr;
+        }
+    }
 }
 
 int Sockets::OnClose(void *self, curl_socket_t fd)

@@ -16,6 +16,32 @@ namespace OHOS::Pelloria::Tnx
 {
 
 class Loop;
+class Sockets;
+
+// Follows the sockets that one exchange opens.
+class SocketWatch
+{
+public:
+    SocketWatch(const SocketWatch &) = delete;
+    SocketWatch &operator=(const SocketWatch &) = delete;
+
+protected:
+    explicit SocketWatch(Sockets &sockets)
+        : sockets_(sockets)
+    {
+    }
+    ~SocketWatch() = default;
+
+    // Has none any more. Before the watch ends.
+    void Leave() noexcept;
+
+private:
+    friend class Sockets;
+    virtual void OnOpen(curl_socket_t fd, const curl_sockaddr &address) = 0;
+    virtual void OnClose(curl_socket_t fd) noexcept = 0; // about to
+
+    Sockets &sockets_;
+};
 
 // Outlives the multi handle.
 class Sockets
@@ -30,8 +56,8 @@ public:
     Sockets(const Sockets &) = delete;
     Sockets &operator=(const Sockets &) = delete;
 
-    // Those of an easy handle that goes into the multi handle.
-    void SetOptions(Options &options);
+    // Those of an easy handle that goes into the multi handle, with a watch or null.
+    void SetOptions(Options &options, SocketWatch *watch = nullptr);
 
     // Something has arrived at a kept connection of HTTP/1 that nobody has asked for: its end, or a
     // response that would be taken for that of the next request. `easy` has the connection.
@@ -40,6 +66,7 @@ public:
     // A connection to that address stands, be its TLS still under way, or others waiting for it:
     // libcurl tells of neither.
     bool Reach(const std::string &address, uint16_t port) const;
+    static bool HasPeer(curl_socket_t fd, const std::string &address, uint16_t port);
 
     // Why the last one that failed to open did, as errno tells; 0: none has.
     int OpenError() const { return openError_; }
@@ -48,12 +75,16 @@ private:
     struct Socket {
         curl_socket_t fd;
         uint16_t localPort; // 0: not looked up
+        SocketWatch *watch; // or null
     };
 
+    friend class SocketWatch;
+    curl_socket_t Open(const curl_sockaddr &address, SocketWatch *watch);
     bool Readable(int localPort);
     void Forget(curl_socket_t fd);
 
     static curl_socket_t OnOpen(void *self, curlsocktype purpose, curl_sockaddr *address);
+    static curl_socket_t OnWatchedOpen(void *watch, curlsocktype purpose, curl_sockaddr *address);
     static int OnClose(void *self, curl_socket_t fd);
 
     FloodWatch::Watched &watched_;

@@ -169,11 +169,15 @@ ProxyChoice ChooseProxy(const WebProxy &configuration, const Url &url)
     return proxy.address.empty() || Excluded(environment.excluded, url) ? ProxyChoice() : proxy;
 }
 
-std::string Proxy::Text() const
+std::string Proxy::Address() const
 {
     const bool bracketed = name.find(':') != std::string::npos;
-    return scheme + "://" + (bracketed ? "[" + name + "]" : name) + ":" + std::to_string(port) +
-           ", which " + namedBy + " names";
+    return scheme + "://" + (bracketed ? "[" + name + "]" : name) + ":" + std::to_string(port);
+}
+
+std::string Proxy::Text() const
+{
+    return Address() + ", which " + namedBy + " names";
 }
 
 bool ParseProxy(const std::string &text, Proxy &proxy)

@@ -38,7 +38,9 @@ struct Proxy {
     uint16_t port = 0;
     std::string namedBy;
 
-    // "http://proxy:3128, which the environment variable http_proxy names", without a credential.
+    // "http://proxy:3128", without a credential; and with ", which the environment variable
+    // http_proxy names".
+    std::string Address() const;
     std::string Text() const;
 
     bool Direct() const { return url.empty(); }

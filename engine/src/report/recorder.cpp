@@ -45,20 +45,28 @@ std::string WithoutSecrets(std::string_view text)
 void Recorder::Record(curl_infotype type, std::string_view data)
 {
     const auto kind = static_cast<uint32_t>(type);
-    if (kind >= DEBUG_KINDS || !tracing_.debugKinds[kind]) {
+    if (kind >= DEBUG_KINDS || !Wants(kind)) {
         return;
     }
     if (kind == DEBUG_TEXT) {
         while (data.ends_with('\n')) {
             data.remove_suffix(1);
         }
-        entries_.push_back({kind, WithoutSecrets(data)});
+        Note(data);
         return;
     }
     if (kind == DEBUG_HEADER_IN && !std::exchange(inHeaders_, !IsEmptyLine(data)) &&
         IsEmptyLine(data)) {
         return; // seen already
     }
+    trace_.Tell(kind, data);
+    if (tracing_.debugKinds[kind]) {
+        Keep(kind, data);
+    }
+}
+
+void Recorder::Keep(uint32_t kind, std::string_view data)
+{
     if (kind >= DEBUG_DATA_IN) {
         const size_t left = MAX_DATA - dataBytes_;
         if (left == 0) {
@@ -84,8 +92,13 @@ void Recorder::SeeHeaderLine(std::string_view line)
 
 void Recorder::Note(std::string_view text)
 {
+    if (!Wants(DEBUG_TEXT)) {
+        return;
+    }
+    std::string safe = WithoutSecrets(text);
+    trace_.Tell(DEBUG_TEXT, safe);
     if (tracing_.debugKinds[DEBUG_TEXT]) {
-        entries_.push_back({DEBUG_TEXT, WithoutSecrets(text)});
+        entries_.push_back({DEBUG_TEXT, std::move(safe)});
     }
 }
 

@@ -9,6 +9,7 @@
 #include <curl/curl.h>
 
 #include "tnx_native/response.h"
+#include "trace.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -20,13 +21,15 @@ std::string WithoutSecrets(std::string_view text);
 class Recorder
 {
 public:
-    explicit Recorder(const TracingConfiguration &tracing)
+    // What it records it tells the trace too, which wants every kind.
+    Recorder(const TracingConfiguration &tracing, Trace &trace)
         : tracing_(tracing)
+        , trace_(trace)
     {
     }
 
     // Whether libcurl is to report what happens.
-    bool Wanted() const { return tracing_.debug; }
+    bool Wanted() const { return tracing_.debug || trace_.Wanted(); }
 
     // One report of libcurl.
     void Record(curl_infotype type, std::string_view data);
@@ -44,7 +47,11 @@ public:
     std::vector<DebugInfo> Take() { return std::move(entries_); }
 
 private:
+    bool Wants(uint32_t kind) const { return tracing_.debugKinds[kind] || trace_.Wanted(); }
+    void Keep(uint32_t kind, std::string_view data);
+
     const TracingConfiguration &tracing_;
+    Trace &trace_;
     std::vector<DebugInfo> entries_;
     size_t dataBytes_ = 0;
     bool inHeaders_ = false; // a header section has begun, and not ended

@@ -15,7 +15,8 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , configuration_(request_->GetConfiguration())
     , response_(std::make_shared<Response>(request_))
     , driver_(driver)
-    , recorder_(configuration_.tracing)
+    , trace_(request_->OnTrace(), driver_)
+    , recorder_(configuration_.tracing, trace_)
     , receiver_(*response_, driver_)
     , sender_(*request_, driver_)
     , progress_(configuration_.tracing.eventsHandler, driver_)
@@ -96,6 +97,7 @@ bool Transfer::Step()
 void Transfer::Start()
 {
     phases_.Queued();
+    trace_.Tell(TRACE_QUEUED);
     hop_.method = request_->GetMethod();
     hop_.body = sender_.HasBody();
     if (const std::string bad = FindBadField(*request_); !bad.empty()) {
@@ -148,6 +150,7 @@ bool Transfer::LeaveQueue()
         return false;
     }
     phases_.LeftQueue();
+    trace_.Tell(TRACE_LEFT_QUEUE);
     state_ = State::ROUTE;
     return true;
 }
@@ -247,6 +250,7 @@ void Transfer::FinishRoute()
     route_.attempts = Attempts(route_.PeerAddresses());
     if (!route_.addresses.empty() || !route_.proxyAddresses.empty()) {
         phases_.HopResolved();
+        TraceLookup();
     }
     state_ = State::SEND;
 }

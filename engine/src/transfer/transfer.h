@@ -17,6 +17,7 @@
 #include "report/phases.h"
 #include "report/progress.h"
 #include "report/recorder.h"
+#include "report/trace.h"
 #include "tnx_native/request.h"
 #include "tnx_native/response.h"
 #include "wire/sender.h"
@@ -74,6 +75,7 @@ private:
     void LookUpProxy();
     bool TakeProxyAddresses();
     void FinishRoute();
+    void TraceLookup();
     void Send();
     bool GoOn();
     TimeLeft StartAttempt();
@@ -86,7 +88,10 @@ private:
     void Redirect(const std::string &reference);
     bool Drain();
 
-    void OnRequest() noexcept override { receiver_.StartResponse(); }
+    void OnConnecting(const Endpoint &peer) noexcept override;
+    void OnAttempt(const AddressAttempt &attempt) noexcept override;
+    void OnRequest(bool connection) noexcept override;
+    void OnSent() noexcept override;
     bool ResponseBegun() const noexcept override { return !receiver_.Block().Untouched(); }
     bool OnHeaderLine(std::string_view line) noexcept override;
     size_t OnBody(std::string_view piece) noexcept override;
@@ -120,6 +125,7 @@ private:
     const std::shared_ptr<Response> response_;
     Driver &driver_;
 
+    Trace trace_;
     Recorder recorder_;
     Phases phases_;
     Receiver receiver_;

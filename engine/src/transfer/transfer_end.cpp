@@ -171,6 +171,8 @@ void Transfer::TellEnd(uint32_t code)
         response_->SetTimeInfo(phases_.Result());
     }
     response_->MutableDebugInfo() = recorder_.Take();
+    const std::string *const cause = response_->GetCause();
+    trace_.Tell(TRACE_DONE, cause != nullptr ? *cause : "");
 }
 
 } // namespace OHOS::Pelloria::Tnx

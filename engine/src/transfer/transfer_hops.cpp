@@ -75,7 +75,7 @@ bool Transfer::GoOn()
     if (attemptEnd_ && *attemptEnd_ <= Clock::now() && EndAttempt()) {
         return true;
     }
-    const bool receive = receiver_.Resumable();
+    const bool receive = trace_.Resume() || receiver_.Resumable();
     if (receive) {
         receiver_.Resumed();
     }
@@ -111,12 +111,18 @@ bool Transfer::OnHeaderLine(std::string_view line) noexcept
 
 size_t Transfer::OnBody(std::string_view piece) noexcept
 {
+    if (trace_.Holds()) {
+        return CURL_WRITEFUNC_PAUSE;
+    }
     return driver_.Guarded([&] { return receiver_.OnBody(piece); }, size_t{0});
 }
 
 void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept
 {
     driver_.Guarded([&] {
+        if (type == CURLINFO_HEADER_IN && wire_->Sent() && receiver_.Block().Untouched()) {
+            trace_.Tell(TRACE_FIRST_BYTE);
+        }
         if (type == CURLINFO_TEXT) {
             recorder_.Record(type, wire_->WithRealName(WithoutSecrets(data)));
         } else {
@@ -240,12 +246,16 @@ void Transfer::Redirect(const std::string &reference)
     const bool sameHost = next.url->origin == hop_.url->origin;
     hop_ = std::move(next);
     response_->SetEffectiveUrl(hop_.url->text);
+    if (trace_.Wanted()) {
+        trace_.Tell(TRACE_REDIRECTED, WithoutSecrets(hop_.url->text));
+    }
     if (sameHost || !driver_.NeedsSlot()) {
         state_ = State::ROUTE;
         return;
     }
     LeaveSlot();
     phases_.Queued();
+    trace_.Tell(TRACE_QUEUED);
     EnterQueue();
 }
 

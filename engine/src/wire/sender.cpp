@@ -198,6 +198,11 @@ bool Sender::CanReplay() const
                        [](const auto &pull) { return pull->Untouched(); });
 }
 
+bool Sender::Ended() const
+{
+    return !pulls_.empty() && pulls_.back()->Ended();
+}
+
 bool Sender::Resumable() const
 {
     return std::any_of(pulls_.begin(), pulls_.end(),

@@ -40,6 +40,9 @@ public:
     // Whether the body could be sent once more from its start.
     bool CanReplay() const;
 
+    // libcurl has had the whole of a body whose length nobody knows.
+    bool Ended() const;
+
     // libcurl paused the body, and can go on.
     bool Resumable() const;
 

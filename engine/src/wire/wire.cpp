@@ -6,6 +6,7 @@
 
 #include "curl/quirks.h"
 #include "curl/tls_options.h"
+#include "curl/tls_peer.h"
 #include "curl/wiping_allocator.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -14,6 +15,7 @@ namespace OHOS::Pelloria::Tnx
 Wire::Wire(Multi &multi, CURLSH *tlsSessions)
     : multi_(multi)
     , tlsSessions_(tlsSessions)
+    , watch_(multi.GetSockets())
 {
     Open();
 }
@@ -41,6 +43,10 @@ CURLcode Wire::Start(const Order &order, WireSink &sink)
     protocolRefused_ = false;
     failedAllocations_ = FailedAllocations();
     floods_ = multi_.Watched().Floods();
+    watches_ = order.events;
+    if (watches_) {
+        watch_.Start(easy_.get(), sink);
+    }
 
     BuildHeaderList(*request_, *hop_, order.cookies, headers_);
     routing_.Choose(*hop_, *route_, request_->GetConfiguration());
@@ -78,18 +84,21 @@ void Wire::Stop() noexcept
 {
     resets_ = true;
     multi_.Remove(easy_.get());
+    watch_.End();
 }
 
 // libcurl counts how often it has repeated requests from one reset to the next.
 void Wire::ExchangeDone(CURLcode code)
 {
     resets_ = resets_ || retry_.Repeated() || code != CURLE_OK;
+    watch_.End();
     sink_->OnDone(code);
 }
 
 void Wire::Clean() noexcept
 {
     CURL *const easy = easy_.get();
+    watch_.Stop();
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, nullptr);
     curl_easy_setopt(easy, CURLOPT_RESOLVE, nullptr);
     curl_easy_setopt(easy, CURLOPT_CONNECT_TO, nullptr);
@@ -129,12 +138,21 @@ size_t Wire::OnPiece(char *piece, size_t size, size_t count, void *self)
 int Wire::OnDebug(CURL *, curl_infotype type, char *data, size_t size, void *self)
 {
     auto *const wire = static_cast<Wire *>(self);
+    if (wire->watches_) {
+        wire->watch_.Look();
+    }
     if (type == CURLINFO_SSL_DATA_OUT && wire->refusedCertificate_ == nullptr) {
         wire->refusedCertificate_ = RefusedCertificate({data, size});
     } else if (type == CURLINFO_SSL_DATA_IN && RefusesProtocol({data, size})) {
         wire->protocolRefused_ = true;
     }
+    if (type == CURLINFO_HEADER_IN) {
+        wire->LookWhatIsOut(0);
+    }
     wire->sink_->OnEvent(type, {data, size});
+    if (type == CURLINFO_HEADER_OUT || type == CURLINFO_DATA_OUT) {
+        wire->LookWhatIsOut(type == CURLINFO_DATA_OUT ? size : 0);
+    }
     return 0;
 }
 
@@ -163,8 +181,33 @@ bool Wire::MayGoOut(int localPort)
     curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &connections);
     const bool kept = std::exchange(connections_, connections) == connections;
     refusedConnection_ = kept && multi_.GetSockets().Disturbed(easy_.get(), localPort);
-    sink_->OnRequest();
+    isOut_ = false;
+    bodyOut_ = 0;
+    if (watches_) {
+        watch_.Look();
+    }
+    sink_->OnRequest(!kept || connections == 0);
     return !refusedConnection_;
+}
+
+// The end of a body whose length nobody knows shows before it is out, and over HTTP/2 in nothing
+// that goes out.
+bool Wire::IsOut() const
+{
+    curl_off_t length = -1;
+    if (hop_->body) {
+        curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_LENGTH_UPLOAD_T, &length);
+    }
+    return !hop_->body || (length >= 0 ? bodyOut_ >= length : sender_->Ended());
+}
+
+void Wire::LookWhatIsOut(size_t ofBody) noexcept
+{
+    bodyOut_ += static_cast<curl_off_t>(ofBody);
+    if (watches_ && retry_.Sent() && !isOut_ && IsOut()) {
+        isOut_ = true;
+        sink_->OnSent();
+    }
 }
 
 bool Wire::Reached() const
@@ -178,9 +221,45 @@ bool Wire::Reached() const
 
 bool Wire::SpokeHttp2() const
 {
-    long version = 0;
+    return HttpVersion() == 20;
+}
+
+uint32_t Wire::HttpVersion() const
+{
+    long version = CURL_HTTP_VERSION_NONE;
     curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_VERSION, &version);
-    return version == CURL_HTTP_VERSION_2_0;
+    switch (version) {
+    case CURL_HTTP_VERSION_1_0:
+        return 10;
+    case CURL_HTTP_VERSION_1_1:
+        return 11;
+    case CURL_HTTP_VERSION_2_0:
+        return 20;
+    default:
+        return version == CURL_HTTP_VERSION_3 ? 30 : 0;
+    }
+}
+
+void Wire::Describe(ConnectionInfo &info, bool chain) const
+{
+    CURL *const easy = easy_.get();
+    const auto endpoint = [easy](CURLINFO address, CURLINFO port) {
+        char *text = nullptr;
+        long number = 0;
+        curl_easy_getinfo(easy, address, &text);
+        curl_easy_getinfo(easy, port, &number);
+        return Endpoint{text != nullptr ? text : "", static_cast<uint16_t>(number)};
+    };
+    long connections = 0;
+    curl_easy_getinfo(easy, CURLINFO_NUM_CONNECTS, &connections);
+    info.reused = connections == 0;
+    info.remote = endpoint(CURLINFO_PRIMARY_IP, CURLINFO_PRIMARY_PORT);
+    info.local = endpoint(CURLINFO_LOCAL_IP, CURLINFO_LOCAL_PORT);
+    info.proxy = route_->proxy.Direct() ? "" : route_->proxy.Address();
+    const SSL *const tls = TlsOf(easy);
+    info.tlsVersion = tls != nullptr ? SSL_get_version(tls) : "";
+    info.cipher = tls != nullptr ? SSL_get_cipher_name(tls) : "";
+    info.peerChain = tls != nullptr && chain ? PeerChain(tls) : "";
 }
 
 HopTimes Wire::Times() const

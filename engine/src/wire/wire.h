@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "curl/connection_watch.h"
 #include "curl/handles.h"
 #include "curl/multi.h"
 #include "curl/options.h"
@@ -41,23 +42,27 @@ struct Order {
     const FetchCookies &cookies;
     Sender &sender;
     TimeLeft left;
-    bool events;   // the sink sees what libcurl has to tell
+    bool events;   // the sink sees what libcurl has to tell, and what becomes of connections
     bool progress; // and how far it is
 };
 
 // Takes what an exchange brings, on the thread that drives it.
-class WireSink
+class WireSink : public ConnectionListener
 {
 public:
     // A request goes out, of which an exchange has several where one is repeated: what comes next
-    // is its response. Whether something of one has come.
-    virtual void OnRequest() noexcept = 0;
+    // is its response. `connection`: it is the first on its connection. Whether something of a
+    // response has come.
+    virtual void OnRequest(bool connection) noexcept = 0;
     virtual bool ResponseBegun() const noexcept = 0;
 
     // A line of a header section, and a piece of a body: how much was taken, less to stop, or
     // CURL_WRITEFUNC_PAUSE.
     virtual bool OnHeaderLine(std::string_view line) noexcept = 0;
     virtual size_t OnBody(std::string_view piece) noexcept = 0;
+
+    // All of a request is out.
+    virtual void OnSent() noexcept = 0;
 
     virtual void OnEvent(curl_infotype type, std::string_view data) noexcept = 0;
     virtual void OnProgress(uint64_t downloadTotal, uint64_t uploadTotal,
@@ -115,6 +120,10 @@ public:
     bool SpokeHttp2() const;
     HopTimes Times() const;
 
+    // The connection that the request goes out on; `chain`: with the certificates of its peer.
+    void Describe(ConnectionInfo &info, bool chain) const;
+    uint32_t HttpVersion() const; // as ConnectionInfo has it
+
     // A text of libcurl's, with the host's own name.
     std::string WithRealName(std::string text) const
     {
@@ -147,6 +156,8 @@ private:
     bool KnowsHttp2() const;
     bool Tunnels() const;
     bool MayGoOut(int localPort);
+    bool IsOut() const;
+    void LookWhatIsOut(size_t ofBody) noexcept;
     std::string Text(CURLcode code) const;
     void ExchangeDone(CURLcode code) override;
 
@@ -172,6 +183,10 @@ private:
     const Route *route_ = nullptr;
     const Sender *sender_ = nullptr;
     WireSink *sink_ = nullptr;
+    ConnectionWatch watch_;
+    bool watches_ = false;
+    bool isOut_ = false; // all of the request
+    curl_off_t bodyOut_ = 0;
     Retry retry_;
     long connections_ = 0; // made so far
     bool refusedConnection_ = false;

@@ -26,7 +26,7 @@ CURLcode Wire::SetOptions(const Order &order)
     options_.Begin();
     options_.Number(CURLOPT_NOSIGNAL, 1);
     options_.Pointer(CURLOPT_SHARE, tlsSessions_);
-    multi_.GetSockets().SetOptions(options_);
+    multi_.GetSockets().SetOptions(options_, order.events ? &watch_ : nullptr);
     SetCallbacks(order);
     const bool streams = static_cast<bool>(configuration.tracing.eventsHandler.onDataReceive);
     options_.Number(CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);

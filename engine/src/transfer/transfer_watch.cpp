@@ -1,0 +1,70 @@
+// What is told of a fetch's way, to those who ask.
+#include <system_error>
+
+#include "transfer.h"
+
+namespace OHOS::Pelloria::Tnx
+{
+namespace
+{
+
+std::string Text(const Endpoint &peer)
+{
+    const bool bracketed = peer.address.find(':') != std::string::npos;
+    return (bracketed ? "[" + peer.address + "]" : peer.address) + ":" + std::to_string(peer.port);
+}
+
+} // namespace
+
+void Transfer::TraceLookup()
+{
+    if (!trace_.Wanted()) {
+        return;
+    }
+    std::string text;
+    for (const std::string &address : route_.PeerAddresses()) {
+        text += (text.empty() ? "" : " ") + address;
+    }
+    trace_.Tell(TRACE_LOOKED_UP, text);
+}
+
+void Transfer::OnConnecting(const Endpoint &peer) noexcept
+{
+    driver_.Guarded([&] { trace_.Tell(TRACE_CONNECTING, Text(peer)); });
+}
+
+void Transfer::OnAttempt(const AddressAttempt &attempt) noexcept
+{
+    driver_.Guarded([&] {
+        if (attempt.error == 0) {
+            trace_.Tell(TRACE_CONNECTED, Text(attempt.peer));
+        } else {
+            trace_.Tell(TRACE_NOT_CONNECTED,
+                        Text(attempt.peer) + " " + std::generic_category().message(attempt.error));
+        }
+    });
+}
+
+void Transfer::OnRequest(bool connection) noexcept
+{
+    receiver_.StartResponse();
+    if (!trace_.Wanted() || !connection) {
+        return;
+    }
+    driver_.Guarded([&] {
+        ConnectionInfo info;
+        wire_->Describe(info, false);
+        if (info.reused) {
+            trace_.Tell(TRACE_REUSED, Text(info.remote));
+        } else if (!info.tlsVersion.empty()) {
+            trace_.Tell(TRACE_TLS_DONE, info.tlsVersion + " " + info.cipher);
+        }
+    });
+}
+
+void Transfer::OnSent() noexcept
+{
+    driver_.Guarded([&] { trace_.Tell(TRACE_SENT); });
+}
+
+} // namespace OHOS::Pelloria::Tnx
