@@ -17,6 +17,7 @@ struct RequestExtras {
         Tnx_OnTraceCallback callback;
         void *usrCtx;
     } trace = {};
+    bool collectConnectionInfo = false;
 };
 
 struct ExtendedRequest {

@@ -104,6 +104,9 @@ void TranslateConfiguration(Tnx::Configuration &configuration,
     TnxUpdateDataRecvCallback(configuration, &request);
     const ExtendedRequest *extended = ExtensionOf(&request);
     configuration.failOnHttpError = extended != nullptr && extended->failOnHttpError;
+    configuration.tracing.collectConnectionInfo = extended != nullptr &&
+                                                  extended->extras != nullptr &&
+                                                  extended->extras->collectConnectionInfo;
 }
 
 Tnx::TraceCallback MakeTrace(const Tnx_Request &request)

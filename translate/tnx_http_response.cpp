@@ -6,6 +6,7 @@
 #include "common/log.h"
 #include "objects/tnx_headers.h"
 #include "tnx_c_ext/errors.h"
+#include "translate/tnx_connection_info.h"
 #include "translate/tnx_response_cookies.h"
 
 #include <cstring>
@@ -22,6 +23,7 @@ namespace
 struct ResponseHandle {
     std::shared_ptr<Tnx::Response> response;
     std::unique_ptr<Tnx_ResponseCallbackObject> callback;
+    std::unique_ptr<const ConnectionRecord> connection;
 };
 
 void FreeDebugInfo(Tnx_DebugInfo *info)
@@ -113,6 +115,7 @@ Tnx_Response *TnxToCResponse(const std::shared_ptr<Tnx::Response> &response, Tnx
     record->responseCallbackObject = callback.get();
     record->destroyResponse = TnxDestroyResponse;
     handle->response = response;
+    handle->connection = TnxToCConnectionInfo(response->GetConnectionInfo());
     handle->callback = std::move(callback);
     record->engineResponse = handle.release();
     return record.release();
@@ -141,4 +144,10 @@ const char *OVX_Tnx_GetFailureText(const Tnx_Response *response) noexcept
     const ResponseHandle *handle = HandleOf(response);
     const std::string *cause = handle == nullptr ? nullptr : handle->response->GetCause();
     return cause == nullptr ? nullptr : cause->c_str();
+}
+
+const Tnx_ConnectionInfo *OVX_Tnx_GetConnectionInfo(const Tnx_Response *response) noexcept
+{
+    const ResponseHandle *handle = HandleOf(response);
+    return handle != nullptr && handle->connection != nullptr ? &handle->connection->info : nullptr;
 }

@@ -195,6 +195,9 @@ Outcome Call::FetchSync(Tnx_Session *session)
 {
     uint32_t code = 0;
     Tnx_Response *const response = OVX_Tnx_FetchSync(session, Get(), &code);
+    if (look && response != nullptr) {
+        look(response);
+    }
     return {response, code};
 }
 
@@ -207,6 +210,9 @@ uint32_t Call::Start(Tnx_Session *session)
 void Call::Respond(void *self, Tnx_Response *response, uint32_t code)
 {
     auto &call = *static_cast<Call *>(self);
+    if (call.look && response != nullptr) {
+        call.look(response);
+    }
     Outcome outcome(response, code);
     if (call.then) {
         call.then(outcome);

@@ -85,6 +85,8 @@ public:
         Start(session);
         return Wait();
     }
+    // Sees the response itself, if there is one, before it is taken.
+    std::function<void(const Tnx_Response *)> look;
     // Runs in the response callback, after the outcome was taken.
     std::function<void(const Outcome &)> then;
 

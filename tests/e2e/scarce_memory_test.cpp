@@ -140,6 +140,7 @@ TEST_P(ScarceMemoryTest, EveryOutcomeIsTold)
         request->content = uploads ? &content : nullptr;
         if (uploads) { // and is watched
             ASSERT_EQ(OVX_Tnx_SetRequestTrace(request, OnTrace, nullptr), TNX_OK);
+            ASSERT_EQ(OVX_Tnx_SetRequestCollectConnectionInfo(request, true), TNX_OK);
         }
         if (kept) {
             Flight first;

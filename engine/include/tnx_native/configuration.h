@@ -55,6 +55,7 @@ struct TracingConfiguration {
     bool debug = false; // the master switch
     std::array<bool, DEBUG_KINDS> debugKinds{};
     bool collectTimeInfo = false;
+    bool collectConnectionInfo = false;
     HttpEventsHandler eventsHandler;
 };
 

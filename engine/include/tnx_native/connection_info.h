@@ -25,7 +25,7 @@ struct HopInfo {
     int32_t status = 0; // 0: no response
 };
 
-// The connection of the last hop, and what came before.
+// The last connection that a request went out on, and what all of the fetch came to.
 struct ConnectionInfo {
     uint32_t httpVersion = 0; // 10, 11, 20 or 30; 0: no response
     bool reused = false;

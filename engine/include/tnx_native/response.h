@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "connection_info.h"
 #include "header_fields.h"
 #include "headers.h"
 #include "request.h"
@@ -61,12 +62,18 @@ public:
         return failed ? &debugInfo_.back().text : nullptr;
     }
     const std::optional<TimeInfo> &GetTimeInfo() const { return timeInfo_; }
+    // Null unless it is collected.
+    const ConnectionInfo *GetConnectionInfo() const { return connectionInfo_.get(); }
     const ResponseCookies &GetCookie() const { return cookies_; }
 
     void SetEffectiveUrl(std::string url) { effectiveUrl_ = std::move(url); }
     void SetStatusCode(int32_t code) { statusCode_ = code; }
     void SetHeaders(HeaderFields headers) noexcept { headers_ = std::move(headers); }
     void SetTimeInfo(const TimeInfo &times) { timeInfo_ = times; }
+    void SetConnectionInfo(std::unique_ptr<const ConnectionInfo> info)
+    {
+        connectionInfo_ = std::move(info);
+    }
     std::string &MutableBody() { return body_; }
     std::vector<DebugInfo> &MutableDebugInfo() { return debugInfo_; }
     ResponseCookies &MutableCookies() { return cookies_; }
@@ -79,6 +86,7 @@ private:
     std::string body_;
     std::vector<DebugInfo> debugInfo_;
     std::optional<TimeInfo> timeInfo_;
+    std::unique_ptr<const ConnectionInfo> connectionInfo_;
     ResponseCookies cookies_;
 };
 

@@ -124,7 +124,7 @@ curl_socket_t Sockets::Open(const curl_sockaddr &address, SocketWatch *watch)
 {
     const int fd = socket(address.family, address.socktype | SOCK_CLOEXEC, address.protocol);
     if (fd < 0) {
-        sockets.openError_ = errno;
+        openError_ = errno;
         return CURL_SOCKET_BAD;
     }
     const bool kept = Try([&] {

@@ -23,6 +23,9 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , lookup_(core_->GetRuntime().Names(), recorder_, driver_)
 {
     driver_.Attach(*this);
+    if (configuration_.tracing.collectConnectionInfo) {
+        connection_ = std::make_unique<ConnectionInfo>();
+    }
 }
 
 void Transfer::Advance() noexcept

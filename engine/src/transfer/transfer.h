@@ -76,6 +76,8 @@ private:
     bool TakeProxyAddresses();
     void FinishRoute();
     void TraceLookup();
+    void NoteHop();
+    void CountBytes(curl_infotype type, size_t size);
     void Send();
     bool GoOn();
     TimeLeft StartAttempt();
@@ -137,8 +139,9 @@ private:
     Hop hop_;
     std::shared_ptr<const Url> first_; // of the request
     Route route_;
-    std::optional<TimePoint> attemptEnd_; // of a connection, where there are other addresses
-    Wire *wire_ = nullptr;                // has the hop
+    std::optional<TimePoint> attemptEnd_;        // of a connection, where there are other addresses
+    Wire *wire_ = nullptr;                       // has the hop
+    std::unique_ptr<ConnectionInfo> connection_; // null unless wanted
     Admission::Slot slot_;
     std::atomic<SlotState> slotState_ = SlotState::NONE;
     std::atomic<int> exclusion_ = UNKNOWN;

@@ -135,6 +135,9 @@ void Transfer::DropWire(bool sound) noexcept
     if (configuration_.tracing.collectTimeInfo || recorder_.Wanted()) {
         TakeTimes();
     }
+    if (connection_ != nullptr) {
+        connection_->httpVersion = wire_->HttpVersion();
+    }
     wire_ = nullptr;
     driver_.ReturnWire(sound);
 }
@@ -170,6 +173,8 @@ void Transfer::TellEnd(uint32_t code)
     if (configuration_.tracing.collectTimeInfo) {
         response_->SetTimeInfo(phases_.Result());
     }
+    NoteHop();
+    response_->SetConnectionInfo(std::move(connection_));
     response_->MutableDebugInfo() = recorder_.Take();
     const std::string *const cause = response_->GetCause();
     trace_.Tell(TRACE_DONE, cause != nullptr ? *cause : "");

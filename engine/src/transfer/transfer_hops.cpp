@@ -19,7 +19,7 @@ void Transfer::Send()
                                         .cookies = receiver_.Cookies(),
                                         .sender = sender_,
                                         .left = StartAttempt(),
-                                        .events = recorder_.Wanted(),
+                                        .events = recorder_.Wanted() || connection_ != nullptr,
                                         .progress = progress_.Wanted()},
                                        *this);
     if (code != CURLE_OK) {
@@ -119,6 +119,7 @@ size_t Transfer::OnBody(std::string_view piece) noexcept
 
 void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept
 {
+    CountBytes(type, data.size());
     driver_.Guarded([&] {
         if (type == CURLINFO_HEADER_IN && wire_->Sent() && receiver_.Block().Untouched()) {
             trace_.Tell(TRACE_FIRST_BYTE);
@@ -243,6 +244,7 @@ void Transfer::Redirect(const std::string &reference)
         Fail(CURLE_SEND_FAIL_REWIND, "The redirect needs the body again, which is gone");
         return;
     }
+    NoteHop();
     const bool sameHost = next.url->origin == hop_.url->origin;
     hop_ = std::move(next);
     response_->SetEffectiveUrl(hop_.url->text);

@@ -36,6 +36,9 @@ void Transfer::OnConnecting(const Endpoint &peer) noexcept
 void Transfer::OnAttempt(const AddressAttempt &attempt) noexcept
 {
     driver_.Guarded([&] {
+        if (connection_ != nullptr) {
+            connection_->attempts.push_back(attempt);
+        }
         if (attempt.error == 0) {
             trace_.Tell(TRACE_CONNECTED, Text(attempt.peer));
         } else {
@@ -48,18 +51,40 @@ void Transfer::OnAttempt(const AddressAttempt &attempt) noexcept
 void Transfer::OnRequest(bool connection) noexcept
 {
     receiver_.StartResponse();
-    if (!trace_.Wanted() || !connection) {
+    if (!connection || (!trace_.Wanted() && connection_ == nullptr)) {
         return;
     }
     driver_.Guarded([&] {
-        ConnectionInfo info;
-        wire_->Describe(info, false);
+        ConnectionInfo unkept;
+        ConnectionInfo &info = connection_ != nullptr ? *connection_ : unkept;
+        wire_->Describe(info, connection_ != nullptr);
         if (info.reused) {
             trace_.Tell(TRACE_REUSED, Text(info.remote));
         } else if (!info.tlsVersion.empty()) {
             trace_.Tell(TRACE_TLS_DONE, info.tlsVersion + " " + info.cipher);
         }
     });
+}
+
+// A hop is over, as far as it went.
+void Transfer::NoteHop()
+{
+    if (connection_ != nullptr && first_ != nullptr) {
+        const HeaderBlock &block = receiver_.Block();
+        connection_->hops.push_back({hop_.url->text, block.Final() ? block.Status() : 0});
+    }
+}
+
+void Transfer::CountBytes(curl_infotype type, size_t size)
+{
+    if (connection_ == nullptr) {
+        return;
+    }
+    if (type == CURLINFO_HEADER_OUT || type == CURLINFO_DATA_OUT) {
+        connection_->bytesSent += size;
+    } else if (type == CURLINFO_HEADER_IN || type == CURLINFO_DATA_IN) {
+        connection_->bytesReceived += size;
+    }
 }
 
 void Transfer::OnSent() noexcept
