@@ -11,6 +11,7 @@
 #include "tnx_c_ext/connection.h"
 #include "tnx_c_ext/cookie_jar.h"
 #include "tnx_c_ext/errors.h"
+#include "tnx_c_ext/executor.h"
 #include "tnx_c_ext/header_fields.h"
 #include "tnx_c_ext/trace.h"
 #include "tnx_c_ext/transfer.h"

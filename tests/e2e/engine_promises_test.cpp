@@ -326,6 +326,7 @@ TEST_F(PromisesTest, CallbacksRunWhereTheApplicationSays)
             }
             task();
         });
+        return true;
     });
     const auto session = factory.CreateSession(std::make_shared<SessionConfiguration>());
     std::promise<std::thread::id> on;

@@ -24,6 +24,10 @@ inline constexpr uint32_t ERR_SESSION_CLOSED = 1007900993;
 using ResponseCallback =
     std::function<void(const std::shared_ptr<Response> &response, uint32_t errorCode)>;
 
+// Runs a task on a thread of its choice, in any order, soon. Has not taken it when it returns false
+// or throws.
+using TaskRunner = std::function<bool(std::function<void()> task)>;
+
 // Thread-safe. Every operation may be called from any thread and from inside any callback.
 class TNX_NATIVE_API Session
 {
@@ -31,6 +35,10 @@ public:
     virtual ~Session() = default;
 
     virtual const std::string &GetId() const = 0;
+
+    // Has the callbacks of asynchronous fetches run by the runner, where it takes them. False after
+    // the first fetch: it is as it was.
+    virtual bool SetTaskRunner(TaskRunner) { return false; }
 
     // Starts a request. Never calls the completion itself, but leaves it to another thread; calls
     // it exactly once unless the session is closed first.
@@ -72,9 +80,6 @@ public:
     virtual std::shared_ptr<Session>
     CreateSession(const std::shared_ptr<SessionConfiguration> &configuration) = 0;
 };
-
-// Runs a task on a thread of its choice, in any order, soon; has not taken it when it throws.
-using TaskRunner = std::function<void(std::function<void()> task)>;
 
 // Makes sessions on libcurl. Callbacks run through the task runner, or on threads of the engine's
 // own where it is empty. A session that could not be set up answers every fetch with why.

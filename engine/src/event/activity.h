@@ -6,7 +6,9 @@
 #include <atomic>
 #include <cstddef>
 
+#include "base/try.h"
 #include "common/mutex.h"
+#include "tnx_native/session.h"
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -60,6 +62,18 @@ private:
     CondVar changed_;
     size_t closing_ GUARDED_BY(mutex_) = 0;
 };
+
+// Hands a task to the application's runner, if there is one. False: the caller runs it. A close
+// waits for this, and not for the task, which finds that out by itself.
+template <class Task>
+bool HandOver(Activity &activity, const TaskRunner &runner, const Task &task) noexcept
+{
+    bool taken = false;
+    if (const Activity::Scope handing(activity); handing && runner) {
+        Try([&] { taken = runner(task); });
+    }
+    return taken;
+}
 
 } // namespace OHOS::Pelloria::Tnx
 

@@ -28,9 +28,19 @@ long SessionCore::MaxIdle() const
     return static_cast<long>(std::min(limit, MOST));
 }
 
+bool SessionCore::SetRunner(TaskRunner runner)
+{
+    MutexLock lock(mutex_);
+    if (!fetched_) {
+        runner_.swap(runner);
+    }
+    return !fetched_;
+}
+
 void SessionCore::Register(const std::shared_ptr<RunningTransfer> &transfer)
 {
     MutexLock lock(mutex_);
+    fetched_ = true;
     transfers_.emplace(transfer->GetRequest().get(), transfer);
 }
 

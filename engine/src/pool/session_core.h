@@ -61,7 +61,10 @@ public:
     Admission &GetAdmission() { return admission_; }
     UrlMemory &Urls() { return urls_; }
     const SessionConfiguration &Configuration() const { return *configuration_; }
+
+    // Of callbacks; empty where threads of the engine's own run them. Fixed by the first fetch.
     const TaskRunner &Runner() const { return runner_; }
+    bool SetRunner(TaskRunner runner);
 
     // Transfers on their way, by their request.
     void Register(const std::shared_ptr<RunningTransfer> &transfer);
@@ -86,7 +89,7 @@ private:
 
     Runtime &runtime_;
     const std::shared_ptr<SessionConfiguration> configuration_;
-    const TaskRunner runner_;
+    TaskRunner runner_;
     TlsSessionShare tlsSessions_; // outlives every wire
     Activity activity_;
     Admission admission_;
@@ -96,6 +99,7 @@ private:
     size_t wiresAlive_ GUARDED_BY(ON_LOOP) = 0;
 
     Mutex mutex_;
+    bool fetched_ GUARDED_BY(mutex_) = false;
     std::unordered_multimap<const Request *, std::shared_ptr<RunningTransfer>>
         transfers_ GUARDED_BY(mutex_);
     std::vector<std::unique_ptr<CallerWire>> callerWires_ GUARDED_BY(mutex_);

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "pool/session_core.h"
 #include "refusing_session.h"
@@ -19,6 +20,7 @@ public:
     ~CurlSession() override;
 
     const std::string &GetId() const override { return id_; }
+    bool SetTaskRunner(TaskRunner runner) override { return core_->SetRunner(std::move(runner)); }
     void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) override;
     std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
                                         uint32_t *errorCode) override;

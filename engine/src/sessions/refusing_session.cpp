@@ -15,11 +15,27 @@ std::shared_ptr<Response> MakeRefusal(const std::shared_ptr<Request> &request,
     return response;
 }
 
+bool RefusingSession::SetTaskRunner(TaskRunner runner)
+{
+    MutexLock lock(mutex_);
+    if (!fetched_) {
+        runner_.swap(runner);
+    }
+    return !fetched_;
+}
+
+TaskRunner RefusingSession::Runner()
+{
+    MutexLock lock(mutex_);
+    fetched_ = true;
+    return runner_;
+}
+
 // On a thread of its own: the runtime may be what is missing.
 void RefusingSession::Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion)
 {
-    StartQuietThread("tnx-refusal", [activity = activity_, request, code = code_, why = why_,
-                                     completion = std::move(completion)] {
+    const auto answer = [activity = activity_, request, code = code_, why = why_,
+                         completion = std::move(completion)] {
         const Activity::Scope running(*activity);
         if (!running) {
             return;
@@ -28,6 +44,11 @@ void RefusingSession::Fetch(const std::shared_ptr<Request> &request, ResponseCal
             completion(nullptr, ERR_REQUEST_CANCELED);
         } else {
             completion(MakeRefusal(request, why), code);
+        }
+    };
+    StartQuietThread("tnx-refusal", [activity = activity_, runner = Runner(), answer] {
+        if (!HandOver(*activity, runner, answer)) {
+            answer();
         }
     }).detach();
 }

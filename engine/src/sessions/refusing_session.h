@@ -31,6 +31,7 @@ public:
     }
 
     const std::string &GetId() const override { return id_; }
+    bool SetTaskRunner(TaskRunner runner) override;
     void Fetch(const std::shared_ptr<Request> &request, ResponseCallback completion) override;
     std::shared_ptr<Response> FetchSync(const std::shared_ptr<Request> &request,
                                         uint32_t *errorCode) override;
@@ -42,10 +43,15 @@ public:
     void Close() override;
 
 private:
+    TaskRunner Runner();
+
     const std::string id_ = "tnx-none";
     const uint32_t code_;
     const std::string why_;
     const std::shared_ptr<SessionConfiguration> configuration_;
+    Mutex mutex_;
+    bool fetched_ GUARDED_BY(mutex_) = false;
+    TaskRunner runner_ GUARDED_BY(mutex_);
     const std::shared_ptr<Activity> activity_ = std::make_shared<Activity>();
 };
 

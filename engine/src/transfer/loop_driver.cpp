@@ -57,13 +57,19 @@ void LoopDriver::Deliver(std::function<void()> callback)
     }
 }
 
+// When the round is over: no code of the application's runs in it.
 void LoopDriver::RunStrand() noexcept
 {
-    std::shared_ptr<WorkerTask> task = Own<WorkerTask>(&strand_);
-    const TaskRunner &runner = core_.Runner();
-    const bool taken = runner && Try([&] { runner([task] { task->RunOnWorker(); }); });
-    if (!taken) {
-        core_.GetRuntime().GetWorkers().RunLater(std::move(task));
+    std::shared_ptr<WorkerTask> task =
+        core_.Runner() ? Own<WorkerTask>(this) : Own<WorkerTask>(&strand_);
+    core_.GetRuntime().GetWorkers().RunLater(std::move(task));
+}
+
+void LoopDriver::RunOnWorker()
+{
+    const auto run = [strand = Own<WorkerTask>(&strand_)] { strand->RunOnWorker(); };
+    if (!HandOver(core_.GetActivity(), core_.Runner(), run)) {
+        run();
     }
 }
 

@@ -17,7 +17,7 @@ namespace OHOS::Pelloria::Tnx
 {
 
 // All of it runs in rounds of the loop, but for Wake.
-class LoopDriver final : public Driver, private LoopTask, private AsideTask
+class LoopDriver final : public Driver, private LoopTask, private WorkerTask, private AsideTask
 {
 public:
     LoopDriver(SessionCore &core, CallbackGate &gate, ResponseCallback completion);
@@ -36,6 +36,7 @@ public:
 
 private:
     void RunOnLoop() override REQUIRES(ON_LOOP);
+    void RunOnWorker() override; // hands the strand to the application's runner
     void RunAside() noexcept override;
     void RunStrand() noexcept REQUIRES(ON_LOOP);
     template <class Task> std::shared_ptr<Task> Own(Task *task) const;
