@@ -13,6 +13,7 @@
 #include "tnx_c_ext/errors.h"
 #include "tnx_c_ext/executor.h"
 #include "tnx_c_ext/header_fields.h"
+#include "tnx_c_ext/limits.h"
 #include "tnx_c_ext/trace.h"
 #include "tnx_c_ext/transfer.h"
 #include "tnx_c_ext/url.h"

@@ -3,6 +3,7 @@
 #define TNX_OBJECTS_REQUEST_EXTENSION_H
 
 #include "common/guard.h"
+#include "objects/request_limits.h"
 #include "tnx_c/request.h"
 #include "tnx_c_ext/trace.h"
 
@@ -18,6 +19,7 @@ struct RequestExtras {
         void *usrCtx;
     } trace = {};
     bool collectConnectionInfo = false;
+    RequestLimits limits;
 };
 
 struct ExtendedRequest {

@@ -122,7 +122,7 @@ std::string Configuration(const std::array<uint16_t, static_cast<size_t>(Site::C
     return HEADER + Server(port(Site::PLAIN) + " backlog=8192", "") +
            Server(port(Site::CLEAR_HTTP2) + " http2", "") +
            Server(port(Site::TLS) + " ssl http2", "good") +
-           Server(port(Site::TLS_HTTP1) + " ssl", "good") +
+           Server(port(Site::TLS_HTTP1) + " ssl", "good", "ssl_protocols TLSv1.2 TLSv1.3;") +
            Server(port(Site::EXPIRED) + " ssl", "expired") +
            Server(port(Site::WRONG_NAME) + " ssl", "wrong-name") +
            Server(port(Site::SELF_SIGNED) + " ssl", "self-signed") +

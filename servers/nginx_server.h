@@ -28,7 +28,7 @@ enum class Site {
     PLAIN,       // HTTP/1.1 in clear text
     CLEAR_HTTP2, // HTTP/2 in clear text, with prior knowledge only
     TLS,         // a good certificate; HTTP/2 by ALPN
-    TLS_HTTP1,   // a good certificate; HTTP/1.1 only
+    TLS_HTTP1,   // a good certificate; HTTP/1.1 only, TLS 1.3 too
     EXPIRED,
     WRONG_NAME,
     SELF_SIGNED,

@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace OHOS::Pelloria::TnxTest
@@ -34,6 +35,11 @@ struct Address {
             v6->sin6_family = AF_INET6;
             v6->sin6_port = htons(port);
             length = sizeof *v6;
+        } else if (literal.starts_with('/') && literal.size() < sizeof(sockaddr_un::sun_path)) {
+            auto *local = reinterpret_cast<sockaddr_un *>(&storage);
+            local->sun_family = AF_UNIX;
+            literal.copy(local->sun_path, literal.size());
+            length = sizeof *local;
         } else {
             throw std::invalid_argument("not an address: " + literal);
         }
@@ -81,6 +87,9 @@ uint16_t PortOf(int socket)
     sockaddr_storage storage{};
     socklen_t length = sizeof storage;
     getsockname(socket, reinterpret_cast<sockaddr *>(&storage), &length);
+    if (storage.ss_family == AF_UNIX) {
+        return 0;
+    }
     return ntohs(storage.ss_family == AF_INET6
                      ? reinterpret_cast<const sockaddr_in6 *>(&storage)->sin6_port
                      : reinterpret_cast<const sockaddr_in *>(&storage)->sin_port);

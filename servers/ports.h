@@ -10,8 +10,8 @@
 namespace OHOS::Pelloria::TnxTest
 {
 
-// Non-blocking sockets on an address literal, one that is bound and one that listens; port 0 takes
-// a free one. Throw.
+// Non-blocking sockets on an address literal or the path of a Unix socket, one that is bound and
+// one that listens; port 0 takes a free one. Throw.
 int BindTo(const std::string &address, uint16_t port, int type);
 int ListenOn(const std::string &address, uint16_t port, int backlog);
 uint16_t PortOf(int socket);

@@ -20,7 +20,7 @@ namespace OHOS::Pelloria::TnxTest
 class ScriptedServer
 {
 public:
-    // `address` is an IPv4 or IPv6 literal; port 0 takes a free one.
+    // `address` is an IPv4 or IPv6 literal, where port 0 takes a free one, or the path of a socket.
     explicit ScriptedServer(const std::string &address = "127.0.0.1", uint16_t port = 0);
     ~ScriptedServer();
 

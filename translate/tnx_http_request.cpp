@@ -6,6 +6,7 @@
 #include "translate/tnx_configuration.h"
 #include "translate/tnx_http_request_content.h"
 #include "translate/tnx_http_request_fields.h"
+#include "translate/tnx_limits.h"
 
 #include <algorithm>
 #include <array>
@@ -107,6 +108,9 @@ void TranslateConfiguration(Tnx::Configuration &configuration,
     configuration.tracing.collectConnectionInfo = extended != nullptr &&
                                                   extended->extras != nullptr &&
                                                   extended->extras->collectConnectionInfo;
+    if (extended != nullptr && extended->extras != nullptr) {
+        TnxToCppLimits(configuration, extended->extras->limits);
+    }
 }
 
 Tnx::TraceCallback MakeTrace(const Tnx_Request &request)

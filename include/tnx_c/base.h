@@ -49,12 +49,13 @@ enum {
                                                   or a file could not be written. */
     TNX_ERR_READ = 1007900026,               /**< A file could not be read. */
     TNX_ERR_OUT_OF_MEMORY = 1007900027,      /**< Memory ran out. */
-    TNX_ERR_TIMEOUT = 1007900028,            /**< A time-out of the configuration passed. */
+    TNX_ERR_TIMEOUT = 1007900028,            /**< A time-out, or a time that a limit gives,
+                                                  passed. */
     TNX_ERR_TLS_CONNECT = 1007900035,        /**< The TLS handshake failed. */
     TNX_ERR_CALLBACK = 1007900042,           /**< A callback reported failure or threw an
                                                   exception. */
     TNX_ERR_BAD_ARGUMENT = 1007900043,       /**< A header field or method must not be sent. */
-    TNX_ERR_TOO_MANY_REDIRECTS = 1007900047, /**< There are more than 50 redirects. */
+    TNX_ERR_TOO_MANY_REDIRECTS = 1007900047, /**< There are more redirects than are followed. */
     TNX_ERR_EMPTY_REPLY = 1007900052,        /**< The server closed the connection without an
                                                   answer. */
     TNX_ERR_SEND = 1007900055,               /**< Sending failed. */
@@ -63,7 +64,8 @@ enum {
     TNX_ERR_PEER_VERIFICATION = 1007900060,  /**< The server's certificate was refused. */
     TNX_ERR_CONTENT_ENCODING = 1007900061,   /**< The content coding is unknown, or the content
                                                   damaged. */
-    TNX_ERR_BODY_TOO_LARGE = 1007900063,     /**< The body is too large to keep in memory. */
+    TNX_ERR_BODY_TOO_LARGE = 1007900063,     /**< The body is larger than is kept, or than a
+                                                  limit allows. */
     TNX_ERR_CANNOT_REPLAY = 1007900065,      /**< The body would have to be sent again, but
                                                   cannot be. */
     TNX_ERR_TRUST_STORE = 1007900077,        /**< The trusted CAs could not be read. */

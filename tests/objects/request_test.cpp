@@ -1,5 +1,6 @@
 // The request record and its identifiers.
 #include "common/c_ptr.h"
+#include "objects/request_extension.h"
 #include "tnx_c_ext/url.h"
 #include "tnx_platform/controls.h"
 
@@ -125,6 +126,89 @@ TEST(RequestTest, DestroyingLeavesWhatWasAttached)
     OVX_Tnx_DestroyRequest(nullptr);
     EXPECT_EQ(OVX_Tnx_SetHeaderValue(headers.get(), "n", "v"), uint32_t{TNX_OK});
     EXPECT_EQ(OVX_Tnx_SetRequestCookieValue(cookies.get(), "n", "v"), uint32_t{TNX_OK});
+}
+
+TEST(RequestTest, LimitsAreCheckedAndTakenBack)
+{
+    const struct {
+        uint32_t which;
+        std::vector<int64_t> good; // the last one stays for the rows below
+        std::vector<int64_t> bad;
+    } limits[] = {
+        {TNX_LIMIT_IDLE_TIME, {1, INT64_MAX}, {-1, INT64_MIN}},
+        {TNX_LIMIT_REDIRECTS, {TNX_NO_REDIRECTS, 7}, {-2}},
+        {TNX_LIMIT_RESPONSE_SIZE, {1}, {-1}},
+        {TNX_LIMIT_ADDRESS_FAMILY, {4, 6}, {1, 5, -4}},
+        {TNX_LIMIT_TLS_HIGHEST, {TNX_TLS_1_3, TNX_TLS_1_2}, {10, 14}},
+        {TNX_LIMIT_TLS_LOWEST, {TNX_TLS_1_2}, {11, TNX_TLS_1_3}}, // above the highest
+    };
+    const RequestPtr request(OVX_Tnx_CreateRequest("http://host"));
+    for (const auto &[which, good, bad] : limits) {
+        for (const int64_t value : good) {
+            EXPECT_EQ(OVX_Tnx_SetRequestLimit(request.get(), which, value), uint32_t{TNX_OK});
+        }
+        for (const int64_t value : bad) {
+            EXPECT_EQ(OVX_Tnx_SetRequestLimit(request.get(), which, value),
+                      uint32_t{TNX_ERR_PARAMETER})
+                << which << " " << value;
+        }
+        const auto &values = ExtensionOf(request.get())->extras->limits.values;
+        EXPECT_EQ(values[which], good.back());
+    }
+    Tnx_Request handmade = {};
+    EXPECT_EQ(OVX_Tnx_SetRequestLimit(request.get(), TNX_REQUEST_LIMITS, 1),
+              uint32_t{TNX_ERR_PARAMETER});
+    EXPECT_EQ(OVX_Tnx_SetRequestLimit(&handmade, 0, 1), uint32_t{TNX_ERR_PARAMETER});
+    EXPECT_EQ(OVX_Tnx_SetRequestLimit(nullptr, 0, 1), uint32_t{TNX_ERR_PARAMETER});
+    for (const auto &row : limits) {
+        EXPECT_EQ(OVX_Tnx_SetRequestLimit(request.get(), row.which, 0), uint32_t{TNX_OK});
+    }
+    EXPECT_EQ(ExtensionOf(request.get())->extras->limits.values, RequestLimits().values);
+}
+
+TEST(RequestTest, ConnectionSettingsAreCheckedAndTakenBack)
+{
+    const struct {
+        uint32_t which;
+        std::vector<std::string> good;
+        std::vector<std::string> bad;
+    } settings[] = {
+        {TNX_CONNECTION_UNIX_SOCKET, {"s", std::string(107, 'p')}, {"", std::string(108, 'p')}},
+        {TNX_CONNECTION_INTERFACE,
+         {"eth0", "eth0:1", "10.0.0.2", "fe80::1234:5678:9abc:def0"},
+         {"", "no interface", "an-overlong-name", "a/b"}},
+        {TNX_CONNECTION_TO,
+         {":::", "a:1:b:2", "a::b:", ":65535:[::1]:1", "[::1]:1::2,b:1:c:2"},
+         {"", "a", "a:1:b", "a:1:b:2:", "a:1:b:2:3", "a:0:b:2", "a:1:b:65536", "a:x:b:2",
+          "::1:1:b:2", "[a]:1:b:2", "a b:1:c:2", "a:1:b:2,", "a:1:b:-2", "u@a:1:b:2"}},
+        {TNX_CONNECTION_TLS12_CIPHERS, {"A:B", "DEFAULT:!C"}, {"", "A\nB", "\xc3\xbc"}},
+        {TNX_CONNECTION_TLS13_CIPHERS, {"A"}, {""}},
+    };
+    const RequestPtr request(OVX_Tnx_CreateRequest("http://host"));
+    const auto set = [&request](uint32_t which, const char *value) {
+        return OVX_Tnx_SetRequestConnection(request.get(), which, value);
+    };
+    for (const auto &[which, good, bad] : settings) {
+        for (const std::string &text : good) {
+            EXPECT_EQ(set(which, text.c_str()), uint32_t{TNX_OK}) << text;
+        }
+        for (const std::string &text : bad) {
+            EXPECT_EQ(set(which, text.c_str()), uint32_t{TNX_ERR_PARAMETER}) << text;
+        }
+        EXPECT_EQ(ExtensionOf(request.get())->extras->limits.texts[which], good.back());
+    }
+    const std::vector<ConnectRule> &rules = ExtensionOf(request.get())->extras->limits.connectTo;
+    ASSERT_EQ(rules.size(), 2U);
+    EXPECT_EQ(rules[0].host, "::1");
+    EXPECT_EQ(rules[0].otherHost, "");
+    EXPECT_EQ(rules[1].otherPort, 2);
+    EXPECT_EQ(set(TNX_CONNECTION_SETTINGS, "x"), uint32_t{TNX_ERR_PARAMETER});
+    EXPECT_EQ(OVX_Tnx_SetRequestConnection(nullptr, 0, "x"), uint32_t{TNX_ERR_PARAMETER});
+    for (const auto &row : settings) {
+        EXPECT_EQ(set(row.which, nullptr), uint32_t{TNX_OK});
+    }
+    EXPECT_TRUE(rules.empty());
+    EXPECT_EQ(ExtensionOf(request.get())->extras->limits.texts, RequestLimits().texts);
 }
 
 // A copy of a text that is destroyed.

@@ -2,6 +2,7 @@
 // a response keeps what it can, and nothing leaks.
 #include "common/c_ptr.h"
 #include "tests/objects/failing_memory.h"
+#include "tnx_c_ext/limits.h"
 #include "tnx_c_ext/trace.h"
 #include "tnx_c_ext/url.h"
 #include "translate/tnx_configuration.h"
@@ -26,6 +27,7 @@ using namespace OHOS::Pelloria;
 using namespace OHOS::Pelloria::TnxC;
 
 constexpr const char *LONG = "a text that does not fit into the buffer of a short string";
+constexpr const char *RULE = "a-long-name-of-a-host.test:1:another-long-name-of-a-host.test:2";
 
 // A request and a session that use everything.
 struct Everything {
@@ -45,6 +47,7 @@ struct Everything {
         *request = {"1",           request->url,  "POST",
                     headers.get(), &content,      &configuration,
                     &range,        cookies.get(), request->onDataRecvCallback};
+        OVX_Tnx_SetRequestConnection(request.get(), TNX_CONNECTION_TO, RULE);
         session.baseAddress = "http://host";
         session.headers = headers.get();
         session.cookies = cookies.get();
@@ -93,7 +96,8 @@ TEST(TranslateMemoryTest, RequestsAreTranslatedWholeOrNotAtAll)
                 const auto session = TnxToCppSessionConfiguration(&everything.session);
                 complete = request->GetHeaders().size() == 4 &&
                            request->GetRequestCookies().size() == 3 &&
-                           request->GetContent() != nullptr && session->headers.size() == 3;
+                           request->GetContent() != nullptr && session->headers.size() == 3 &&
+                           request->GetConfiguration().limits != nullptr;
             } catch (const std::bad_alloc &) {
                 threw = true;
             }
@@ -155,6 +159,25 @@ TEST(TranslateMemoryTest, UrlsAreMadeOrNot)
         return failure.Happened();
     });
     EXPECT_GT(failures, 10);
+}
+
+TEST(TranslateMemoryTest, SettingsOfConnectionsAreMadeOrStay)
+{
+    const int failures = FailEach(Kind::TRANSIENT, [](int n, Kind how) {
+        const RequestPtr request(OVX_Tnx_CreateRequest("/"));
+        bool happened = false;
+        {
+            const Failure failure(n, how);
+            const uint32_t code =
+                OVX_Tnx_SetRequestConnection(request.get(), TNX_CONNECTION_TO, RULE);
+            happened = failure.Happened();
+            EXPECT_EQ(code, happened ? uint32_t{TNX_ERR_OUT_OF_MEMORY} : uint32_t{TNX_OK});
+        }
+        const auto &limits = TnxToCppRequest(nullptr, request.get())->GetConfiguration().limits;
+        EXPECT_EQ(limits == nullptr, happened);
+        return happened;
+    });
+    EXPECT_GT(failures, 4);
 }
 
 Tnx_IpAddress *ResolveTwo(const char *, uint16_t)

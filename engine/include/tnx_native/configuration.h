@@ -14,6 +14,7 @@
 #include "dns_rule.h"
 #include "header_fields.h"
 #include "headers.h"
+#include "limits.h"
 #include "security.h"
 #include "web_proxy.h"
 
@@ -62,6 +63,7 @@ struct TracingConfiguration {
 struct Configuration {
     bool autoRedirect = true;
     uint64_t maxRedirects = 50;
+    std::shared_ptr<const Limits> limits; // null: none
     bool failOnHttpError = false;     // a status of 400 or more ends a fetch at its header fields
     uint64_t connectTimeout = 60000;  // milliseconds
     uint64_t transferTimeout = 60000; // milliseconds

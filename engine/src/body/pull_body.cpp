@@ -101,6 +101,12 @@ bool PullBody::Ready() const
     return paused_ && !pulling_;
 }
 
+bool PullBody::Asks() const
+{
+    MutexLock lock(mutex_);
+    return pulling_;
+}
+
 uint64_t PullBody::Sent() const
 {
     MutexLock lock(mutex_);

@@ -33,6 +33,9 @@ public:
     // After a pause: whether there is something to read.
     bool Ready() const;
 
+    // The function runs, or is about to.
+    bool Asks() const;
+
     uint64_t Sent() const;
 
     // The function has not been asked: nothing of the body is gone.

@@ -109,11 +109,22 @@ bool HasOwnTrust(const SecurityConfiguration &security)
            (!security.trustedCas.empty() || !security.trustedCaDirectory.empty());
 }
 
-CURLcode NameTrust(Options &named, const TlsOptions &options, const SecurityConfiguration &security)
+// 1.2 at least.
+long Versions(const Limits &limits)
+{
+    const long lowest =
+        limits.lowestTls == TlsVersion::TLS1_3 ? CURL_SSLVERSION_TLSv1_3 : CURL_SSLVERSION_TLSv1_2;
+    const long highest = limits.highestTls == TlsVersion::TLS1_2 ? CURL_SSLVERSION_MAX_TLSv1_2
+                                                                 : CURL_SSLVERSION_MAX_DEFAULT;
+    return lowest | highest;
+}
+
+CURLcode NameTrust(Options &named, const TlsOptions &options, const SecurityConfiguration &security,
+                   long versions = CURL_SSLVERSION_TLSv1_2)
 {
     CURLcode result = CURLE_OK;
     const auto take = [&result](CURLcode code) { result = result == CURLE_OK ? code : result; };
-    take(named.Number(options.version, CURL_SSLVERSION_TLSv1_2));
+    take(named.Number(options.version, versions));
     if (security.skipValidation) {
         take(named.Number(options.verifyPeer, 0));
         take(named.Number(options.verifyHost, 0));
@@ -215,9 +226,20 @@ CURLcode SetCredential(CURL *easy, const TlsOptions &options, const SecurityConf
 
 } // namespace
 
-CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security)
+CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security,
+                         const Limits *limits)
 {
-    return NameTrust(named, SERVER, security);
+    if (limits == nullptr) {
+        return NameTrust(named, SERVER, security);
+    }
+    CURLcode code = NameTrust(named, SERVER, security, Versions(*limits));
+    if (code == CURLE_OK && !limits->tls12Ciphers.empty()) {
+        code = named.Text(CURLOPT_SSL_CIPHER_LIST, limits->tls12Ciphers);
+    }
+    if (code == CURLE_OK && !limits->tls13Ciphers.empty()) {
+        code = named.Text(CURLOPT_TLS13_CIPHERS, limits->tls13Ciphers);
+    }
+    return code;
 }
 
 bool HasCertificates(const SecurityConfiguration &security)

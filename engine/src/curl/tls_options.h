@@ -7,14 +7,16 @@
 #include <curl/curl.h>
 
 #include "options.h"
+#include "tnx_native/limits.h"
 #include "tnx_native/security.h"
 
 namespace OHOS::Pelloria::Tnx
 {
 
-// Whom to trust, as options that can be named again for each request; and the certificates and
-// keys, if there are any, which cannot.
-CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security);
+// Whom to trust and what to speak, as options that can be named again for each request; and the
+// certificates and keys, if there are any, which cannot.
+CURLcode NameServerTrust(Options &named, const SecurityConfiguration &security,
+                         const Limits *limits);
 bool HasCertificates(const SecurityConfiguration &security);
 CURLcode SetServerCertificates(CURL *easy, const SecurityConfiguration &security);
 

@@ -1,6 +1,7 @@
 // The order of sources for a name, and what each of them is asked.
 #include "name_lookup.h"
 
+#include "curl/quirks.h"
 #include "doh_client.h"
 #include "http/host_name.h"
 #include "resolver.h"
@@ -17,6 +18,9 @@ void NameLookup::Start(const std::string &host, uint16_t port, const Configurati
     result_ = {};
     answer_.reset();
     source_ = IsAddress(host) ? Source::NONE : Source::RULE;
+    if (source_ == Source::NONE && !OfFamily(host)) {
+        result_.error = "it is no address of " + Family();
+    }
 }
 
 bool NameLookup::Ready()
@@ -51,11 +55,13 @@ bool NameLookup::Ask()
             answered = AskResolverUrl();
             break;
         default:
-            if (IsLocalName(host_)) {
+            if (!IsLocalName(host_)) {
+                answered = AskServers({});
+            } else if (family_ != AddressFamily::ANY) {
+                return Settle({.addresses = LoopbackAddresses(), .error = {}});
+            } else {
                 source_ = Source::NONE;
-                return true;
             }
-            answered = AskServers({});
             break;
         }
         if (answered) {
@@ -72,6 +78,7 @@ bool NameLookup::Ask()
 bool NameLookup::Settle(LookupResult result)
 {
     DropNames(result);
+    DropOtherFamily(result);
     const bool noOpinion = result.addresses.empty() && result.error.empty();
     // An error of the resolver URL means that there is a configuration, which named it.
     const bool mayGoOn = source_ == Source::RESOLVER_URL && !result.error.empty() &&
@@ -146,6 +153,26 @@ void NameLookup::DropNames(LookupResult &result)
     if (given && result.addresses.empty()) {
         result.error = "the DNS rule gives no literal address";
     }
+}
+
+void NameLookup::DropOtherFamily(LookupResult &result)
+{
+    const size_t others = std::erase_if(
+        result.addresses, [this](const std::string &address) { return !OfFamily(address); });
+    if (others > 0 && result.addresses.empty()) {
+        result.error = "it has no address of " + Family();
+    }
+}
+
+bool NameLookup::OfFamily(const std::string &address) const
+{
+    return family_ == AddressFamily::ANY || IsVersion6(address) == (family_ == AddressFamily::IPV6);
+}
+
+std::string NameLookup::Family() const
+{
+    return std::string(family_ == AddressFamily::IPV6 ? "IPv6" : "IPv4") +
+           ", to which the request is limited";
 }
 
 // Where the loop's thread leaves the answer, whether or not the transfer still waits for it.

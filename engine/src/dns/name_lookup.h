@@ -31,10 +31,13 @@ struct NameServices {
 class NameLookup
 {
 public:
-    NameLookup(const NameServices &services, Recorder &recorder, Delivery &delivery)
+    // `family`: gives only addresses of that one.
+    NameLookup(const NameServices &services, Recorder &recorder, Delivery &delivery,
+               AddressFamily family = AddressFamily::ANY)
         : services_(services)
         , recorder_(recorder)
         , delivery_(delivery)
+        , family_(family)
     {
     }
 
@@ -76,10 +79,14 @@ private:
     bool AskResolverUrl();
     bool Settle(LookupResult result);
     void DropNames(LookupResult &result);
+    void DropOtherFamily(LookupResult &result);
+    bool OfFamily(const std::string &address) const;
+    std::string Family() const;
 
     const NameServices services_;
     Recorder &recorder_;
     Delivery &delivery_;
+    const AddressFamily family_;
     Waker wake_;
     const Configuration *configuration_ = nullptr;
     std::string host_;

@@ -28,6 +28,11 @@ bool IsAddress(const std::string &text)
            inet_pton(AF_INET6, text.c_str(), &buffer) == 1;
 }
 
+bool IsVersion6(const std::string &address)
+{
+    return address.find(':') != std::string::npos;
+}
+
 bool IsLocalName(const std::string &host)
 {
     return host == "localhost" || host.ends_with(".localhost");

@@ -12,6 +12,9 @@ namespace OHOS::Pelloria::Tnx
 // Whether the text is an address of IPv4 or IPv6, without brackets.
 bool IsAddress(const std::string &text);
 
+// Of an address: whether it is one of IPv6.
+bool IsVersion6(const std::string &address);
+
 // Whether libcurl itself maps the name to the loopback addresses (RFC 6761 section 6.3).
 bool IsLocalName(const std::string &host);
 

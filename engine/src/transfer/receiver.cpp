@@ -27,6 +27,8 @@ Receiver::Receiver(Response &response, Delivery &delivery)
     , delivery_(delivery)
     , configuration_(response.GetRequest()->GetConfiguration())
     , cookies_(configuration_.cookieJar)
+    , pace_(configuration_.limits != nullptr ? static_cast<double>(configuration_.limits->rateDown)
+                                             : 0)
     , body_(response.MutableBody())
 {
     const auto &consumer = configuration_.tracing.eventsHandler.onDataReceive;
@@ -100,8 +102,30 @@ bool Receiver::EndOfBlock()
     // Whether libcurl goes on after a challenge shows only when it delivers a body.
     if (!redirected_ && !(mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407))) {
         TellHeaders();
+        if (AnnouncesTooMuch()) {
+            Fail(CURLE_FILESIZE_EXCEEDED,
+                 "The server announces " + std::to_string(*framing_.length) +
+                     " bytes, and the request takes " + std::to_string(MostBytes()));
+            return false;
+        }
     }
     return !redirected_ || SkipsBody();
+}
+
+// What a content coding makes of its bytes is not known yet.
+bool Receiver::AnnouncesTooMuch() const
+{
+    const bool bodiless =
+        hop_->method == "HEAD" || block_.Status() == 204 || block_.Status() == 304;
+    const bool coded = decodes_ && block_.Has(HeaderBlock::CONTENT_ENCODING);
+    return framing_.length > MostBytes() && !bodiless && !coded;
+}
+
+uint64_t Receiver::MostBytes() const
+{
+    const bool limited =
+        configuration_.limits != nullptr && configuration_.limits->responseSize > 0;
+    return limited ? configuration_.limits->responseSize : std::numeric_limits<uint64_t>::max();
 }
 
 // Whether libcurl has asked for another protocol, in clear text, where HTTP/2 is preferred.
@@ -151,7 +175,20 @@ size_t Receiver::OnBody(std::string_view piece)
     if (!block_.Final()) {
         return Fail(CURLE_WEIRD_SERVER_REPLY, "Data came in place of the final response");
     }
+    if (pace_.Waits()) {
+        held_ = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
     TellHeaders();
+    const size_t taken = Take(piece);
+    if (taken == piece.size()) {
+        pace_.Took(taken);
+    }
+    return taken;
+}
+
+size_t Receiver::Take(std::string_view piece)
+{
     try {
         if (!std::exchange(bodyBegun_, true)) {
             StartDecoding();
@@ -230,6 +267,11 @@ size_t Receiver::DecodeAside()
 
 size_t Receiver::Accept(std::string_view piece)
 {
+    if (piece.size() > MostBytes() - received_) {
+        return Fail(CURLE_FILESIZE_EXCEEDED, "The body is larger than the " +
+                                                 std::to_string(MostBytes()) +
+                                                 " bytes that the request takes");
+    }
     if (!pipe_) {
         return Keep(piece);
     }

@@ -10,6 +10,7 @@
 
 #include "body/body_pipe.h"
 #include "body/kept_body.h"
+#include "body/pace.h"
 #include "body/sliced_decoder.h"
 #include "event/delivery.h"
 #include "http/fetch_cookies.h"
@@ -54,13 +55,18 @@ public:
     bool Ambiguous() const { return framing_.ambiguous; }
     const FetchCookies &Cookies() const { return cookies_; }
 
-    // libcurl waits until the application has taken what it has, or until that is decoded. Whether
-    // it can go on.
+    // libcurl waits until the application has taken what it has, until that is decoded, or until
+    // the rate lets it come. Whether it can go on.
     bool Resumable() const
     {
-        return (paused_ && pipe_->HasRoom()) || (aside_ && !decoder_->Running());
+        return (paused_ && pipe_->HasRoom()) || (aside_ && !decoder_->Running()) ||
+               (held_ && !pace_.Waits());
     }
-    void Resumed() { paused_ = false; }
+    void Resumed() { paused_ = held_ = false; }
+    bool Holds() const { return paused_ || aside_ || held_; }
+
+    // When the rate lets more come, if that is what it waits for.
+    TimePoint HeldUntil() const { return held_ ? pace_.Next() : TimePoint::max(); }
 
     // The application has had everything, or wants no more.
     bool Drained() const { return !pipe_ || pipe_->Drained(); }
@@ -79,11 +85,14 @@ public:
 
 private:
     bool EndOfBlock();
+    bool AnnouncesTooMuch() const;
+    uint64_t MostBytes() const;
     bool AsksForHttp2() const;
     bool SkipsBody();
     void KeepCookies();
     void TellHeaders();
     void StartDecoding();
+    size_t Take(std::string_view piece);
     size_t Decode(std::string_view piece);
     size_t DecodeAside();
     size_t Accept(std::string_view piece);
@@ -95,6 +104,7 @@ private:
     const Configuration &configuration_;
     std::optional<BodyPipe> pipe_;
     FetchCookies cookies_;
+    Pace pace_;
     HeaderBlock block_;
     Framing framing_;
     const Hop *hop_ = nullptr;
@@ -102,6 +112,7 @@ private:
     bool redirected_ = false;
     bool headersTold_ = false;
     bool paused_ = false;
+    bool held_ = false; // by the rate
     bool decodes_ = false;
     bool bodyBegun_ = false;
     std::shared_ptr<SlicedDecoder> decoder_; // null where there is nothing to undo

@@ -20,7 +20,9 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , receiver_(*response_, driver_)
     , sender_(*request_, driver_)
     , progress_(configuration_.tracing.eventsHandler, driver_)
-    , lookup_(core_->GetRuntime().Names(), recorder_, driver_)
+    , lookup_(core_->GetRuntime().Names(), recorder_, driver_,
+              configuration_.limits != nullptr ? configuration_.limits->family : AddressFamily::ANY)
+    , quiet_(QuietWatch::For(configuration_.limits.get()))
 {
     driver_.Attach(*this);
     if (configuration_.tracing.collectConnectionInfo) {
@@ -162,6 +164,12 @@ void Transfer::ChooseRoute()
 {
     phases_.HopStarted(hop_.redirects > 0);
     route_ = {};
+    if (const Limits *const limits = configuration_.limits.get();
+        limits != nullptr && !limits->unixSocket.empty()) {
+        FinishRoute(); // there is nothing to choose
+        return;
+    }
+    route_.Aim(*hop_.url, configuration_.limits.get());
     const ProxyChoice proxy = ChooseProxy(configuration_.proxy, *hop_.url);
     const auto *excludes =
         std::get_if<Exclusions::UrlPredicate>(&configuration_.proxy.exclusions.Get());
@@ -198,8 +206,9 @@ void Transfer::UseProxy(const ProxyChoice &choice)
         }
         recorder_.Note("Uses the proxy " + route_.proxy.Text());
     }
-    if (route_.proxy.ResolvesHere() && !hop_.url->hostIsAddress) {
-        lookup_.Start(hop_.url->host, hop_.url->port, &configuration_, Waker());
+    const bool mayBeName = !hop_.url->hostIsAddress || configuration_.limits != nullptr;
+    if (route_.proxy.ResolvesHere() && mayBeName) {
+        lookup_.Start(route_.Host(*hop_.url), route_.port, &configuration_, Waker());
         state_ = State::TARGET_LOOKUP;
     } else {
         LookUpProxy();
@@ -214,7 +223,9 @@ bool Transfer::TakeTarget()
     const LookupResult &result = lookup_.Result();
     if (!result.error.empty()) {
         Fail(CURLE_COULDNT_RESOLVE_HOST,
-             "Could not resolve host " + hop_.url->Name() + ": " + result.error);
+             "Could not resolve host " +
+                 (route_.otherHost.empty() ? hop_.url->Name() : route_.otherHost) + ": " +
+                 result.error);
         return true;
     }
     route_.addresses = result.addresses;

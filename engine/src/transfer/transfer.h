@@ -13,6 +13,7 @@
 #include "dns/name_lookup.h"
 #include "driver.h"
 #include "pool/session_core.h"
+#include "quiet_watch.h"
 #include "receiver.h"
 #include "report/phases.h"
 #include "report/progress.h"
@@ -82,6 +83,7 @@ private:
     bool GoOn();
     TimeLeft StartAttempt();
     bool EndAttempt();
+    bool StandsStill();
     void TryNextAddresses();
     void EndOfHop(CURLcode code);
     bool Responded(CURLcode code) const;
@@ -134,6 +136,7 @@ private:
     Sender sender_;
     Progress progress_;
     NameLookup lookup_;
+    const std::unique_ptr<QuietWatch> quiet_; // null where nothing asks for it
 
     State state_ = State::START;
     Hop hop_;

@@ -1,4 +1,5 @@
 // How a fetch ends: time-outs, failures with their cause, cancels and completions.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -55,7 +56,12 @@ std::optional<TimePoint> Transfer::HopDeadline() const
 // Until when the transfer may wait for what it waits for now.
 std::optional<TimePoint> Transfer::WaitLimit() const
 {
-    return LooksUp() ? HopDeadline() : state_ == State::UNDER_WAY ? attemptEnd_ : std::nullopt;
+    if (state_ != State::UNDER_WAY) {
+        return LooksUp() ? HopDeadline() : std::nullopt;
+    }
+    const TimePoint next = std::min({attemptEnd_.value_or(TimePoint::max()), receiver_.HeldUntil(),
+                                     quiet_ != nullptr ? quiet_->NextLook() : TimePoint::max()});
+    return next != TimePoint::max() ? std::optional(next) : std::nullopt;
 }
 
 void Transfer::Fail(CURLcode code, std::string why)

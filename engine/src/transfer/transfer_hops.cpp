@@ -27,6 +27,9 @@ void Transfer::Send()
         return;
     }
     receiver_.DecodeContent(!wire_->OwnEncoding());
+    if (quiet_ != nullptr) {
+        quiet_->Start();
+    }
     state_ = State::UNDER_WAY;
 }
 
@@ -69,10 +72,33 @@ void Transfer::TryNextAddresses()
     state_ = State::SEND;
 }
 
+// Ends the hop where the peer has let the time pass that it is given.
+bool Transfer::StandsStill()
+{
+    if (quiet_ == nullptr || quiet_->NextLook() > Clock::now()) {
+        return false;
+    }
+    if (!wire_->Sent()) {
+        quiet_->Start();
+        return false;
+    }
+    const bool ours = receiver_.Holds() || sender_.Asks();
+    std::string why = quiet_->Look(wire_->Moved(), ours, ResponseBegun());
+    if (why.empty()) {
+        return false;
+    }
+    StopWire();
+    Fail(CURLE_OPERATION_TIMEDOUT, std::move(why));
+    return true;
+}
+
 // What a wake-up may mean while the hop is under way.
 bool Transfer::GoOn()
 {
     if (attemptEnd_ && *attemptEnd_ <= Clock::now() && EndAttempt()) {
+        return true;
+    }
+    if (StandsStill()) {
         return true;
     }
     const bool receive = trace_.Resume() || receiver_.Resumable();
@@ -114,7 +140,15 @@ size_t Transfer::OnBody(std::string_view piece) noexcept
     if (trace_.Holds()) {
         return CURL_WRITEFUNC_PAUSE;
     }
-    return driver_.Guarded([&] { return receiver_.OnBody(piece); }, size_t{0});
+    return driver_.Guarded(
+        [&] {
+            const size_t taken = receiver_.OnBody(piece);
+            if (receiver_.HeldUntil() != TimePoint::max()) {
+                driver_.WakeAt(WaitLimit());
+            }
+            return taken;
+        },
+        size_t{0});
 }
 
 void Transfer::OnEvent(curl_infotype type, std::string_view data) noexcept

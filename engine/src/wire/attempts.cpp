@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "http/host_name.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 namespace
@@ -10,11 +12,6 @@ namespace
 
 // More than any working network takes, and less than anybody likes to wait for one that does not.
 constexpr Clock::duration LONGEST = std::chrono::seconds(1);
-
-bool IsVersion6(const std::string &address)
-{
-    return address.find(':') != std::string::npos;
-}
 
 } // namespace
 

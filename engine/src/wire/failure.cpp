@@ -70,6 +70,10 @@ Wire::Failure Wire::Explain(CURLcode code, const HeaderBlock &block) const
     if (multi_.Watched().Floods() != floods_ && code != CURLE_OPERATION_TIMEDOUT) {
         return {CURLE_RECV_ERROR, "The server floods the connection with what is no answer"};
     }
+    if (code == CURLE_INTERFACE_FAILED) {
+        return {code, "Cannot connect from " + request_->GetConfiguration().limits->interface +
+                          ": " + Text(code)};
+    }
     if (code == CURLE_BAD_CONTENT_ENCODING) { // libcurl's own: of a transfer coding
         return {CURLE_WEIRD_SERVER_REPLY, Text(code)};
     }
@@ -128,13 +132,17 @@ bool Wire::Connected() const
 // The address that was reached, or those that there were to try.
 std::string Wire::Address() const
 {
+    const Limits *const limits = request_->GetConfiguration().limits.get();
+    if (limits != nullptr && !limits->unixSocket.empty()) {
+        return "socket " + limits->unixSocket;
+    }
     char *reached = nullptr;
     long port = 0;
     curl_easy_getinfo(easy_.get(), CURLINFO_PRIMARY_IP, &reached);
     curl_easy_getinfo(easy_.get(), CURLINFO_PRIMARY_PORT, &port);
     std::string text = reached != nullptr ? reached : "";
     if (text.empty()) {
-        port = route_->proxy.Direct() ? hop_->url->port : route_->proxy.port;
+        port = route_->PeerPort();
         for (const std::string &address : route_->PeerAddresses()) {
             text += (text.empty() ? "" : " or ") + address;
         }

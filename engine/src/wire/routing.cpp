@@ -17,6 +17,19 @@ bool HasKey(const SecurityConfiguration &security)
     return !client.key.Empty() || !client.keyPassword.Empty();
 }
 
+// What libcurl does not compare when it looks for a kept connection, or where only one of the two
+// has it.
+bool SetsApart(const Limits *limits)
+{
+    return limits != nullptr &&
+           (!limits->interface.empty() || limits->family != AddressFamily::ANY);
+}
+
+std::string InUrl(const std::string &host)
+{
+    return IsVersion6(host) ? "[" + host + "]" : host;
+}
+
 class Hash
 {
 public:
@@ -37,6 +50,23 @@ private:
 
 } // namespace
 
+void Route::Aim(const Url &url, const Limits *limits)
+{
+    port = url.port;
+    if (limits == nullptr) {
+        return;
+    }
+    for (const ConnectTo &rule : limits->connectTo) {
+        if ((rule.host.empty() || AsciiName(rule.host) == url.host) &&
+            (rule.port == 0 || rule.port == url.port)) {
+            const std::string &other = rule.otherHost.empty() ? url.host : rule.otherHost;
+            otherHost = AsciiName(other).value_or(other);
+            port = rule.otherPort == 0 ? url.port : rule.otherPort;
+            return;
+        }
+    }
+}
+
 void Routing::Choose(const Hop &hop, const Route &route, const Configuration &configuration)
 {
     Clear();
@@ -45,15 +75,22 @@ void Routing::Choose(const Hop &hop, const Route &route, const Configuration &co
         AppendTo(resolve_, ResolveLine(proxy.host, proxy.port, route.AddressesNow()));
     }
     const bool hasKey = hop.url->Secure() && HasKey(configuration.security);
-    const bool isLocal = IsLocalName(hop.url->host);
+    const bool apart = hasKey || SetsApart(configuration.limits.get());
+    const bool isNamed = apart || !route.otherHost.empty();
+    const std::string &host = route.Host(*hop.url);
+    const bool isLocal = IsLocalName(host);
     if (!route.addresses.empty()) {
-        SendTo(route.addresses, hop, configuration, proxy.Direct() ? route.attempts : Attempts());
-    } else if (isLocal && proxy.ResolvesHere() && (hasKey || !proxy.Direct())) {
-        SendTo(LoopbackAddresses(), hop, configuration);
-    } else if (hasKey && proxy.ResolvesHere()) {
-        SendTo({hop.url->host}, hop, configuration);
-    } else {
-        alone_ = hasKey; // only the proxy knows the addresses
+        SendTo(route.addresses, hop, route, configuration,
+               proxy.Direct() ? route.attempts : Attempts());
+    } else if (isLocal && proxy.ResolvesHere() && (isNamed || !proxy.Direct())) {
+        SendTo(LoopbackAddresses(), hop, route, configuration);
+    } else if (isNamed && proxy.ResolvesHere()) {
+        SendTo({host}, hop, route, configuration);
+    } else { // only the proxy knows the addresses
+        alone_ = apart;
+        if (!route.otherHost.empty()) {
+            AppendTo(connectTo_, "::" + InUrl(host) + ":" + std::to_string(route.port));
+        }
     }
 }
 
@@ -67,7 +104,7 @@ void Routing::Clear() noexcept
 
 // The client's key takes part in the name because libcurl does not compare it when it looks for a
 // kept connection or TLS session.
-void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop,
+void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop, const Route &route,
                      const Configuration &configuration, const Attempts &attempts)
 {
     Hash hash;
@@ -77,10 +114,14 @@ void Routing::SendTo(const std::vector<std::string> &addresses, const Hop &hop,
         hash.Add(client.key.Get());
         hash.Add(client.keyPassword.Get());
     }
+    if (const Limits *const limits = configuration.limits.get(); SetsApart(limits)) {
+        hash.Add(limits->interface);
+        hash.Add(std::to_string(static_cast<int>(limits->family)));
+    }
     syntheticName_ = std::to_string(hash.Value()) + ".invalid";
-    realName_ = hop.url->Name();
-    AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(hop.url->port));
-    AppendTo(resolve_, ResolveLine(syntheticName_, hop.url->port, attempts.Of(addresses)));
+    realName_ = route.otherHost.empty() ? hop.url->Name() : route.otherHost;
+    AppendTo(connectTo_, "::" + syntheticName_ + ":" + std::to_string(route.port));
+    AppendTo(resolve_, ResolveLine(syntheticName_, route.port, attempts.Of(addresses)));
 }
 
 std::string Routing::WithRealName(std::string text) const

@@ -17,6 +17,15 @@ namespace OHOS::Pelloria::Tnx
 
 // No addresses: the host is one itself, or is resolved elsewhere.
 struct Route {
+    // To the host of the URL, or to one that is to be connected to instead.
+    void Aim(const Url &url, const Limits *limits);
+
+    const std::string &Host(const Url &url) const
+    {
+        return otherHost.empty() ? url.host : otherHost;
+    }
+    uint16_t PeerPort() const { return proxy.Direct() ? port : proxy.port; }
+
     // Whom to connect to: the proxy, if there is one.
     const std::vector<std::string> &PeerAddresses() const
     {
@@ -25,6 +34,8 @@ struct Route {
     const std::vector<std::string> &AddressesNow() const { return attempts.Of(PeerAddresses()); }
 
     Proxy proxy;
+    std::string otherHost; // instead of the URL's, if not empty
+    uint16_t port = 0;     // of the host
     std::vector<std::string> addresses;
     std::vector<std::string> proxyAddresses;
     Attempts attempts;  // at those of the peer
@@ -52,7 +63,7 @@ public:
     std::string WithRealName(std::string text) const;
 
 private:
-    void SendTo(const std::vector<std::string> &addresses, const Hop &hop,
+    void SendTo(const std::vector<std::string> &addresses, const Hop &hop, const Route &route,
                 const Configuration &configuration, const Attempts &attempts = {});
 
     StringList resolve_;

@@ -209,6 +209,11 @@ bool Sender::Resumable() const
                        [](const auto &pull) { return pull->Ready(); });
 }
 
+bool Sender::Asks() const
+{
+    return std::any_of(pulls_.begin(), pulls_.end(), [](const auto &pull) { return pull->Asks(); });
+}
+
 // libcurl counts the framing of chunks too.
 uint64_t Sender::Uploaded(uint64_t counted) const
 {

@@ -46,6 +46,9 @@ public:
     // libcurl paused the body, and can go on.
     bool Resumable() const;
 
+    // The application is being asked for more of it.
+    bool Asks() const;
+
     // Bytes of the body that were sent, of those that libcurl has counted.
     uint64_t Uploaded(uint64_t counted) const;
 

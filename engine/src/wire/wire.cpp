@@ -212,11 +212,27 @@ void Wire::LookWhatIsOut(size_t ofBody) noexcept
 
 bool Wire::Reached() const
 {
-    const uint16_t port = route_->proxy.Direct() ? hop_->url->port : route_->proxy.port;
+    const uint16_t port = route_->PeerPort();
     const std::vector<std::string> &addresses = route_->AddressesNow();
     return std::any_of(addresses.begin(), addresses.end(), [&](const auto &address) {
         return multi_.GetSockets().Reach(address, port);
     });
+}
+
+uint64_t Wire::Moved() const
+{
+    uint64_t moved = 0;
+    for (const CURLINFO info : {CURLINFO_SIZE_UPLOAD_T, CURLINFO_SIZE_DOWNLOAD_T}) {
+        curl_off_t bytes = 0;
+        curl_easy_getinfo(easy_.get(), info, &bytes);
+        moved += static_cast<uint64_t>(bytes);
+    }
+    for (const CURLINFO info : {CURLINFO_REQUEST_SIZE, CURLINFO_HEADER_SIZE}) {
+        long bytes = 0;
+        curl_easy_getinfo(easy_.get(), info, &bytes);
+        moved += static_cast<uint64_t>(bytes);
+    }
+    return moved;
 }
 
 bool Wire::SpokeHttp2() const

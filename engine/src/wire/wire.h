@@ -113,6 +113,9 @@ public:
     // The request may be on its way.
     bool Sent() const { return retry_.Sent(); }
 
+    // Bytes that came and went so far, those of header fields too.
+    uint64_t Moved() const;
+
     // One of the present addresses has taken a connection: also that of another transfer, which
     // this one may be waiting for.
     bool Reached() const;
@@ -148,6 +151,7 @@ private:
     void SetReuse();
     CURLcode SetVersion();
     void SetTimeouts(const TimeLeft &left);
+    void SetLimits(const Limits &limits);
     void SetTables();
     CURLcode SetRest(Sender &sender);
     CURLcode SetProxy();

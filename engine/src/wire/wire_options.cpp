@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "curl/tls_options.h"
+#include "http/host_name.h"
 #include "wire.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -12,10 +13,18 @@ namespace
 
 constexpr long BUFFER = 64L * 1024;
 constexpr long STREAM_BUFFER = 256L * 1024;
+constexpr long LEAST_BUFFER = 1024;
 
 bool HasCredential(const SecurityConfiguration &security)
 {
     return !security.credentialName.Empty() || !security.credentialPassword.Empty();
+}
+
+// With a rate several pieces come in a second, as far as that goes.
+long BufferFor(const Limits *limits, long usual)
+{
+    const bool paced = limits != nullptr && limits->rateDown != 0;
+    return paced ? std::clamp<long>(limits->rateDown / 8, LEAST_BUFFER, usual) : usual;
 }
 
 } // namespace
@@ -29,7 +38,8 @@ CURLcode Wire::SetOptions(const Order &order)
     multi_.GetSockets().SetOptions(options_, order.events ? &watch_ : nullptr);
     SetCallbacks(order);
     const bool streams = static_cast<bool>(configuration.tracing.eventsHandler.onDataReceive);
-    options_.Number(CURLOPT_BUFFERSIZE, streams ? STREAM_BUFFER : BUFFER);
+    options_.Number(CURLOPT_BUFFERSIZE,
+                    BufferFor(configuration.limits.get(), streams ? STREAM_BUFFER : BUFFER));
     options_.Number(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1);
     options_.Number(CURLOPT_FAILONERROR, configuration.failOnHttpError ? 1 : 0);
     options_.Text(CURLOPT_NOPROXY, "");
@@ -47,9 +57,12 @@ CURLcode Wire::SetOptions(const Order &order)
     SetReuse();
     CURLcode code = SetVersion();
     if (hop_->url->Secure() && code == CURLE_OK) {
-        code = NameServerTrust(options_, configuration.security);
+        code = NameServerTrust(options_, configuration.security, configuration.limits.get());
     }
     SetTimeouts(order.left);
+    if (configuration.limits != nullptr) {
+        SetLimits(*configuration.limits);
+    }
     options_.End();
     return code;
 }
@@ -155,6 +168,21 @@ void Wire::SetTimeouts(const TimeLeft &left)
                         std::min<long>(left.attempt.count() / 2, 200));
     }
     options_.Number(CURLOPT_TIMEOUT_MS, std::min<long>(left.transfer.count(), INT_MAX));
+}
+
+void Wire::SetLimits(const Limits &limits)
+{
+    if (limits.rateUp != 0) {
+        options_.Number(CURLOPT_MAX_SEND_SPEED_LARGE, limits.rateUp);
+    }
+    if (!limits.unixSocket.empty()) {
+        options_.Text(CURLOPT_UNIX_SOCKET_PATH, limits.unixSocket);
+    }
+    if (!limits.interface.empty()) {
+        // Told apart, or libcurl would look up what is no interface as a name.
+        const char *const kind = IsAddress(limits.interface) ? "host!" : "if!";
+        options_.Text(CURLOPT_INTERFACE, kind + limits.interface);
+    }
 }
 
 // What is rare, or a secret, of which no copy is kept: the next exchange begins without it.
