@@ -8,6 +8,7 @@
 #define TNX_C_EXT_H
 
 #include "tnx_c.h"
+#include "tnx_c_ext/body.h"
 #include "tnx_c_ext/connection.h"
 #include "tnx_c_ext/cookie_jar.h"
 #include "tnx_c_ext/errors.h"

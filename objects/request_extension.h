@@ -3,6 +3,7 @@
 #define TNX_OBJECTS_REQUEST_EXTENSION_H
 
 #include "common/guard.h"
+#include "objects/request_body.h"
 #include "objects/request_limits.h"
 #include "tnx_c/request.h"
 #include "tnx_c_ext/trace.h"
@@ -20,6 +21,7 @@ struct RequestExtras {
     } trace = {};
     bool collectConnectionInfo = false;
     RequestLimits limits;
+    RequestBody body;
 };
 
 struct ExtendedRequest {

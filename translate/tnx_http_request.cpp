@@ -49,18 +49,29 @@ std::string JoinUrl(const Tnx_SessionConfiguration *session, const char *url)
     return joined += url;
 }
 
+// What stands in for the content, or null.
+const RequestBody *OwnBodyOf(const Tnx_Request &request)
+{
+    const ExtendedRequest *extended = ExtensionOf(&request);
+    const bool given =
+        extended != nullptr && extended->extras != nullptr && extended->extras->body.Given();
+    return given ? &extended->extras->body : nullptr;
+}
+
 Tnx::Headers MakeHeaders(const Tnx_SessionConfiguration *session, const Tnx_Request &request)
 {
     Tnx::Headers headers =
         TnxToCppHeaders(request.headers, session == nullptr ? nullptr : session->headers);
     // The spelling is compared exactly, and the method does not matter.
-    const Tnx_RequestContent *content = request.content;
-    if (content != nullptr && content->type < DEFAULT_CONTENT_TYPES.size()) {
+    const size_t kind = OwnBodyOf(request) != nullptr ? size_t{TNX_CONTENT_GET_DATA}
+                        : request.content != nullptr  ? request.content->type
+                                                      : DEFAULT_CONTENT_TYPES.size();
+    if (kind < DEFAULT_CONTENT_TYPES.size()) {
         const bool given = std::any_of(headers.begin(), headers.end(), [](const auto &field) {
             return field.first == CONTENT_TYPE;
         });
         if (!given) {
-            Tnx::FieldValues values = {DEFAULT_CONTENT_TYPES[content->type]};
+            Tnx::FieldValues values = {DEFAULT_CONTENT_TYPES[kind]};
             values.source = Tnx::FieldSource::DEFAULT;
             headers.emplace_back(CONTENT_TYPE, std::move(values));
         }
@@ -165,8 +176,10 @@ std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *se
     out->SetHeaders(MakeHeaders(sessionConfiguration, *request));
     out->SetRequestCookies(MakeCookies(sessionConfiguration, *request));
     if (CarriesBody(out->GetMethod())) {
-        out->SetContent(request->content == nullptr ? nullptr
-                                                    : TnxToCppRequestContent(*request->content));
+        const RequestBody *const own = OwnBodyOf(*request);
+        out->SetContent(own != nullptr                ? TnxToCppRequestBody(*own)
+                        : request->content == nullptr ? nullptr
+                                                      : TnxToCppRequestContent(*request->content));
     }
     out->SetTransferRange(MakeRange(request->transferRange));
     out->SetOnTrace(MakeTrace(*request));

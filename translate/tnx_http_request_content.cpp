@@ -36,6 +36,18 @@ std::shared_ptr<std::string> PullData(Tnx_GetDataCallback callback, size_t size)
     return std::make_shared<std::string>(buffer.get(), static_cast<size_t>(count));
 }
 
+std::shared_ptr<std::string> ReadSource(const Tnx_BodySource &source, size_t size)
+{
+    auto piece = std::make_shared<std::string>();
+    piece->resize(size);
+    const int64_t count = source.read(source.usrCtx, piece->data(), size);
+    if (count < 0 || static_cast<size_t>(count) > size) {
+        return nullptr;
+    }
+    piece->resize(static_cast<size_t>(count));
+    return piece;
+}
+
 // False for an unknown source.
 bool TranslateSource(const Tnx_ContentOrPathOrCallback &source,
                      Tnx::ContentOrPathOrGetDataCallback &out)
@@ -121,6 +133,26 @@ std::shared_ptr<Tnx::MultipartForm> TranslateMultipartForm(const Tnx_MultipartFo
 Tnx::GetDataFunction TnxMakeGetDataCallback(Tnx_GetDataCallback callback)
 {
     return [callback](size_t size) { return PullData(callback, size); };
+}
+
+std::shared_ptr<Tnx::RequestContent> TnxToCppRequestBody(const RequestBody &body)
+{
+    auto out = std::make_shared<Tnx::RequestContent>();
+    if (!body.Path().empty()) {
+        out->SetFile(body.Path());
+        return out;
+    }
+    const Tnx_BodySource &source = body.Source();
+    Tnx::BodySource made;
+    made.read = [source](size_t size) { return ReadSource(source, size); };
+    if (source.rewind != nullptr) {
+        made.rewind = [source] { return source.rewind(source.usrCtx); };
+    }
+    if (source.length != 0) {
+        made.length = static_cast<uint64_t>(source.length);
+    }
+    out->SetSource(std::move(made));
+    return out;
 }
 
 int TnxToCppFormFieldValue(const Tnx_FormFieldValue *value, Tnx::FormFieldValue &out)

@@ -2,6 +2,7 @@
 #ifndef TNX_TRANSLATE_TNX_HTTP_REQUEST_CONTENT_H
 #define TNX_TRANSLATE_TNX_HTTP_REQUEST_CONTENT_H
 
+#include "objects/request_body.h"
 #include "tnx_c/request.h"
 #include "tnx_native/content.h"
 
@@ -12,6 +13,9 @@ namespace OHOS::Pelloria::TnxC
 
 // Empty for an unknown kind.
 std::shared_ptr<Tnx::RequestContent> TnxToCppRequestContent(const Tnx_RequestContent &content);
+
+// Of one that is given. Keeps the source by value, which the request owns.
+std::shared_ptr<Tnx::RequestContent> TnxToCppRequestBody(const RequestBody &body);
 
 // Returns 0, or -1 for an unknown type, which leaves `out` alone.
 int TnxToCppFormFieldValue(const Tnx_FormFieldValue *value, Tnx::FormFieldValue &out);

@@ -1,4 +1,4 @@
-// The body of a request: a string, a form, a multipart form, or a function that gives it piece by
+// The body of a request: a string, a form, a multipart form, a file, or what gives it piece by
 // piece.
 #ifndef TNX_NATIVE_CONTENT_H
 #define TNX_NATIVE_CONTENT_H
@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -16,6 +18,19 @@ namespace OHOS::Pelloria::Tnx
 
 // Gives at most `size` bytes of a body. An empty string is its end, an empty reference a failure.
 using GetDataFunction = std::function<std::shared_ptr<std::string>(size_t size)>;
+
+// A body that is read piece by piece.
+struct BodySource {
+    GetDataFunction read;
+    std::function<bool()> rewind; // before each start; empty: it is there once
+    std::optional<uint64_t>
+        length; // exactly so many bytes; else what a content-length says, if any
+};
+
+// A body that is read from a file.
+struct BodyFile {
+    std::string path;
+};
 
 // One typed value of a form field.
 class FormFieldValue
@@ -80,18 +95,20 @@ struct MultipartForm {
     std::unordered_map<std::string, std::vector<MultipartFormFieldValue>> fields;
 };
 
-// The body, one of four kinds. An empty reference to a form counts as an empty body.
+// The body, of one kind. An empty reference to a form counts as an empty body.
 class RequestContent
 {
 public:
     using Content =
         std::variant<std::monostate, std::shared_ptr<std::string>, std::shared_ptr<Form>,
-                     std::shared_ptr<MultipartForm>, GetDataFunction>;
+                     std::shared_ptr<MultipartForm>, GetDataFunction, BodySource, BodyFile>;
 
     void SetString(const std::shared_ptr<std::string> &value) { content_ = value; }
     void SetForm(const std::shared_ptr<Form> &form) { content_ = form; }
     void SetMultipartForm(const std::shared_ptr<MultipartForm> &form) { content_ = form; }
     void SetGetDataCallback(const GetDataFunction &callback) { content_ = callback; }
+    void SetSource(BodySource source) { content_ = std::move(source); }
+    void SetFile(const std::string &path) { content_ = BodyFile{path}; }
     const Content &Get() const { return content_; }
 
 private:

@@ -34,7 +34,8 @@ std::optional<size_t> PullBody::TryRead(char *buffer, size_t size)
     }
     if (ended_ && length_) {
         delivery_.Stop(CURLE_PARTIAL_FILE,
-                       "The body callback ended before the content-length was reached");
+                       "The body callback ended before the content-length was reached: " +
+                           std::to_string(sent_) + " of " + std::to_string(*length_) + " bytes");
     }
     if (ended_ && (failed_ || length_)) {
         return CURL_READFUNC_ABORT;
@@ -68,43 +69,93 @@ size_t PullBody::ReadOrAsk(char *buffer, size_t size)
     return count.value_or(CURL_READFUNC_PAUSE);
 }
 
-void PullBody::Pull()
+// Null for a failure, of which the transfer is told.
+std::shared_ptr<std::string> PullBody::Ask(bool rewinds)
 {
-    {
-        MutexLock lock(mutex_);
-        if (stopped_) {
-            return;
-        }
-    }
     std::shared_ptr<std::string> piece;
-    delivery_.Call([&] { piece = function_(PIECE); });
-    if (piece == nullptr) {
+    bool rewound = true;
+    delivery_.Call([&] {
+        rewound = !rewinds || source_.rewind();
+        if (rewound) {
+            piece = source_.read(PIECE);
+        }
+    });
+    if (!rewound) {
+        delivery_.Stop(CURLE_SEND_FAIL_REWIND, "The body cannot be taken back to its start");
+    } else if (piece == nullptr) {
         delivery_.Stop(CURLE_ABORTED_BY_CALLBACK, "The body callback reported failure");
     }
-    {
+    return piece;
+}
+
+// Where libcurl goes back meanwhile, what was read is of no use.
+void PullBody::Pull()
+{
+    bool again = true;
+    while (again) {
+        bool rewinds = false;
+        {
+            MutexLock lock(mutex_);
+            if (stopped_) {
+                return;
+            }
+            rewinds = std::exchange(restarts_, false);
+        }
+        std::shared_ptr<std::string> piece = Ask(rewinds);
         MutexLock lock(mutex_);
-        pulling_ = false;
-        failed_ = piece == nullptr;
-        ended_ = failed_ || piece->empty();
-        data_ = std::move(piece);
-        offset_ = 0;
-        if (!paused_) {
-            return;
+        again = restarts_ && piece != nullptr;
+        if (!again) {
+            pulling_ = false;
+            failed_ = piece == nullptr || TooMuch(*piece);
+            ended_ = failed_ || piece->empty();
+            data_ = failed_ ? nullptr : std::move(piece);
+            offset_ = 0;
+            if (!paused_) {
+                return;
+            }
         }
     }
     delivery_.Wake();
 }
 
+// Told before any of it is sent.
+bool PullBody::TooMuch(const std::string &piece) const
+{
+    const bool tooMuch = source_.length && piece.size() > *source_.length - sent_;
+    if (tooMuch) {
+        delivery_.Stop(CURLE_ABORTED_BY_CALLBACK, "The body callback gave more than the " +
+                                                      std::to_string(*source_.length) +
+                                                      " bytes that it has announced");
+    }
+    return tooMuch;
+}
+
+bool PullBody::GoBack()
+{
+    MutexLock lock(mutex_);
+    if (sent_ == 0) {
+        return true;
+    }
+    if (!CanRewind()) {
+        return false;
+    }
+    data_ = nullptr;
+    sent_ = 0;
+    ended_ = failed_;
+    restarts_ = true;
+    return true;
+}
+
 bool PullBody::Ready() const
 {
     MutexLock lock(mutex_);
-    return paused_ && !pulling_;
+    return paused_ && !pulling_ && !stopped_;
 }
 
 bool PullBody::Asks() const
 {
     MutexLock lock(mutex_);
-    return pulling_;
+    return pulling_ && !stopped_;
 }
 
 uint64_t PullBody::Sent() const
@@ -113,16 +164,17 @@ uint64_t PullBody::Sent() const
     return sent_;
 }
 
-bool PullBody::Untouched() const
+bool PullBody::CanReplay() const
 {
     MutexLock lock(mutex_);
-    return !asked_;
+    return !asked_ || CanRewind();
 }
 
 bool PullBody::Ended() const
 {
     MutexLock lock(mutex_);
-    return ended_ && (data_ == nullptr || offset_ >= data_->size());
+    return (length_ && sent_ == *length_) ||
+           (ended_ && (data_ == nullptr || offset_ >= data_->size()));
 }
 
 void PullBody::Stop()

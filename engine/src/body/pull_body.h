@@ -18,11 +18,13 @@ namespace OHOS::Pelloria::Tnx
 class PullBody
 {
 public:
-    // With a length, exactly so many bytes are sent.
-    PullBody(GetDataFunction function, std::optional<uint64_t> length, Delivery &delivery)
-        : function_(std::move(function))
-        , length_(length)
+    // With a length, exactly so many bytes are sent. `announced`: by a field, what the source has
+    // beyond it is left out.
+    PullBody(BodySource source, std::optional<uint64_t> announced, Delivery &delivery)
+        : source_(std::move(source))
+        , length_(source_.length ? source_.length : announced)
         , delivery_(delivery)
+        , restarts_(CanRewind())
     {
     }
 
@@ -38,8 +40,11 @@ public:
 
     uint64_t Sent() const;
 
-    // The function has not been asked: nothing of the body is gone.
-    bool Untouched() const;
+    // For libcurl: goes back to the start, if that is possible.
+    bool GoBack();
+
+    // Nothing of the body is gone, or it can be read again.
+    bool CanReplay() const;
 
     // libcurl has had all of it.
     bool Ended() const;
@@ -48,11 +53,14 @@ public:
     void Stop();
 
 private:
+    bool CanRewind() const { return static_cast<bool>(source_.rewind); }
     void Pull();
+    std::shared_ptr<std::string> Ask(bool rewinds);
+    bool TooMuch(const std::string &piece) const REQUIRES(mutex_);
     size_t ReadOrAsk(char *buffer, size_t size);
     std::optional<size_t> TryRead(char *buffer, size_t size) REQUIRES(mutex_);
 
-    const GetDataFunction function_;
+    const BodySource source_;
     const std::optional<uint64_t> length_;
     Delivery &delivery_;
 
@@ -60,6 +68,7 @@ private:
     std::shared_ptr<std::string> data_ GUARDED_BY(mutex_);
     size_t offset_ GUARDED_BY(mutex_) = 0;
     uint64_t sent_ GUARDED_BY(mutex_) = 0;
+    bool restarts_ GUARDED_BY(mutex_); // what comes next is to be the start
     bool asked_ GUARDED_BY(mutex_) = false;
     bool ended_ GUARDED_BY(mutex_) = false;
     bool pulling_ GUARDED_BY(mutex_) = false;

@@ -42,6 +42,9 @@ bool IsLengthOfBody(const Request &request, uint64_t length)
     if (const auto *text = std::get_if<std::shared_ptr<std::string>>(&content->Get())) {
         return length == (*text != nullptr ? (*text)->size() : 0);
     }
+    if (const auto *source = std::get_if<BodySource>(&content->Get())) {
+        return length == source->length.value_or(length);
+    }
     return std::holds_alternative<GetDataFunction>(content->Get());
 }
 

@@ -35,6 +35,9 @@ public:
     bool Holds();
     bool Resume();
 
+    // It was told so, and has not gone on yet.
+    bool Held() const { return holds_; }
+
 private:
     bool Full() const;
     void Push(uint32_t kind, std::string_view data);

@@ -82,7 +82,7 @@ bool Transfer::StandsStill()
         quiet_->Start();
         return false;
     }
-    const bool ours = receiver_.Holds() || sender_.Asks();
+    const bool ours = receiver_.Holds() || trace_.Held() || sender_.Asks();
     std::string why = quiet_->Look(wire_->Moved(), ours, ResponseBegun());
     if (why.empty()) {
         return false;

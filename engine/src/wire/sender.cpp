@@ -1,4 +1,4 @@
-// Bodies of the four kinds, as options of libcurl.
+// Bodies of each kind, as options of libcurl.
 #include "sender.h"
 
 #include <algorithm>
@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/secrets.h"
+#include "body/file_body.h"
 #include "body/form_encoding.h"
 #include "http/content_type.h"
 
@@ -29,11 +30,12 @@ size_t ReadPull(char *buffer, size_t size, size_t count, void *pull)
     return static_cast<PullBody *>(pull)->Read(buffer, size * count);
 }
 
-// What was pulled is gone: libcurl may only stay where it is.
+// libcurl goes nowhere but to the start.
 int SeekPull(void *pull, curl_off_t offset, int origin)
 {
-    const bool atStart = static_cast<PullBody *>(pull)->Sent() == 0;
-    return atStart && offset == 0 && origin == SEEK_SET ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
+    const bool toStart = offset == 0 && origin == SEEK_SET;
+    return toStart && static_cast<PullBody *>(pull)->GoBack() ? CURL_SEEKFUNC_OK
+                                                              : CURL_SEEKFUNC_FAIL;
 }
 
 // Why libcurl could not read the file, or nothing. It opens the file late, and takes a directory
@@ -64,8 +66,14 @@ bool Sender::IsText() const
 {
     const auto &content = request_.GetContent()->Get();
     const auto *const multipart = std::get_if<std::shared_ptr<MultipartForm>>(&content);
-    return multipart != nullptr ? *multipart == nullptr
-                                : !std::holds_alternative<GetDataFunction>(content);
+    return multipart != nullptr ? *multipart == nullptr : !IsPulled();
+}
+
+bool Sender::IsPulled() const
+{
+    const auto &content = request_.GetContent()->Get();
+    return std::holds_alternative<GetDataFunction>(content) ||
+           std::holds_alternative<BodySource>(content) || std::holds_alternative<BodyFile>(content);
 }
 
 std::string_view Sender::Text()
@@ -84,24 +92,50 @@ std::string_view Sender::Text()
 
 CURLcode Sender::SetOptions(CURL *easy, std::optional<uint64_t> length)
 {
+    Stop(); // of hops before
     const auto &content = request_.GetContent()->Get();
     if (const auto *const form = std::get_if<std::shared_ptr<MultipartForm>>(&content)) {
         SecretSeen();
         return SetMultipartOptions(easy, **form);
     }
-    return SetPullOptions(easy, std::get<GetDataFunction>(content), length);
+    BodySource source;
+    const CURLcode code = FindSource(source, length);
+    return code == CURLE_OK ? SetPullOptions(easy, std::move(source), length) : code;
 }
 
-PullBody &Sender::NewPull(const GetDataFunction &function, std::optional<uint64_t> length)
+CURLcode Sender::FindSource(BodySource &source, std::optional<uint64_t> length)
 {
-    pulls_.push_back(std::make_unique<PullBody>(function, length, delivery_));
+    const auto &content = request_.GetContent()->Get();
+    if (const auto *const function = std::get_if<GetDataFunction>(&content)) {
+        source.read = *function;
+    } else if (const auto *const given = std::get_if<BodySource>(&content)) {
+        source = *given;
+    } else {
+        std::optional<BodySource> file =
+            OpenBody(std::get<BodyFile>(content).path, delivery_, problem_);
+        if (!file) {
+            return CURLE_READ_ERROR;
+        }
+        if (length && length != file->length) {
+            problem_ = "The request is not sent: the content-length does not tell the " +
+                       std::to_string(*file->length) + " bytes of the file";
+            return CURLE_BAD_FUNCTION_ARGUMENT;
+        }
+        source = std::move(*file);
+    }
+    return CURLE_OK;
+}
+
+PullBody &Sender::NewPull(BodySource source, std::optional<uint64_t> length)
+{
+    pulls_.push_back(std::make_unique<PullBody>(std::move(source), length, delivery_));
     return *pulls_.back();
 }
 
-CURLcode Sender::SetPullOptions(CURL *easy, const GetDataFunction &function,
-                                std::optional<uint64_t> length)
+CURLcode Sender::SetPullOptions(CURL *easy, BodySource source, std::optional<uint64_t> length)
 {
-    PullBody &pull = NewPull(function, length);
+    length = source.length ? source.length : length;
+    PullBody &pull = NewPull(std::move(source), length);
     curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, 256L * 1024);
     curl_easy_setopt(easy, CURLOPT_READFUNCTION, ReadPull);
@@ -178,7 +212,7 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
                        },
                        [&](const GetDataFunction &function) {
                            return curl_mime_data_cb(part, -1, ReadPull, SeekPull, nullptr,
-                                                    &NewPull(function, std::nullopt));
+                                                    &NewPull({function, {}, {}}, std::nullopt));
                        },
                    },
                    file.contentOrPath->Get());
@@ -195,7 +229,7 @@ CURLcode Sender::AddFile(curl_mimepart *part, const FormFieldFileValue &file)
 bool Sender::CanReplay() const
 {
     return std::all_of(pulls_.begin(), pulls_.end(),
-                       [](const auto &pull) { return pull->Untouched(); });
+                       [](const auto &pull) { return pull->CanReplay(); });
 }
 
 bool Sender::Ended() const
@@ -217,9 +251,8 @@ bool Sender::Asks() const
 // libcurl counts the framing of chunks too.
 uint64_t Sender::Uploaded(uint64_t counted) const
 {
-    const bool pulled =
-        HasBody() && std::holds_alternative<GetDataFunction>(request_.GetContent()->Get());
-    return pulled && !pulls_.empty() ? std::min(counted, pulls_.back()->Sent()) : counted;
+    return HasBody() && IsPulled() && !pulls_.empty() ? std::min(counted, pulls_.back()->Sent())
+                                                      : counted;
 }
 
 void Sender::Stop()

@@ -52,19 +52,20 @@ public:
     // Bytes of the body that were sent, of those that libcurl has counted.
     uint64_t Uploaded(uint64_t counted) const;
 
-    // What CURLE_READ_ERROR of SetOptions is about.
+    // What a failure of SetOptions is about.
     const std::string &Problem() const { return problem_; }
 
     // The application is not asked for data any more.
     void Stop();
 
 private:
-    CURLcode SetPullOptions(CURL *easy, const GetDataFunction &function,
-                            std::optional<uint64_t> length);
+    bool IsPulled() const;
+    CURLcode FindSource(BodySource &source, std::optional<uint64_t> length);
+    CURLcode SetPullOptions(CURL *easy, BodySource source, std::optional<uint64_t> length);
     CURLcode SetMultipartOptions(CURL *easy, const MultipartForm &form);
     CURLcode AddPart(const std::string &name, const MultipartFormFieldValue &value);
     CURLcode AddFile(curl_mimepart *part, const FormFieldFileValue &file);
-    PullBody &NewPull(const GetDataFunction &function, std::optional<uint64_t> length);
+    PullBody &NewPull(BodySource source, std::optional<uint64_t> length);
 
     const Request &request_;
     Delivery &delivery_;
