@@ -55,10 +55,11 @@ public:
     void Opened(int fd);
     void Closed(int fd) noexcept;
 
-    // So many bytes have come of what was read.
+    // A piece of so many bytes has come of what was read, and of its chunk, frame and record.
     void Brought(size_t bytes) noexcept
     {
-        brought_.store(brought_.load(std::memory_order_relaxed) + bytes, std::memory_order_relaxed);
+        brought_.store(brought_.load(std::memory_order_relaxed) + bytes + FRAMING,
+                       std::memory_order_relaxed);
     }
 
     // Connections that were ended, ever.
@@ -66,6 +67,7 @@ public:
 
 private:
     friend class FloodWatch;
+    static constexpr size_t FRAMING = 256;
 
     struct Connection {
         int fd;
