@@ -15,7 +15,8 @@ typedef enum Tnx_TracePhase {
     TNX_TRACE_QUEUED = 16,        /**< Waits for its turn to have a connection. */
     TNX_TRACE_LEFT_QUEUE = 17,    /**< Has it: time 0 of Tnx_TimeInfo. */
     TNX_TRACE_LOOKED_UP = 18,     /**< Data: the addresses, with a blank between. */
-    TNX_TRACE_CONNECTING = 19,    /**< Data: to "192.0.2.1:443" or "[2001:db8::1]:443". */
+    TNX_TRACE_CONNECTING = 19,    /**< Data: to "192.0.2.1:443" or "[2001:db8::1]:443",
+                                       or the path of a Unix socket. */
     TNX_TRACE_NOT_CONNECTED = 20, /**< Data: the same, a blank, and why. */
     TNX_TRACE_CONNECTED = 21,     /**< Data: to which of them. */
     TNX_TRACE_TLS_DONE = 22,      /**< Data: "TLSv1.3 TLS_AES_256_GCM_SHA384". */

@@ -6,6 +6,7 @@
 #include "proxy_servers.h"
 #include "tests/e2e/client.h"
 #include "tnx_c_ext/limits.h"
+#include "tnx_c_ext/trace.h"
 
 #include <atomic>
 
@@ -102,6 +103,20 @@ TEST_F(RequestLimitsTest, ConnectionsGoWhereTheyAreSent)
     Expect("http://some.test/redirect?to=http://other.test/echo", socket, 0, "Host: other.test");
     Expect(far, socket, 0, host, "http://127.0.0.1:" + std::to_string(refusing.Port()));
     Expect(far, connect(TNX_CONNECTION_UNIX_SOCKET, missing), TNX_ERR_CONNECT, "socket " + missing);
+    Call traced(far);
+    socket.Give(traced);
+    std::string told;
+    OVX_Tnx_SetRequestTrace(
+        traced.Get(),
+        [](void *text, const Tnx_TraceEvent *event) {
+            if (event->kind == TNX_TRACE_CONNECTING || event->kind == TNX_TRACE_CONNECTED) {
+                *static_cast<std::string *>(text) += std::string(event->data, event->length) + " ";
+            }
+        },
+        &told);
+    Close(); // and what it has kept
+    EXPECT_EQ(traced.FetchSync(Session()).code, 0U);
+    EXPECT_EQ(told, path + " " + path + " ");
     // Other hosts and ports.
     Expect(far, elsewhere("some.test:80:" + to), 0, host);
     Expect(far, elsewhere("some.test:81:x:1,::" + to + ",::x:1"), 0, host);

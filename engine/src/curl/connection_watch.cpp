@@ -4,12 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
+#include <string>
 #include <utility>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 
 namespace OHOS::Pelloria::Tnx
 {
@@ -27,6 +30,10 @@ bool Failed(curl_socket_t fd)
 Endpoint EndpointOf(const curl_sockaddr &address)
 {
     std::array<char, INET6_ADDRSTRLEN> text{};
+    if (address.family == AF_UNIX) {
+        const auto *const path = reinterpret_cast<const sockaddr_un &>(address.addr).sun_path;
+        return {std::string(path, strnlen(path, sizeof(sockaddr_un::sun_path))), 0};
+    }
     if (address.family == AF_INET6) {
         const auto &v6 = reinterpret_cast<const sockaddr_in6 &>(address.addr);
         inet_ntop(AF_INET6, &v6.sin6_addr, text.data(), text.size());
@@ -87,7 +94,8 @@ void ConnectionWatch::OnClose(curl_socket_t fd) noexcept
     if (closed != open_.end()) {
         long error = 0;
         curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &error);
-        Tell(*closed, Failed(fd) && error != 0 ? static_cast<int>(error) : ETIMEDOUT);
+        const bool failed = closed->peer.port == 0 || Failed(fd);
+        Tell(*closed, failed && error != 0 ? static_cast<int>(error) : ETIMEDOUT);
         open_.erase(closed);
     }
 }

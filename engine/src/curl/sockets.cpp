@@ -93,7 +93,11 @@ bool Sockets::HasPeer(curl_socket_t fd, const std::string &host, uint16_t port)
     in6_addr wanted{};
     socklen_t size = sizeof peer;
     socklen_t typeSize = sizeof type;
-    if (getpeername(fd, &peer.any, &size) != 0 || peer.Port() != port ||
+    const bool stands = getpeername(fd, &peer.any, &size) == 0;
+    if (port == 0) { // of a Unix socket
+        return stands;
+    }
+    if (!stands || peer.Port() != port ||
         getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &typeSize) != 0 || type != SOCK_STREAM ||
         inet_pton(peer.any.sa_family, host.c_str(), &wanted) != 1) {
         return false;

@@ -10,6 +10,9 @@ namespace
 
 std::string Text(const Endpoint &peer)
 {
+    if (peer.port == 0) {
+        return peer.address; // the path of a Unix socket
+    }
     const bool bracketed = peer.address.find(':') != std::string::npos;
     return (bracketed ? "[" + peer.address + "]" : peer.address) + ":" + std::to_string(peer.port);
 }
