@@ -55,6 +55,8 @@ struct Tnx_HttpSession : std::enable_shared_from_this<Tnx_HttpSession> {
     std::unordered_map<std::string, FlightPtr> flights GUARDED_BY(requestMutex); // by identifier
     std::shared_ptr<Tnx::CookieJar> cookieJar GUARDED_BY(requestMutex);          // empty: none
     std::atomic<bool> hasCookieJar = false; // most have none, and need no lock to know
+    std::shared_ptr<const Tnx::RetryPolicy> retry GUARDED_BY(requestMutex); // empty: none
+    std::atomic<bool> hasRetry = false;
     std::atomic<SessionState> state = SessionState::OPEN;
     std::shared_ptr<Tnx_HttpSession> self;
 };

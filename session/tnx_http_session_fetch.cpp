@@ -31,6 +31,10 @@ std::shared_ptr<Tnx::Request> MakeEngineRequest(Tnx_HttpSession &session,
         const MutexLock lock(session.requestMutex);
         engineRequest->MutableConfiguration().cookieJar = session.cookieJar;
     }
+    if (session.hasRetry) {
+        const MutexLock lock(session.requestMutex);
+        engineRequest->SetRetryPolicy(session.retry);
+    }
     return engineRequest;
 }
 

@@ -205,6 +205,16 @@ static const struct Row rows[] = {
     AT(Tnx_Response, destroyResponse, 80),
     AT(Tnx_Response, engineResponse, 88),
 
+    SIZE(Tnx_RetryPolicy, 48),
+    AT(Tnx_RetryPolicy, attempts, 0),
+    AT(Tnx_RetryPolicy, firstWait, 4),
+    AT(Tnx_RetryPolicy, longestWait, 8),
+    AT(Tnx_RetryPolicy, giveUpAfter, 12),
+    AT(Tnx_RetryPolicy, statuses, 16),
+    AT(Tnx_RetryPolicy, statusCount, 24),
+    AT(Tnx_RetryPolicy, codes, 32),
+    AT(Tnx_RetryPolicy, codeCount, 40),
+
     SIZE(Tnx_TraceEvent, 32),
     AT(Tnx_TraceEvent, kind, 0),
     AT(Tnx_TraceEvent, time, 8),

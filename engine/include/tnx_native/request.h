@@ -10,6 +10,7 @@
 #include "configuration.h"
 #include "content.h"
 #include "headers.h"
+#include "retry_policy.h"
 #include "trace_event.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -32,6 +33,7 @@ public:
     void SetContent(const std::shared_ptr<RequestContent> &content) { content_ = content; }
     void SetTransferRange(TransferRange range) { range_ = std::move(range); }
     void SetOnTrace(TraceCallback callback) { onTrace_ = std::move(callback); }
+    void SetRetryPolicy(std::shared_ptr<const RetryPolicy> policy) { retry_ = std::move(policy); }
     Configuration &MutableConfiguration() { return *configuration_; }
     // No callback of the request starts once this has returned. There is no way back.
     void SetCanceled(bool canceled)
@@ -48,7 +50,8 @@ public:
     const RequestCookies &GetRequestCookies() const { return cookies_; }
     const std::shared_ptr<RequestContent> &GetContent() const { return content_; }
     const TransferRange &GetTransferRange() const { return range_; }
-    const TraceCallback &OnTrace() const { return onTrace_; } // may be empty
+    const TraceCallback &OnTrace() const { return onTrace_; }          // may be empty
+    const RetryPolicy *GetRetryPolicy() const { return retry_.get(); } // null: none
     const Configuration &GetConfiguration() const { return *configuration_; }
     bool IsCanceled() const { return gate_.Closed(); }
     CallbackGate &Gate() { return gate_; }
@@ -62,6 +65,7 @@ private:
     std::shared_ptr<RequestContent> content_;
     TransferRange range_;
     TraceCallback onTrace_;
+    std::shared_ptr<const RetryPolicy> retry_;
     // A block of its own: together they would be too large for malloc's fast paths.
     const std::unique_ptr<Configuration> configuration_ = std::make_unique<Configuration>();
     CallbackGate gate_;

@@ -41,6 +41,13 @@ public:
         size_ += piece.size();
     }
 
+    void Forget()
+    {
+        body_.clear();
+        full_.clear();
+        size_ = 0;
+    }
+
     // When nothing more comes: takes the memory for the whole. True when Join has something to do.
     bool MakeRoom()
     {

@@ -32,6 +32,14 @@ void Phases::LeftQueue()
     times_.startedAt = std::chrono::duration_cast<std::chrono::microseconds>(wall).count();
 }
 
+void Phases::StartOver()
+{
+    const TimePoint now = Clock::now();
+    times_.queue += Microseconds(now - (started_ ? start_ : queuedAt_));
+    queuedAt_ = now;
+    started_ = false;
+}
+
 int64_t Phases::SinceStart(TimePoint at) const
 {
     return Microseconds(at - start_);

@@ -31,6 +31,9 @@ public:
     void Queued();
     void LeftQueue();
 
+    // Another attempt begins, whose times these are from now on: all before it counts as queue.
+    void StartOver();
+
     void HopStarted(bool redirected); // a hop leaves for its lookup
     void HopResolved();
     void HopSentAgain(); // to other addresses

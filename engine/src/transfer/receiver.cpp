@@ -22,9 +22,10 @@ constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connectio
 
 } // namespace
 
-Receiver::Receiver(Response &response, Delivery &delivery)
+Receiver::Receiver(Response &response, Delivery &delivery, Retries &retries)
     : response_(response)
     , delivery_(delivery)
+    , retries_(retries)
     , configuration_(response.GetRequest()->GetConfiguration())
     , cookies_(configuration_.cookieJar)
     , pace_(configuration_.limits != nullptr ? static_cast<double>(configuration_.limits->rateDown)
@@ -100,7 +101,11 @@ bool Receiver::EndOfBlock()
     }
     redirected_ = configuration_.autoRedirect && block_.Redirects();
     // Whether libcurl goes on after a challenge shows only when it delivers a body.
-    if (!redirected_ && !(mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407))) {
+    const bool challenged = mayRepeat_ && (block_.Status() == 401 || block_.Status() == 407);
+    if (redirected_ || (!challenged && retries_.AfterStatus(*hop_, block_))) {
+        return SkipsBody();
+    }
+    if (!challenged) {
         TellHeaders();
         if (AnnouncesTooMuch()) {
             Fail(CURLE_FILESIZE_EXCEEDED,
@@ -109,7 +114,7 @@ bool Receiver::EndOfBlock()
             return false;
         }
     }
-    return !redirected_ || SkipsBody();
+    return true;
 }
 
 // What a content coding makes of its bytes is not known yet.
@@ -134,7 +139,7 @@ bool Receiver::AsksForHttp2() const
     return configuration_.transferPreference == PREFER_HTTP2 && !hop_->url->Secure();
 }
 
-// Whether a redirect's body is worth reading, to keep the connection.
+// Whether a body that nobody wants is worth reading, to keep the connection.
 bool Receiver::SkipsBody()
 {
     return hop_->method == "HEAD" || framing_.length.value_or(MAX_SKIPPED + 1) <= MAX_SKIPPED;
@@ -168,7 +173,7 @@ void Receiver::TellHeaders()
 
 size_t Receiver::OnBody(std::string_view piece)
 {
-    if (redirected_) {
+    if (Passed()) {
         skipped_ += piece.size();
         return skipped_ <= MAX_SKIPPED ? piece.size() : 0;
     }
@@ -321,6 +326,26 @@ size_t Receiver::Fail(CURLcode code, std::string why)
 {
     delivery_.GetOutcome().Stop(code, std::move(why));
     return 0;
+}
+
+bool Receiver::Forgettable() const
+{
+    const bool told = headersTold_ && configuration_.tracing.eventsHandler.onHeadersReceive;
+    const bool given = pipe_ && received_ > 0;
+    return !told && !given && !(decoder_ != nullptr && decoder_->Running());
+}
+
+void Receiver::Forget()
+{
+    response_.SetStatusCode(0);
+    response_.SetHeaders({});
+    block_ = HeaderBlock();
+    decoder_.reset();
+    body_.Forget();
+    received_ = 0;
+    headersTold_ = false;
+    paused_ = false;
+    aside_ = false;
 }
 
 void Receiver::Stop()

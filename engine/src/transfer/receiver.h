@@ -17,6 +17,7 @@
 #include "http/framing.h"
 #include "http/header_block.h"
 #include "http/hop.h"
+#include "retries.h"
 #include "tnx_native/response.h"
 
 namespace OHOS::Pelloria::Tnx
@@ -25,7 +26,7 @@ namespace OHOS::Pelloria::Tnx
 class Receiver
 {
 public:
-    Receiver(Response &response, Delivery &delivery);
+    Receiver(Response &response, Delivery &delivery, Retries &retries);
 
     // A hop starts. `mayRepeat`: libcurl may answer a 401 or 407 by itself.
     void StartHop(const Hop &hop, bool mayRepeat);
@@ -49,6 +50,14 @@ public:
 
     // Where the hop redirects to something that is to be followed. Its body is nothing to wait for.
     bool Redirected() const { return redirected_; }
+
+    // The response is not wanted: it leads elsewhere, or the request is tried again.
+    bool Passed() const { return redirected_ || retries_.Planned(); }
+
+    // Nothing of it has reached the application; and then as if it had never come.
+    bool Forgettable() const;
+    void Forget();
+
     const HeaderBlock &Block() const { return block_; }
 
     // The server may see more of the response to come than there is: its connection is not kept.
@@ -101,6 +110,7 @@ private:
 
     Response &response_;
     Delivery &delivery_;
+    Retries &retries_;
     const Configuration &configuration_;
     std::optional<BodyPipe> pipe_;
     FetchCookies cookies_;

@@ -17,8 +17,9 @@ Transfer::Transfer(std::shared_ptr<SessionCore> core, std::shared_ptr<Request> r
     , driver_(driver)
     , trace_(request_->OnTrace(), driver_)
     , recorder_(configuration_.tracing, trace_)
-    , receiver_(*response_, driver_)
     , sender_(*request_, driver_)
+    , retries_(request_->GetRetryPolicy(), sender_)
+    , receiver_(*response_, driver_, retries_)
     , progress_(configuration_.tracing.eventsHandler, driver_)
     , lookup_(core_->GetRuntime().Names(), recorder_, driver_,
               configuration_.limits != nullptr ? configuration_.limits->family : AddressFamily::ANY)
@@ -49,7 +50,7 @@ void Transfer::Steps()
             return;
         }
         if (LooksUp() && HopDeadline().value_or(TimePoint::max()) <= Clock::now()) {
-            Fail(CURLE_OPERATION_TIMEDOUT, "Timed out while looking up " + hop_.url->Name());
+            FailAttempt(CURLE_OPERATION_TIMEDOUT, "Timed out while looking up " + hop_.url->Name());
         } else if (!Step()) {
             return;
         }
@@ -90,6 +91,8 @@ bool Transfer::Step()
         return true;
     case State::UNDER_WAY:
         return GoOn();
+    case State::PAUSE:
+        return TryAgain();
     case State::DRAIN:
         return Drain();
     case State::ENDED:
@@ -222,10 +225,10 @@ bool Transfer::TakeTarget()
     }
     const LookupResult &result = lookup_.Result();
     if (!result.error.empty()) {
-        Fail(CURLE_COULDNT_RESOLVE_HOST,
-             "Could not resolve host " +
-                 (route_.otherHost.empty() ? hop_.url->Name() : route_.otherHost) + ": " +
-                 result.error);
+        FailAttempt(CURLE_COULDNT_RESOLVE_HOST,
+                    "Could not resolve host " +
+                        (route_.otherHost.empty() ? hop_.url->Name() : route_.otherHost) + ": " +
+                        result.error);
         return true;
     }
     route_.addresses = result.addresses;
@@ -250,8 +253,8 @@ bool Transfer::TakeProxyAddresses()
     }
     const LookupResult &result = lookup_.Result();
     if (!result.error.empty()) {
-        Fail(CURLE_COULDNT_RESOLVE_PROXY,
-             "Could not resolve the proxy " + route_.proxy.Text() + ": " + result.error);
+        FailAttempt(CURLE_COULDNT_RESOLVE_PROXY,
+                    "Could not resolve the proxy " + route_.proxy.Text() + ": " + result.error);
         return true;
     }
     route_.proxyAddresses = result.addresses;

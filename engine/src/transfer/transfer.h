@@ -19,6 +19,7 @@
 #include "report/progress.h"
 #include "report/recorder.h"
 #include "report/trace.h"
+#include "retries.h"
 #include "tnx_native/request.h"
 #include "tnx_native/response.h"
 #include "wire/sender.h"
@@ -56,6 +57,7 @@ private:
         SEND,
         UNDER_WAY,
         ENDED, // the hop is over on the wire, and its outcome is being looked at
+        PAUSE, // before it is tried again
         DRAIN,
         DONE
     };
@@ -90,6 +92,8 @@ private:
     void SendAfresh();
     void HandleResponse();
     void Redirect(const std::string &reference);
+    void WaitToRetry();
+    bool TryAgain();
     bool Drain();
 
     void OnConnecting(const Endpoint &peer) noexcept override;
@@ -110,6 +114,8 @@ private:
     // The first failure counts.
     void Fail(CURLcode code, std::string why);
     void FailHop(CURLcode code);
+    // One that may pass is not counted yet.
+    void FailAttempt(CURLcode code, std::string why);
     void End() noexcept;
     std::string Cause();
     void StopWire() noexcept;
@@ -132,8 +138,9 @@ private:
     Trace trace_;
     Recorder recorder_;
     Phases phases_;
-    Receiver receiver_;
     Sender sender_;
+    Retries retries_;
+    Receiver receiver_;
     Progress progress_;
     NameLookup lookup_;
     const std::unique_ptr<QuietWatch> quiet_; // null where nothing asks for it

@@ -56,6 +56,9 @@ std::optional<TimePoint> Transfer::HopDeadline() const
 // Until when the transfer may wait for what it waits for now.
 std::optional<TimePoint> Transfer::WaitLimit() const
 {
+    if (state_ == State::PAUSE) {
+        return retries_.At();
+    }
     if (state_ != State::UNDER_WAY) {
         return LooksUp() ? HopDeadline() : std::nullopt;
     }
@@ -73,7 +76,18 @@ void Transfer::Fail(CURLcode code, std::string why)
 void Transfer::FailHop(CURLcode code)
 {
     Wire::Failure failure = wire_->Explain(code, receiver_.Block());
-    Fail(failure.code, std::move(failure.why));
+    FailAttempt(failure.code, std::move(failure.why));
+}
+
+void Transfer::FailAttempt(CURLcode code, std::string why)
+{
+    const bool sent = wire_ != nullptr && wire_->Sent();
+    if (receiver_.Forgettable() && retries_.AfterFailure(hop_, code, sent, why)) {
+        DropWire();
+        WaitToRetry();
+    } else {
+        Fail(code, std::move(why));
+    }
 }
 
 // Of a transfer that is dropped, or stopped: takes what is left of it from everywhere.

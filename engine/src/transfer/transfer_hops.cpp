@@ -209,8 +209,9 @@ void Transfer::EndOfHop(CURLcode code)
 bool Transfer::Responded(CURLcode code) const
 {
     const bool cut = code == CURLE_WRITE_ERROR || code == CURLE_PARTIAL_FILE ||
-                     code == CURLE_RECV_ERROR || code == CURLE_HTTP2_STREAM;
-    return receiver_.Block().Final() && (code == CURLE_OK || (cut && receiver_.Redirected()));
+                     code == CURLE_RECV_ERROR || code == CURLE_HTTP2_STREAM ||
+                     code == CURLE_HTTP_RETURNED_ERROR;
+    return receiver_.Block().Final() && (code == CURLE_OK || (cut && receiver_.Passed()));
 }
 
 // The kept connection was of no use.
@@ -245,6 +246,11 @@ void Transfer::HandleResponse()
             recorder_.Note(phases_.HopText());
         }
         Redirect(std::string(*receiver_.Block().Fields().Find("location")));
+        return;
+    }
+    if (retries_.Planned()) {
+        DropWire();
+        WaitToRetry();
         return;
     }
     if (receiver_.EndOfBody()) {
@@ -293,6 +299,29 @@ void Transfer::Redirect(const std::string &reference)
     phases_.Queued();
     trace_.Tell(TRACE_QUEUED);
     EnterQueue();
+}
+
+// Without a slot, which others can use.
+void Transfer::WaitToRetry()
+{
+    NoteHop();
+    recorder_.Note(retries_.Why());
+    trace_.Tell(TRACE_RETRIED, WithoutSecrets(retries_.Why()));
+    receiver_.Forget();
+    LeaveSlot();
+    state_ = State::PAUSE;
+}
+
+bool Transfer::TryAgain()
+{
+    if (Clock::now() < retries_.At()) {
+        return false;
+    }
+    retries_.Begin();
+    phases_.StartOver();
+    trace_.Tell(TRACE_QUEUED);
+    EnterQueue();
+    return true;
 }
 
 bool Transfer::Drain()

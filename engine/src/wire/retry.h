@@ -9,17 +9,18 @@
 
 #include <curl/curl.h>
 
+#include "http/method.h"
+
 namespace OHOS::Pelloria::Tnx
 {
 
 class Retry
 {
 public:
-    // Methods are idempotent as RFC 9110 section 9.2.2 has it.
     void Start(const std::string &method)
     {
         *this = {};
-        idempotent_ = method != "POST" && method != "PATCH" && method != "CONNECT";
+        idempotent_ = IsIdempotent(method);
     }
 
     // It has to be told how much of the body is gone.
