@@ -8,7 +8,9 @@
 #include "tnx_c/request.h"
 #include "tnx_c_ext/trace.h"
 
+#include <string>
 #include <type_traits>
+#include <vector>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -22,6 +24,7 @@ struct RequestExtras {
     bool collectConnectionInfo = false;
     RequestLimits limits;
     RequestBody body;
+    std::vector<std::string> omittedHeaders; // in lower case
 };
 
 struct ExtendedRequest {

@@ -38,15 +38,6 @@ HeaderValuePtr MakeHeaderValue(Tnx_Map *map, std::string_view text)
     return value;
 }
 
-bool IsToken(std::string_view name)
-{
-    constexpr std::string_view PUNCTUATION = "!#$%&'*+-.^_`|~";
-    return !name.empty() && std::all_of(name.begin(), name.end(), [&](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-               PUNCTUATION.find(c) != std::string_view::npos;
-    });
-}
-
 // All are out of the map before the first is freed: the name may be a part of one of them.
 void RemoveSpellings(Tnx_Map *map, const char *name, const Tnx_MapEntry *except)
 {
@@ -82,6 +73,15 @@ uint32_t ReplaceValue(Tnx_Map *map, const char *name, const char *value)
 }
 
 } // namespace
+
+bool IsToken(std::string_view name)
+{
+    constexpr std::string_view PUNCTUATION = "!#$%&'*+-.^_`|~";
+    return !name.empty() && std::all_of(name.begin(), name.end(), [&](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               PUNCTUATION.find(c) != std::string_view::npos;
+    });
+}
 
 size_t RoomForHeader(size_t nameLength, size_t valueLength) noexcept
 {

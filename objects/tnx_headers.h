@@ -21,6 +21,9 @@ Tnx_Headers *CreateHeaders(size_t room) noexcept;
 // in them.
 uint32_t AddHeader(Tnx_Map *fields, std::string_view name, std::string_view value) noexcept;
 
+// Whether it can be the name of a field (RFC 9110 section 5.6.2).
+bool IsToken(std::string_view name);
+
 } // namespace OHOS::Pelloria::TnxC
 
 #endif

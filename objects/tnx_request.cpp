@@ -2,12 +2,16 @@
 #include "common/c_ptr.h"
 #include "common/log.h"
 #include "objects/request_extension.h"
+#include "objects/tnx_headers.h"
 #include "tnx_c_ext/errors.h"
+#include "tnx_c_ext/header_fields.h"
 #include "tnx_platform/bounded.h"
 
 #include <atomic>
 #include <cstring>
 #include <utility>
+
+#include <strings.h>
 
 namespace OHOS::Pelloria::TnxC
 {
@@ -94,4 +98,19 @@ uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) noex
     }
     extended->failOnHttpError = fail;
     return TNX_OK;
+}
+
+uint32_t OVX_Tnx_OmitRequestHeader(Tnx_Request *request, const char *name) noexcept
+{
+    if (name == nullptr || !IsToken(name) || strcasecmp(name, "content-length") == 0 ||
+        strcasecmp(name, "transfer-encoding") == 0) {
+        return TNX_ERR_PARAMETER;
+    }
+    return ChangeExtras(request, [name](RequestExtras &extras) {
+        std::string &lower = extras.omittedHeaders.emplace_back(name);
+        for (char &c : lower) {
+            c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        }
+        return uint32_t{TNX_OK};
+    });
 }

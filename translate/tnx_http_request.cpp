@@ -58,10 +58,25 @@ const RequestBody *OwnBodyOf(const Tnx_Request &request)
     return given ? &extended->extras->body : nullptr;
 }
 
+// Marks the fields that are to be left out.
+void OmitHeaders(Tnx::Headers &headers, const Tnx_Request &request)
+{
+    const ExtendedRequest *extended = ExtensionOf(&request);
+    if (extended == nullptr || extended->extras == nullptr) {
+        return;
+    }
+    for (const std::string &name : extended->extras->omittedHeaders) {
+        Tnx::FieldValues none;
+        none.source = Tnx::FieldSource::OMITTED;
+        headers.emplace_back(name, std::move(none));
+    }
+}
+
 Tnx::Headers MakeHeaders(const Tnx_SessionConfiguration *session, const Tnx_Request &request)
 {
     Tnx::Headers headers =
         TnxToCppHeaders(request.headers, session == nullptr ? nullptr : session->headers);
+    OmitHeaders(headers, request);
     // The spelling is compared exactly, and the method does not matter.
     const size_t kind = OwnBodyOf(request) != nullptr ? size_t{TNX_CONTENT_GET_DATA}
                         : request.content != nullptr  ? request.content->type

@@ -7,6 +7,7 @@
 #define TNX_C_EXT_HEADER_FIELDS_H
 
 #include "tnx_c/headers.h"
+#include "tnx_c/request.h"
 
 TNX_BEGIN_DECLS
 
@@ -31,10 +32,21 @@ TNX_API uint32_t OVX_Tnx_ReplaceHeaderValue(Tnx_Headers *headers, const char *na
 /**
  * Removes a field with all its values, under every spelling of its name. An absent one is no error.
  * What the library adds where the application says nothing (Host, a content type, ...) is not in
- * the headers, so that it cannot be removed from them.
+ * the headers: OVX_Tnx_OmitRequestHeader has it left out.
  * @return TNX_OK, or TNX_ERR_PARAMETER for null.
  */
 TNX_API uint32_t OVX_Tnx_RemoveHeader(Tnx_Headers *headers, const char *name) TNX_NOEXCEPT;
+
+/**
+ * Has a field left out that the library adds where the application says nothing: Accept,
+ * Accept-Encoding (a coded body then stays as it is), Content-Type, Host, User-Agent and the like.
+ * One that the headers of the request or of its session have is sent all the same. It holds for the
+ * redirects too. Copies the name.
+ * @return TNX_OK; TNX_ERR_PARAMETER for null, a request that OVX_Tnx_CreateRequest has not made, a
+ *         name that is no token, and for Content-Length and Transfer-Encoding, without which nobody
+ *         knows where a body ends; or TNX_ERR_OUT_OF_MEMORY.
+ */
+TNX_API uint32_t OVX_Tnx_OmitRequestHeader(Tnx_Request *request, const char *name) TNX_NOEXCEPT;
 
 TNX_END_DECLS
 

@@ -1,5 +1,6 @@
 // What is sent, byte for byte: heads, strings, forms, multipart forms and pulled bodies.
 #include "client.h"
+#include "tnx_c_ext/header_fields.h"
 
 #include <algorithm>
 #include <atomic>
@@ -184,6 +185,15 @@ TEST_F(BodiesTest, HeadsSayWhatTheyMust)
          {"Accept-Encoding: identity", "Accept: a/b", "Content-Length: 2",
           "Content-Type: application/json", "Cookie: a=b", host, agent, "X-Empty:"},
          "{}"},
+        {"POST",
+         [](Call &call) {
+             for (const char *name : {"accept", "Accept-Encoding", "Content-Type", "User-Agent"}) {
+                 EXPECT_EQ(OVX_Tnx_OmitRequestHeader(call.Get(), name), TNX_OK);
+             }
+             call.Body("a").Header("Accept", "a/b"); // its own is sent all the same
+         },
+         {"Accept: a/b", "Content-Length: 1", host},
+         "a"},
     };
     // Whatever the request before had is not in this one.
     const auto after = [this](const Before &before, const auto &one) {

@@ -34,6 +34,13 @@ std::shared_ptr<const Url> ParsedUrl(const char *text)
     return url;
 }
 
+FieldValues Omitted()
+{
+    FieldValues none;
+    none.source = FieldSource::OMITTED;
+    return none;
+}
+
 Lines Build(const Sent &sent)
 {
     Request request("1", "http://a.org/");
@@ -85,6 +92,12 @@ TEST(HeaderListTest, SendsEachFieldByItsRules)
         {"a name without values is not",
          {.headers = {{"X", {}}, {"Cookie", {}}, {"content-type", {}}}},
          {agent, "Expect:"}},
+        {"nor an omitted one, nor what stands for it",
+         {.headers = {{"user-agent", Omitted()},
+                      {"x-y", Omitted()},
+                      {"content-type", Omitted()},
+                      {"X-Y", {"z"}}}},
+         {"X-Y: z", "user-agent:", "content-type:", "Expect:"}},
         {"own agent and expectation",
          {.headers = {{"user-agent", {"mine"}}, {"Expect", {"100-continue"}}}},
          {"Expect: 100-continue", "user-agent: mine"}},

@@ -122,6 +122,7 @@ TEST(RecordsTest, RefuseNullEverywhere)
     const RequestCookiesPtr cookies(OVX_Tnx_CreateRequestCookies());
     const FormPtr form(OVX_Tnx_CreateForm());
     const MultipartFormPtr multipart(OVX_Tnx_CreateMultipartForm());
+    const RequestPtr request(OVX_Tnx_CreateRequest("u"));
     const Tnx_FormFieldValue value = {};
     const Tnx_MultipartFormFieldValue part = {};
     Tnx_Headers noHeaders = {};
@@ -138,6 +139,11 @@ TEST(RecordsTest, RefuseNullEverywhere)
         OVX_Tnx_ReplaceHeaderValue(headers.get(), nullptr, "v"),
         OVX_Tnx_ReplaceHeaderValue(headers.get(), "n", nullptr),
         OVX_Tnx_RemoveHeader(nullptr, "n"),
+        OVX_Tnx_OmitRequestHeader(nullptr, "n"),
+        OVX_Tnx_OmitRequestHeader(request.get(), nullptr),
+        OVX_Tnx_OmitRequestHeader(request.get(), "n:"),
+        OVX_Tnx_OmitRequestHeader(request.get(), "Content-length"),
+        OVX_Tnx_OmitRequestHeader(request.get(), "transfer-encoding"),
         OVX_Tnx_RemoveHeader(&noHeaders, "n"),
         OVX_Tnx_RemoveHeader(headers.get(), nullptr),
         OVX_Tnx_SetRequestCookieValue(nullptr, "n", "v"),

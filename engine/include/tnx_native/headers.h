@@ -14,7 +14,8 @@ namespace OHOS::Pelloria::Tnx
 {
 
 // Who gave a field of a request. Where a name may stand once, the one named first here wins.
-enum class FieldSource : uint8_t { REQUEST, SESSION, DEFAULT };
+// OMITTED: it has no values, and no default of its name is sent either.
+enum class FieldSource : uint8_t { REQUEST, SESSION, DEFAULT, OMITTED };
 
 // The values of a field, in order, and the source of the first.
 struct FieldValues : std::vector<std::string> {

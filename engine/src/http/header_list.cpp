@@ -132,10 +132,8 @@ public:
         list_.contentLength.reset();
         CollectFields();
         list_.ranges = JoinRanges(request_.GetTransferRange());
-        list_.ownEncoding = !list_.ranges.empty() ||
-                            std::any_of(fields_.begin(), fields_.end(), [](const Field &field) {
-                                return field.lower == "accept-encoding";
-                            });
+        list_.ownEncoding = !list_.ranges.empty() || Has("accept-encoding") ||
+                            Contains(omitted_, "accept-encoding");
         if (!list_.ownEncoding) {
             list_.lines.AddFixed(ACCEPT_ENCODING);
         }
@@ -143,6 +141,7 @@ public:
             AddField(field);
         }
         AddCookies();
+        AddOmitted();
         if (!userAgent_) {
             list_.lines.AddFixed(USER_AGENT);
         }
@@ -161,6 +160,8 @@ private:
         for (const auto &[name, values] : request_.GetHeaders()) {
             if (!values.empty()) {
                 fields_.push_back({Lower(name), name, &values});
+            } else if (values.source == FieldSource::OMITTED) {
+                omitted_.push_back(Lower(name));
             }
         }
         std::sort(fields_.begin(), fields_.end());
@@ -203,6 +204,25 @@ private:
             list_.lines.Add({field.name, value.empty() ? ";" : ": ", value});
             if (Contains(SINGLE, lower)) {
                 break;
+            }
+        }
+    }
+
+    bool Has(std::string_view lower) const
+    {
+        return std::any_of(fields_.begin(), fields_.end(),
+                           [lower](const Field &field) { return field.lower == lower; });
+    }
+
+    // A name with nothing behind it has libcurl add none by itself.
+    void AddOmitted()
+    {
+        for (const std::string &lower : omitted_) {
+            if (!Has(lower)) {
+                // Only in this spelling does libcurl leave the host out.
+                list_.lines.Add({lower == "host" ? "Host" : lower.c_str(), ":"});
+                userAgent_ = userAgent_ || lower == "user-agent";
+                contentType_ = contentType_ || lower == "content-type";
             }
         }
     }
@@ -253,6 +273,7 @@ private:
     const Hop &hop_;
     const FetchCookies &cookies_;
     std::vector<Field> fields_;
+    std::vector<std::string> omitted_;
     std::string ownCookies_;
     bool userAgent_ = false;
     bool expect_ = false;
