@@ -27,9 +27,9 @@ constexpr const char *FORM_MAN =
 
 constexpr const char *HEADER_MAN =
     "Send this header field, in place of one that the tool would send by itself. 'Name;' sends an "
-    "empty value; 'Name:' sends none, where the library does not insist. @file reads fields from a "
-    "file, one a "
-    "line. Fields are sent in no settled order.";
+    "empty value; 'Name:' sends none, also where the tool or the library would by itself. @file "
+    "reads "
+    "fields from a file, one a line. Fields are sent in no settled order.";
 
 constexpr const char *RANGE_MAN =
     "Ask for a part of the body: 0-99, 100-, -500, or several with commas. A server that does not "
@@ -58,7 +58,7 @@ const Option OPTIONS[] = {
      .argument = "name",
      .topic = Topic::REQUEST,
      .help = "Send User-Agent <name>",
-     .man = "Name the client so. An empty name sends an empty field.",
+     .man = "Name the client so. An empty name sends no field.",
      .target = &Settings::userAgent,
      .important = true},
     {.letter = 'e',

@@ -108,8 +108,14 @@ Request::Request(const Settings &settings, const Job &job, uint64_t offset,
 
 void Request::AddHeaders(const Settings &settings, bool upload)
 {
-    for (const HeaderField &field : RequestHeaders(settings, upload)) {
+    const HeaderFields fields = RequestHeaders(settings, upload);
+    for (const HeaderField &field : fields.sent) {
         OVX_Tnx_SetHeaderValue(headers_.get(), field.name.c_str(), field.value.c_str());
+    }
+    for (const std::string &name : fields.omitted) {
+        if (OVX_Tnx_OmitRequestHeader(request_.get(), name.c_str()) != TNX_OK) {
+            throw UsageError("option -H: the field " + name + " cannot be left out");
+        }
     }
 }
 

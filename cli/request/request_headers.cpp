@@ -29,11 +29,11 @@ public:
             throw UsageError("option -H: expected 'Name: value', not '" + text + "'");
         }
         if (value.empty()) {
-            Drop(name);
+            Omit(name);
             return;
         }
         named_.insert(ToLower(name));
-        fields_.push_back({name, value});
+        fields_.sent.push_back({name, value});
     }
 
     void AddFile(const std::string &path)
@@ -48,11 +48,19 @@ public:
     void AddOwn(const std::string &name, const std::string &value)
     {
         if (!named_.contains(ToLower(name))) {
-            fields_.push_back({name, value});
+            fields_.sent.push_back({name, value});
         }
     }
 
-    std::vector<HeaderField> Take() { return std::move(fields_); }
+    // Neither the tool nor the library adds the field.
+    void Omit(const std::string &name)
+    {
+        if (named_.insert(ToLower(name)).second) {
+            fields_.omitted.push_back(name);
+        }
+    }
+
+    HeaderFields Take() { return std::move(fields_); }
 
 private:
     void AddEmpty(const std::string &text)
@@ -61,29 +69,16 @@ private:
             throw UsageError("option -H: expected 'Name: value', not '" + text + "'");
         }
         named_.insert(ToLower(text.substr(0, text.size() - 1)));
-        fields_.push_back({text.substr(0, text.size() - 1), ""});
+        fields_.sent.push_back({text.substr(0, text.size() - 1), ""});
     }
 
-    // The library sends these by itself, whether or not they are set.
-    void Drop(const std::string &name)
-    {
-        const std::string lower = ToLower(name);
-        for (const char *fixed : {"host", "user-agent", "accept", "accept-encoding", "content-type",
-                                  "content-length", "transfer-encoding"}) {
-            if (lower == fixed) {
-                throw UsageError("option -H: the field " + name + " cannot be dropped");
-            }
-        }
-        named_.insert(lower);
-    }
-
-    std::vector<HeaderField> fields_;
+    HeaderFields fields_;
     std::set<std::string> named_;
 };
 
 } // namespace
 
-std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload)
+HeaderFields RequestHeaders(const Settings &settings, bool upload)
 {
     Fields fields;
     for (const std::string &text : settings.headers) {
@@ -92,6 +87,9 @@ std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload)
         } else {
             fields.AddOne(text);
         }
+    }
+    if (settings.userAgent == "") {
+        fields.Omit("User-Agent");
     }
     fields.AddOwn("User-Agent", settings.userAgent.value_or("tnx/" TNX_TOOL_VERSION));
     fields.AddOwn("Accept", settings.json ? "application/json" : "*/*");
@@ -105,7 +103,7 @@ std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload)
     }
     if (!settings.compressed) {
         // The library asks for compression by itself; a body byte for byte is what people expect.
-        fields.AddOwn("Accept-Encoding", "identity");
+        fields.Omit("Accept-Encoding");
     }
     if (settings.data && !settings.get) {
         fields.AddOwn("Content-Type",

@@ -15,8 +15,13 @@ struct HeaderField {
     std::string value;
 };
 
-// Throws UsageError for a field that cannot be dropped.
-std::vector<HeaderField> RequestHeaders(const Settings &settings, bool upload);
+struct HeaderFields {
+    std::vector<HeaderField> sent;
+    std::vector<std::string> omitted; // names of fields that the library is not to add either
+};
+
+// Throws UsageError for what is no field.
+HeaderFields RequestHeaders(const Settings &settings, bool upload);
 
 } // namespace TnxTool
 

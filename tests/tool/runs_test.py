@@ -403,7 +403,7 @@ class RunsTest(ToolCase):
             ([self.url("/drop"), self.url("/")], 52, b"tnx: (52) ", b"hello\n"),
             (["--fail-early", self.url("/drop"), self.url("/")], 52, b"tnx: (52) ", b""),
             (["--frob", self.url("/")], 2, b"tnx: option --frob: is unknown\ntnx: try", b""),
-            (["-H", "Accept:", self.url("/")], 2, b"cannot be dropped", b""),
+            (["-H", "Content-Length:", self.url("/")], 2, b"cannot be left out", b""),
             (["-b", "cookies.txt", self.url("/")], 2, b"cookie files are not read", b""),
             (["-r", "x", self.url("/")], 2, b"option -r: expected a-b", b""),
             (["-o", "/dev/full", self.url("/big")], 23, b"No space left on device", b""),

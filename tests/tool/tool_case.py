@@ -32,13 +32,13 @@ class ToolCase(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.server.take()
 
-    def run_tool(self, *arguments, stdin=b"", environment=()):
+    def run_tool(self, *arguments, stdin=b"", environment=(), tool=TOOL):
         """Runs the tool in the folder of the test, without the proxies of the machine."""
         variables = {k: v for k, v in os.environ.items() if not k.lower().endswith("_proxy")}
         variables["XDG_CONFIG_HOME"] = variables["HOME"] = str(self.folder)
         variables.update(environment)
         return subprocess.run(
-            [TOOL, *arguments],
+            [tool, *arguments],
             input=stdin,
             capture_output=True,
             timeout=TIMEOUT,
