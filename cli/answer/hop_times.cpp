@@ -49,6 +49,23 @@ Marks LastMarks(const Tnx_TimeInfo &times)
             .end = times.total};
 }
 
+std::vector<Phase> ToPhases(const Marks &marks)
+{
+    const std::pair<Phase::Kind, double> ends[] = {
+        {Phase::LOOKUP, marks.lookup}, {Phase::CONNECT, marks.connect}, {Phase::TLS, marks.tls},
+        {Phase::SEND, marks.send},     {Phase::WAIT, marks.firstByte},  {Phase::RECEIVE, marks.end},
+    };
+    std::vector<Phase> phases;
+    double at = marks.begin;
+    for (const auto &[kind, end] : ends) {
+        if (end > 0) {
+            phases.push_back({kind, at, std::max(at, end)});
+            at = phases.back().end;
+        }
+    }
+    return phases;
+}
+
 HopTimes ToTimes(const Marks &marks)
 {
     HopTimes times;
@@ -72,6 +89,20 @@ HopTimes ToTimes(const Marks &marks)
 }
 
 } // namespace
+
+std::vector<FollowedHop> ReadFollowedHops(const Outcome &outcome)
+{
+    std::vector<FollowedHop> followed;
+    const std::vector<Marks> notes = ReadNotes(outcome.conversation);
+    std::string url = outcome.url;
+    for (const Hop *hop : outcome.conversation.Exchanges()) {
+        if (hop->status / 100 == 3 && followed.size() < notes.size()) {
+            followed.push_back({hop->method, url, hop->status, ToPhases(notes[followed.size()])});
+            url = ResolveUrl(url, hop->AnswerField("location"));
+        }
+    }
+    return followed;
+}
 
 std::vector<HopTimes> ReadHopTimes(const Outcome &outcome, size_t hops)
 {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "outcome.h"
+#include "phases.h"
 
 namespace TnxTool
 {
@@ -30,6 +31,15 @@ struct HopTimes {
 
 // One for each of `hops` exchanges.
 std::vector<HopTimes> ReadHopTimes(const Outcome &outcome, size_t hops);
+
+// A hop that was followed by another, with its phases on the axis of the whole transfer.
+struct FollowedHop {
+    std::string method;
+    std::string url;
+    int status = 0;
+    std::vector<Phase> phases;
+};
+std::vector<FollowedHop> ReadFollowedHops(const Outcome &outcome);
 
 } // namespace TnxTool
 

@@ -17,6 +17,7 @@ namespace TnxTool
 struct Outcome {
     size_t number = 0;    // of the transfer, from 0
     size_t urlNumber = 0; // of the URL that it comes from
+    size_t run = 0;       // which of several runs of the same URL, from 0
     bool beside = false;  // others run at the same time
     std::string url;
     std::string method;

@@ -27,6 +27,7 @@ inline void ReleaseResponse(Tnx_Response *response) noexcept
 }
 
 using TextHandle = Handle<char, &OVX_Tnx_DestroyText>;
+using CookieJarHandle = Handle<Tnx_CookieJar, &OVX_Tnx_DestroyCookieJar>;
 using SessionHandle = Handle<Tnx_Session, &CloseSession>;
 using RequestHandle = Handle<Tnx_Request, &OVX_Tnx_DestroyRequest>;
 using ResponseHandle = Handle<Tnx_Response, &ReleaseResponse>;

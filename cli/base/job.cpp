@@ -1,6 +1,8 @@
 // What a command line asks to be fetched.
 #include "job.h"
 
+#include <algorithm>
+
 #include "glob.h"
 
 namespace TnxTool
@@ -23,10 +25,13 @@ std::vector<Job> ReadJobs(const Settings &settings)
         const std::string &url = settings.urls[number];
         for (const GlobMatch &match :
              settings.globOff ? std::vector<GlobMatch>{{url, {}}} : ExpandGlobs(url)) {
-            Job &one = jobs.emplace_back(job);
+            Job one = job;
             one.url = match.text;
             if (one.output) {
                 one.output->file = FillPieces(one.output->file, match.pieces);
+            }
+            for (one.run = 0; one.run < std::max(1U, settings.timingRuns); ++one.run) {
+                jobs.push_back(one);
             }
         }
     }

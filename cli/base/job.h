@@ -12,6 +12,7 @@ namespace TnxTool
 struct Job {
     std::string url;
     size_t urlNumber = 0; // of the URL that it comes from, from 0
+    size_t run = 0;       // which of the runs of --timing, from 0; only the first one is shown
     std::optional<Output> output;
     Text upload;
 };

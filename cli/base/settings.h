@@ -87,6 +87,9 @@ struct RunSettings {
     uint32_t parallelMax = 50;
     uint32_t pace = 0; // milliseconds from the start of a transfer to that of the next
     bool failEarly = false;
+    Text cookieFile; // empty: cookies are kept for the run only
+    Text cookieJar;
+    bool junkSessionCookies = false;
 
     Pretty pretty = Pretty::AUTO;
     bool color = true;
@@ -96,6 +99,7 @@ struct RunSettings {
     bool noProgress = false;
     bool asJson = false;
     bool timing = false;
+    uint32_t timingRuns = 0; // of each URL; 0: one, which is drawn
     bool explain = false;
     Text trace;
     Text traceAscii;

@@ -18,6 +18,9 @@ std::string OptionLine(const Option &option)
 {
     std::string line = option.letter != 0 ? std::string(" -") + option.letter + ", " : "     ";
     line += std::string("--") + option.name;
+    if (option.appendix != nullptr) {
+        line += std::string("[=") + option.appendix + "]";
+    }
     if (option.argument != nullptr) {
         line += std::string(" <") + option.argument + ">";
     }

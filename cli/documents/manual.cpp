@@ -158,6 +158,9 @@ std::string OptionEntry(const Option &option)
         entry += std::string("Fl ") + option.letter + " , ";
     }
     entry += std::string("Fl -") + option.name;
+    if (option.appendix != nullptr) {
+        entry += std::string(" Ns Op = Ns Ar ") + option.appendix;
+    }
     if (option.argument != nullptr) {
         entry += std::string(" Ar ") + Roff(option.argument);
     }

@@ -31,12 +31,14 @@ struct Option {
     char letter = 0; // 0: it has no short form
     const char *name = nullptr;
     const char *argument = nullptr; // what its value is called; null: it takes none
+    const char *appendix = nullptr; // the same of a value that a switch may have: --name=value
     Topic topic = Topic::TOOL;
     const char *help = nullptr; // one line
     const char *man = nullptr;  // sentences for the manual page
     Target target;
-    bool important = false; // shown by a bare -h
-    bool secret = false;    // the value must not stay visible in the process list
+    void (*append)(Settings &, const std::string &) = nullptr; // takes the appendix
+    bool important = false;                                    // shown by a bare -h
+    bool secret = false; // the value must not stay visible in the process list
 };
 
 std::span<const TopicName> Topics();

@@ -225,10 +225,19 @@ const Option OPTIONS[] = {
      .man = "As --trace, without the hex.",
      .target = &Settings::traceAscii},
     {.name = "timing",
+     .appendix = "runs",
      .topic = Topic::VERBOSE,
      .help = "Draw the phases of the transfer",
-     .man = "Draw on standard error how long each phase took: lookup, connect, TLS, wait, receive.",
-     .target = &Settings::timing},
+     .man = "Draw on standard error how long each phase of each hop took: lookup, connect, TLS, "
+            "send, wait, receive; under -Z of all transfers on one axis. With a number of runs, "
+            "fetch each URL so often and tell minimum, median and 95th percentile of each phase, "
+            "and how many of the runs had it; the answer of the first run alone is shown.",
+     .target = &Settings::timing,
+     .append =
+         +[](Settings &s, const std::string &value) {
+             s.timing = true;
+             s.timingRuns = ParseNumber(value, 100000);
+         }},
     {.name = "explain",
      .topic = Topic::VERBOSE,
      .help = "Explain the transfer, or its failure",

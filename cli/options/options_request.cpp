@@ -15,6 +15,17 @@ void AddData(Settings &settings, const std::string &piece)
     settings.data = settings.data ? *settings.data + "&" + piece : piece;
 }
 
+void AddCookies(Settings &settings, const std::string &value)
+{
+    if (value.find('=') != std::string::npos) {
+        settings.cookies.push_back(value);
+    } else if (settings.cookieFile && !settings.cookieFile->empty() && !value.empty()) {
+        throw UsageError("one file of cookies is read, not '" + value + "' too");
+    } else {
+        settings.cookieFile = value;
+    }
+}
+
 constexpr const char *DATA_MAN =
     "Send the data as the body of a POST, as a browser sends a form. Data that begins with @ names "
     "a file to read, @- standard input; line ends and NUL bytes of a file are left out. Several -d "
@@ -70,11 +81,28 @@ const Option OPTIONS[] = {
      .target = &Settings::referer},
     {.letter = 'b',
      .name = "cookie",
-     .argument = "name=value",
+     .argument = "name=value/file",
      .topic = Topic::REQUEST,
      .help = "Send these cookies",
-     .man = "Send cookies, separated by semicolons. Cookie files are not read.",
-     .target = &Settings::cookies},
+     .man = "Send cookies, separated by semicolons. Without a =, keep the cookies that servers set "
+            "for the rest of the run, and read a file of them first, if it is there; '' names no "
+            "file.",
+     .target = &AddCookies},
+    {.letter = 'c',
+     .name = "cookie-jar",
+     .argument = "file",
+     .topic = Topic::REQUEST,
+     .help = "Write all cookies to a file at the end",
+     .man =
+         "Keep the cookies that servers set for the rest of the run, and write all at its end to "
+         "a file that -b reads; - is standard output.",
+     .target = &Settings::cookieJar},
+    {.letter = 'j',
+     .name = "junk-session-cookies",
+     .topic = Topic::REQUEST,
+     .help = "Read no session cookies",
+     .man = "Leave out of the file of -b what lasts for a session only.",
+     .target = &Settings::junkSessionCookies},
     {.letter = 'z',
      .name = "time-cond",
      .argument = "date/file",

@@ -25,6 +25,15 @@ bool IsSwitch(const Option &option)
     return option.argument == nullptr;
 }
 
+// Whether "name=value" is a switch that takes a value behind its name.
+bool HasAppendix(const std::string &name)
+{
+    const auto &options = Options();
+    return std::any_of(options.begin(), options.end(), [&name](const Option &option) {
+        return option.append != nullptr && name.starts_with(std::string(option.name) + "=");
+    });
+}
+
 bool IsHelp(const Option &option)
 {
     return option.letter == 'h';
@@ -59,6 +68,8 @@ void CheckGroup(const Settings &s)
     RefuseTogether(!s.uploads.empty() && (s.data || !s.form.empty() || s.head),
                    "a file (-T) and -d, -F or -I");
     RefuseTogether(s.range && s.continueAt, "-r and -C");
+    RefuseTogether(s.timingRuns > 1 && std::count(s.uploads.begin(), s.uploads.end(), "-") > 0,
+                   "several runs and standard input (-T -)");
     RefuseTogether(s.remoteHeaderName && (s.include || s.continueAt), "-J and -i or -C");
     RefuseTogether(s.removeOnError && s.continueAt, "--remove-on-error and -C");
     RefuseTogether(s.fail && s.failWithBody, "--fail and --fail-with-body");
@@ -121,6 +132,11 @@ size_t Parser::ParseName(std::span<char *const> arguments, size_t at)
     std::string name = shown.substr(2);
     const Option *option = nullptr;
     bool on = true;
+    std::string value;
+    if (const size_t mark = name.find('='); mark != std::string::npos && HasAppendix(name)) {
+        value = name.substr(mark + 1);
+        name.resize(mark);
+    }
     try {
         option = &FindName(name);
     } catch (const UsageError &error) {
@@ -137,7 +153,7 @@ size_t Parser::ParseName(std::span<char *const> arguments, size_t at)
         }
     }
     if (IsSwitch(*option) || !on) {
-        Apply(*option, shown, {}, on);
+        Apply(*option, shown, value, on);
         return at + 1;
     }
     if (at + 1 == arguments.size()) {
@@ -206,6 +222,10 @@ void Parser::Apply(const Option &option, const std::string &shown, const std::st
             return;
         }
         Settings &settings = groups_.back();
+        if (option.append != nullptr && !value.empty()) {
+            option.append(settings, value);
+            return;
+        }
         std::visit(
             [&](auto target) {
                 using T = decltype(target);
@@ -253,7 +273,7 @@ void Parser::ApplyConfigLine(const std::string &name, const std::string &value, 
     const std::string plain = name.starts_with("--") ? name.substr(2) : name;
     try {
         const Option &option = letter ? FindLetter(name[1]) : FindName(plain);
-        if (IsSwitch(option) && hasValue) {
+        if (IsSwitch(option) && hasValue && option.append == nullptr) {
             throw UsageError("takes no value");
         }
         if (!IsSwitch(option) && !hasValue && !IsHelp(option)) {

@@ -17,7 +17,6 @@ struct Unsupported {
 };
 
 constexpr const char *NO_SETTING = "the library has no setting for it";
-constexpr const char *NO_JAR = "the library keeps no cookies between runs";
 constexpr const char *NO_METHOD =
     "redirects change methods as RFC 9110 has it; name the new URL yourself";
 constexpr const char *HTTP_ONLY = "only http and https are spoken; use curl for other protocols";
@@ -45,7 +44,6 @@ constexpr Unsupported UNSUPPORTED[] = {
     {"ciphers", NO_SETTING},
     {"compressed-ssh", HTTP_ONLY},
     {"connect-to", NO_SETTING},
-    {"cookie-jar", NO_JAR, 'c'},
     {"create-file-mode", "set the umask before, or the mode after with chmod"},
     {"crlf", "convert the file before, with sed 's/$/\\r/'"},
     {"crlfile", NO_REVOCATION},
@@ -88,7 +86,6 @@ constexpr Unsupported UNSUPPORTED[] = {
     {"interface", NO_SETTING},
     {"ipv4", NO_SETTING, '4'},
     {"ipv6", NO_SETTING, '6'},
-    {"junk-session-cookies", NO_JAR, 'j'},
     {"keepalive-time", SYSTEM_CHOICE},
     {"key-type", PEM_KEY},
     {"krb", HTTP_ONLY},

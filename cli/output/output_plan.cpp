@@ -41,6 +41,10 @@ Text OutputFile(const Settings &settings, const Job &job)
 Sink::Plan PlanOutput(const Settings &settings, const Job &job)
 {
     Sink::Plan plan;
+    if (job.run > 0) {
+        plan.kind = Sink::Kind::COUNT;
+        return plan;
+    }
     const Text file = OutputFile(settings, job);
     const bool head = (settings.include || settings.head) && !settings.asJson;
     plan.createDirectories = settings.createDirectories;

@@ -72,7 +72,7 @@ std::pair<std::string, Text> SplitCertificate(const std::string &value)
 void FillTracing(Tnx_TracingConfiguration &tracing, const Settings &s)
 {
     const bool trace = s.trace || s.traceAscii;
-    const bool lines = s.verbose || trace || s.explain || s.har;
+    const bool lines = s.verbose || trace || s.explain || s.timing || s.har;
     const bool headers = lines || s.include || s.head || s.dumpHeader || s.writeOut;
     bool(&kinds)[TNX_DEBUG_KINDS] = tracing.debugInfoKinds;
     kinds[TNX_DEBUG_TEXT] = lines;

@@ -141,8 +141,7 @@ void Request::AddCookies(const Settings &settings)
             const std::string_view cookie = Trim(piece);
             const size_t mark = cookie.find('=');
             if (mark == std::string_view::npos && !cookie.empty()) {
-                throw UsageError("option -b: expected name=value, not '" + list +
-                                 "'; cookie files are not read");
+                throw UsageError("option -b: expected name=value, not '" + list + "'");
             }
             if (!cookie.empty()) {
                 const std::string name(Trim(cookie.substr(0, mark)));

@@ -12,7 +12,6 @@
 #include "output/dump.h"
 #include "output/json.h"
 #include "output/style.h"
-#include "output/timing.h"
 #include "output/write_out.h"
 
 namespace TnxTool
@@ -22,6 +21,10 @@ void Reporter::Report(Transfer &transfer)
 {
     const Settings &settings = transfer.GetRun().settings;
     const Outcome &outcome = transfer.GetOutcome();
+    if (outcome.run > 0) {
+        ReportTiming(outcome);
+        return;
+    }
     ReportDebug(settings, outcome);
     const bool head = (settings.include || settings.head) && !settings.asJson;
     transfer.FinishBody(head ? ReceivedHead(outcome, outcome.file.empty()) : "");
@@ -37,7 +40,7 @@ void Reporter::Report(Transfer &transfer)
         WriteAll(STDERR_FILENO, written.error);
     }
     if (settings_.timing) {
-        WriteAll(STDERR_FILENO, DrawTiming(outcome, TerminalWidth()));
+        ReportTiming(outcome);
     }
     if (settings_.explain) {
         WriteAll(STDERR_FILENO, Explain(outcome, transfer.GetRun().configuration));
@@ -51,6 +54,21 @@ void Reporter::Finish()
 {
     if (settings_.har) {
         WriteTo(*settings_.har, archive_.Text());
+    }
+    WriteAll(STDERR_FILENO, timing_.Draw(TerminalWidth()));
+}
+
+// Transfers that run side by side stand on one axis.
+void Reporter::ReportTiming(const Outcome &outcome)
+{
+    if (settings_.timingRuns > 1) {
+        timing_.Measure(outcome);
+    } else if (outcome.beside) {
+        const std::chrono::duration<double, std::micro> begin = outcome.started - start_;
+        timing_.Add(outcome, begin.count());
+    } else {
+        timing_.Add(outcome, 0);
+        WriteAll(STDERR_FILENO, timing_.Draw(TerminalWidth()));
     }
 }
 

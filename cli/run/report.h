@@ -7,6 +7,7 @@
 
 #include "base/settings.h"
 #include "output/har.h"
+#include "output/timing.h"
 #include "transfer.h"
 
 namespace TnxTool
@@ -29,11 +30,14 @@ public:
 private:
     void ReportDebug(const Settings &settings, const Outcome &outcome);
     std::string ReceivedHead(const Outcome &outcome, bool toOutput) const;
+    void ReportTiming(const Outcome &outcome);
     void WriteTo(const std::string &file, const std::string &text);
 
     const RunSettings &settings_;
     std::map<std::string, bool> begun_; // files that this run has written to
     HttpArchive archive_;
+    Timing timing_;
+    const std::chrono::system_clock::time_point start_ = std::chrono::system_clock::now();
 };
 
 } // namespace TnxTool

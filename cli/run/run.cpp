@@ -17,6 +17,7 @@
 #include "output/meter.h"
 #include "report.h"
 #include "request/configuration.h"
+#include "request/cookies.h"
 #include "tnx_c_ext.h"
 #include "transfer.h"
 
@@ -133,6 +134,7 @@ int RunTransfers(const std::vector<Settings> &all)
         sessionConfiguration.maxTotalConnections = settings.parallelMax;
     }
     const SessionHandle session = OpenSession(sessionConfiguration);
+    const Cookies cookies(settings, session.get());
     Meter meter(ShowsMeter(settings, groups), count);
     const bool together = settings.parallel && count > 1;
     std::deque<Run> runs;
@@ -147,6 +149,7 @@ int RunTransfers(const std::vector<Settings> &all)
     Reporter reporter(settings);
     const int status = (together ? RunTogether : RunOneByOne)(transfers, reporter, meter, settings);
     reporter.Finish();
+    cookies.Save();
     return status;
 }
 

@@ -85,6 +85,7 @@ Transfer::Transfer(const Run &run, const Job &job, size_t number)
     offset_ = ResumeOffset(run.settings, sink_->GetPlan());
     outcome_.number = number;
     outcome_.urlNumber = job.urlNumber;
+    outcome_.run = job.run;
     outcome_.beside = run.parallel;
     outcome_.file = sink_->GetPlan().path;
     // Built here too, so that a command line that cannot be carried out sends nothing at all.

@@ -106,6 +106,15 @@ class RunsTest(ToolCase):
         self.assertEqual((nowhere.returncode, nowhere.stdout), (23, b""))
         self.assertEqual(self.run_tool("-O", self.url("/")).returncode, 23)
 
+    def test_cookies_are_kept(self):
+        twice = [self.url("/cookies"), self.url("/echo")]
+        for arguments, sent in [([], None), (["-b", ""], "a=1"), (["-c", "jar"], "a=1")]:
+            self.run_tool("-s", *arguments, *twice)
+            self.assertEqual(self.server.take()[1].field("cookie"), sent)
+        self.assertIn(b"127.0.0.1\tFALSE\t/\tFALSE\t", self.read("jar"))
+        shown = self.run_tool("-s", "-b", "jar", "-c", "-", self.url("/")).stdout
+        self.assertTrue(shown.startswith(b"hello\n#") and shown.endswith(b"\ta\t1\n"), shown)
+
     def test_names_and_times_of_files(self):
         named = ["-sOJR", "--output-dir", "x", "--create-dirs", self.url("/named")]
         self.assertEqual(self.run_tool(*named, "-w", "%{filename_effective}").stdout, b"x/name")
@@ -371,6 +380,16 @@ class RunsTest(ToolCase):
             "answer    200 over HTTP/1.1",
         ]:
             self.assertIn(piece, text)
+        hops = self.run_tool("-sL", "--timing", self.url("/to/x")).stderr.decode()
+        self.assertRegex(
+            hops, r"^GET .*/to/x  302\n(  .*\n)*  wait .*\n(  .*\n)*GET .*/x  200\n(  .*\n)*  total"
+        )
+        self.assertNotIn("redirects", hops)
+        chart = self.run_tool("-sZ", "--timing", self.url("/[1-3]")).stderr.decode()
+        self.assertEqual(chart.count("  total "), 3)
+        runs = self.run_tool("-s", "--timing=5", self.url("/"))
+        self.assertEqual((runs.stdout, len(self.server.take())), (b"hello\n", 11))
+        self.assertRegex(runs.stderr.decode(), r"^GET .*/  5 runs\n.*median.*\n(.*\n)*  total.* 5\n$")
         refused = self.run_tool("-s", "--explain", "http://127.0.0.1:1/")
         self.assertEqual(refused.returncode, 7)
         self.assertIn("127.0.0.1 port 1: Connection refused", refused.stderr.decode())
@@ -404,7 +423,9 @@ class RunsTest(ToolCase):
             (["--fail-early", self.url("/drop"), self.url("/")], 52, b"tnx: (52) ", b""),
             (["--frob", self.url("/")], 2, b"tnx: option --frob: is unknown\ntnx: try", b""),
             (["-H", "Content-Length:", self.url("/")], 2, b"cannot be left out", b""),
-            (["-b", "cookies.txt", self.url("/")], 2, b"cookie files are not read", b""),
+            (["-b", "a=b; c", self.url("/")], 2, b"expected name=value", b""),
+            (["-b", "/", self.url("/")], 26, b"tnx: (26) the cookies of '/'", b""),
+            (["-c", "no/such/folder", self.url("/")], 23, b"tnx: (23) the cookies to", b"hello\n"),
             (["-r", "x", self.url("/")], 2, b"option -r: expected a-b", b""),
             (["-o", "/dev/full", self.url("/big")], 23, b"No space left on device", b""),
             (["-T", "nowhere", self.url("/")], 26, b"tnx: (26) cannot read 'nowhere': No", b""),

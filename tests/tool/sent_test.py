@@ -28,6 +28,9 @@ class SentTest(ToolCase):
     def test_requests(self):
         self.write("data", b"a b\r\nc\n")
         self.write("fields", b"X-A: 1\nX-B: 2\n")
+        cookie = "127.0.0.1\tFALSE\t/\tFALSE\t%d\t%s\n"
+        jar = "# Netscape HTTP Cookie File\n" + cookie % (1 << 32, "p\t1") + cookie % (0, "s\t2")
+        self.write("jar", jar.encode())
         self.write(".netrc", b"machine 127.0.0.1 login me password a:b")
         octets = "Content-Type: application/octet-stream"
         form = "Content-Type: application/x-www-form-urlencoded"
@@ -59,6 +62,8 @@ class SentTest(ToolCase):
             (["--netrc-file", "fields"], "GET /echo", [], b""),
             (["-e", "there"], "GET /echo", ["Referer: there"], b""),
             (["-b", "b=2; a=1", "-b", "c="], "GET /echo", ["Cookie: a=1; b=2; c="], b""),
+            (["-b", "jar"], "GET /echo", ["Cookie: p=1; s=2"], b""),
+            (["-j", "-b", "jar", "-b", "a=b"], "GET /echo", ["Cookie: a=b; p=1"], b""),
             (["-H", "@fields"], "GET /echo", ["X-A: 1", "X-B: 2"], b""),
             (["-H", "X-Empty;"], "GET /echo", ["X-Empty:"], b""),
             (["-r", "0-4,-2"], "GET /echo", ["Range: bytes=0-4,-2"], b""),
