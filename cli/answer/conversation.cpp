@@ -76,7 +76,6 @@ public:
 
     void AddReceived(std::string_view bytes)
     {
-        conversation_.received += bytes;
         for (const std::string &line : Split(bytes, '\n')) {
             AddReceivedLine(Trim(line));
         }

@@ -46,7 +46,6 @@ struct ProxyUse {
 struct Conversation {
     std::vector<Hop> hops;
     std::vector<std::string> texts;
-    std::string received; // all header sections, byte for byte
 
     // The answers that the application sees: no interim ones, none to CONNECT.
     std::vector<const Hop *> Exchanges() const;

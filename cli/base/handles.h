@@ -29,6 +29,7 @@ inline void ReleaseResponse(Tnx_Response *response) noexcept
 using TextHandle = Handle<char, &OVX_Tnx_DestroyText>;
 using CookieJarHandle = Handle<Tnx_CookieJar, &OVX_Tnx_DestroyCookieJar>;
 using SessionHandle = Handle<Tnx_Session, &CloseSession>;
+using TransferHandle = Handle<Tnx_Transfer, &OVX_Tnx_DestroyTransfer>;
 using RequestHandle = Handle<Tnx_Request, &OVX_Tnx_DestroyRequest>;
 using ResponseHandle = Handle<Tnx_Response, &ReleaseResponse>;
 using HeadersHandle = Handle<Tnx_Headers, &OVX_Tnx_DestroyHeaders>;

@@ -3,12 +3,13 @@
 #define TNX_CLI_SETTINGS_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "tnx_c.h"
+#include "tnx_c_ext.h"
 
 namespace TnxTool
 {
@@ -20,6 +21,7 @@ inline constexpr int EXIT_HTTP_ERROR = 22; // a status of 400 or more, under -f
 inline constexpr int EXIT_WRITE = 23;
 inline constexpr int EXIT_READ = 26;
 inline constexpr int EXIT_OUT_OF_MEMORY = 27;
+inline constexpr int EXIT_SLOW = 28;
 inline constexpr int EXIT_RANGE = 33; // the server does not resume
 
 // A command line that cannot be carried out. Its text is shown, and the tool ends with EXIT_USAGE.
@@ -160,6 +162,10 @@ struct Settings : RunSettings {
     Text dnsServers;
     Text dohUrl;
     RetrySettings retry;
+    std::map<uint32_t, int64_t> limits;         // by Tnx_RequestLimit
+    std::map<uint32_t, std::string> connection; // by Tnx_ConnectionSetting
+    uint64_t slowest = 1;                       // bytes a second
+    uint32_t slowTime = 0;                      // seconds; 0: it may be as slow as it likes
 
     // What is shown.
     bool include = false;

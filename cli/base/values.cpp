@@ -83,6 +83,23 @@ uint32_t ParseNumber(const std::string &value, uint32_t most)
     return number;
 }
 
+uint64_t ParseSize(const std::string &value)
+{
+    constexpr std::string_view units = "BKMGT";
+    double number = 0;
+    const char *end = value.data() + value.size();
+    const auto [rest, error] = std::from_chars(value.data(), end, number, std::chars_format::fixed);
+    const size_t power =
+        rest + 1 == end ? units.find(*rest >= 'a' ? static_cast<char>(*rest - 'a' + 'A') : *rest)
+                        : 0;
+    const double bytes =
+        power > units.size() ? 0 : std::ldexp(number, 10 * static_cast<int>(power));
+    if (error != std::errc{} || rest + 1 < end || bytes < 1 || bytes >= 0x1p63) {
+        throw UsageError("expected a number of bytes, K, M, G or T, not '" + value + "'");
+    }
+    return static_cast<uint64_t>(bytes);
+}
+
 uint32_t ParseSeconds(const std::string &value)
 {
     double seconds = 0;

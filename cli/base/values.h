@@ -15,6 +15,9 @@ namespace TnxTool
 // A whole number up to `most`.
 uint32_t ParseNumber(const std::string &value, uint32_t most = UINT32_MAX);
 
+// Bytes, from 1 on; K, M, G or T may follow.
+uint64_t ParseSize(const std::string &value);
+
 // Seconds with an optional fraction, in milliseconds; 0 is no limit.
 uint32_t ParseSeconds(const std::string &value);
 

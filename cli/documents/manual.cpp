@@ -47,7 +47,18 @@ After
 everything is a URL.
 )";
 
-constexpr const char *TAIL = R"(.Sh EXIT STATUS
+constexpr const char *TAIL = R"(.Sh FILES
+.Bl -tag -width Ds -compact
+.It Pa $XDG_CONFIG_HOME/tnxrc
+Options that stand before those of the command line, in the notation of
+.Fl K ;
+.Pa ~/.config/tnxrc
+where the variable is not set.
+.It Pa ~/.netrc
+Users and passwords for
+.Fl n .
+.El
+.Sh EXIT STATUS
 The library's error code less 1007900000, which is the number that curl
 gives the failure.
 Of several URLs, the last that failed decides.

@@ -2,11 +2,12 @@
 #include "explain.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "answer/phases.h"
-#include "attempts.h"
 #include "base/url.h"
 #include "base/values.h"
 #include "certificates.h"
@@ -65,8 +66,14 @@ std::string ExplainHops(const Outcome &outcome)
     return text;
 }
 
-std::string ExplainConnection(const Outcome &outcome, const std::vector<Phase> &phases,
-                              const std::vector<Attempt> &attempts)
+std::string Reason(int error)
+{
+    return error == ETIMEDOUT   ? "no answer"
+           : error == ECANCELED ? "another one was faster"
+                                : std::strerror(error);
+}
+
+std::string ExplainConnection(const Outcome &outcome, const std::vector<Phase> &phases)
 {
     std::string text;
     const auto proxy = outcome.conversation.Proxy();
@@ -83,14 +90,15 @@ std::string ExplainConnection(const Outcome &outcome, const std::vector<Phase> &
         text += Line("lookup", std::string(UrlHost(url)) +
                                    (failed ? " has no address" : " resolved") + lookup);
     }
-    for (const Attempt &attempt : attempts) {
-        const bool good = attempt.result == Attempt::CONNECTED;
-        text += Line("connect",
-                     (proxy ? "the proxy " : "") + attempt.address + " port " +
-                         std::to_string(attempt.port) + ": " +
-                         (good ? "connected" + Took(phases, Phase::CONNECT) : attempt.reason));
+    const Tnx_ConnectionInfo *info = OVX_Tnx_GetConnectionInfo(outcome.response.get());
+    for (const auto *one = info == nullptr ? nullptr : info->attempts; one != nullptr;
+         one = one->next) {
+        text += Line("connect", (proxy ? "the proxy " : "") + std::string(one->address) + " port " +
+                                    std::to_string(one->port) + ": " +
+                                    (one->error == 0 ? "connected" + Took(phases, Phase::CONNECT)
+                                                     : Reason(one->error)));
     }
-    if (attempts.empty() && outcome.HttpStatus() != 0) {
+    if (info != nullptr && info->reused) {
         text += Line("connect", "a kept connection was used");
     }
     return text;
@@ -139,20 +147,20 @@ std::string ExplainCertificates(const Server &server, const Tnx_SecurityConfigur
 }
 
 // The server whose certificates there are to see: one that was reached directly, over TLS.
-std::optional<Server> TlsServer(const Outcome &outcome, const std::vector<Attempt> &attempts)
+std::optional<Server> TlsServer(const Outcome &outcome)
 {
+    const Tnx_ConnectionInfo *info = OVX_Tnx_GetConnectionInfo(outcome.response.get());
     const std::string url = outcome.EffectiveUrl();
-    const std::string host(UrlHost(url));
-    for (const Attempt &attempt : attempts) {
-        // The newer libcurl tells no name of the server when TLS fails.
-        const bool named = attempt.host == host ||
-                           (attempt.host.empty() && std::to_string(attempt.port) == UrlPort(url));
-        const bool direct = named && !outcome.conversation.Proxy();
-        if (attempt.result == Attempt::CONNECTED && direct && UrlScheme(url) == "https") {
-            return Server{host, attempt.address, attempt.port};
-        }
+    if (info == nullptr || UrlScheme(url) != "https" || outcome.conversation.Proxy()) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    const Tnx_AddressAttempt *reached = nullptr;
+    for (const auto *one = info->attempts; one != nullptr; one = one->next) {
+        reached = one->error == 0 ? one : reached;
+    }
+    return reached == nullptr
+               ? std::nullopt
+               : std::optional(Server{std::string(UrlHost(url)), reached->address, reached->port});
 }
 
 std::string ExplainEnd(const Outcome &outcome, const std::vector<Phase> &phases)
@@ -178,12 +186,11 @@ std::string ExplainEnd(const Outcome &outcome, const std::vector<Phase> &phases)
 std::string Explain(const Outcome &outcome, const Tnx_Configuration &configuration)
 {
     const std::vector<Phase> phases = PhasesOf(outcome);
-    const std::vector<Attempt> attempts = ReadAttempts(outcome.conversation.texts);
     std::string text = outcome.method + " " + outcome.EffectiveUrl() + "\n";
     text += ExplainHops(outcome);
-    text += ExplainConnection(outcome, phases, attempts);
+    text += ExplainConnection(outcome, phases);
     text += ExplainTls(outcome, phases);
-    if (const auto server = TlsServer(outcome, attempts)) {
+    if (const auto server = TlsServer(outcome)) {
         text += ExplainCertificates(*server, configuration.security);
     } else if (UrlScheme(outcome.EffectiveUrl()) == "https") {
         text += Line("chain", "not looked at: no connection led straight to the server");

@@ -84,7 +84,7 @@ const std::vector<Option> &Options()
     static const std::vector<Option> options = [] {
         std::vector<Option> all;
         for (const auto &part : {RequestOptions(), OutputOptions(), ConnectionOptions(),
-                                 SecurityOptions(), ProxyOptions()}) {
+                                 LimitOptions(), SecurityOptions(), ProxyOptions()}) {
             all.insert(all.end(), part.begin(), part.end());
         }
         std::sort(all.begin(), all.end(), NameLess);

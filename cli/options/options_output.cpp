@@ -16,7 +16,8 @@ constexpr const char *WRITE_OUT_MAN =
 
 constexpr const char *AS_JSON_MAN =
     "Write one JSON object to standard output and nothing else, one a line for several URLs: "
-    "status, errorCode, effectiveUrl, headers, bodyLength, cookies, times in microseconds, debug.";
+    "status, errorCode, effectiveUrl, headers, bodyLength, cookies, times in microseconds, "
+    "connection, hops, failure, debug.";
 
 constexpr const char *HAR_MAN =
     "Write the transfers, with all their hops, as an HTTP archive (HAR 1.2), which the network "
@@ -101,8 +102,7 @@ const Option OPTIONS[] = {
      .name = "include",
      .topic = Topic::OUTPUT,
      .help = "Show the header fields too",
-     .man = "Write the header lines of every answer in front of the body. They are known as a "
-            "whole at the end, so the body waits for it.",
+     .man = "Write the header lines of every answer in front of the body, as they come.",
      .target = &Settings::include,
      .important = true},
     {.letter = 'D',
@@ -182,8 +182,9 @@ const Option OPTIONS[] = {
      .name = "verbose",
      .topic = Topic::VERBOSE,
      .help = "Show the conversation",
-     .man = "Show on standard error, when a transfer is over, the header lines sent (>) and "
-            "received (<), and what happened (*).",
+     .man =
+         "Show on standard error, as it happens, the header lines sent (>) and received (<), and "
+         "what happened (*); under -Z when a transfer is over.",
      .target = &Settings::verbose,
      .important = true},
     {.letter = 's',
@@ -216,7 +217,7 @@ const Option OPTIONS[] = {
      .topic = Topic::VERBOSE,
      .help = "Write the conversation, in hex",
      .man = "Write all that was sent and received, in hex and text, to a file; - is standard "
-            "output. Bodies are kept up to 1 MiB.",
+            "output.",
      .target = &Settings::trace},
     {.name = "trace-ascii",
      .argument = "file",

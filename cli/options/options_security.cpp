@@ -153,11 +153,6 @@ const Option OPTIONS[] = {
      .man = "The pass phrase of the private key.",
      .target = +[](Settings &s, const std::string &value) { s.server.passPhrase = value; },
      .secret = true},
-    {.name = "tlsv1.2",
-     .topic = Topic::TLS,
-     .help = "Speak TLS 1.2 or later",
-     .man = "Does nothing: nothing older than TLS 1.2 is spoken.",
-     .target = +[](Settings &) {}},
 };
 
 } // namespace

@@ -12,6 +12,7 @@ namespace TnxTool
 std::span<const Option> RequestOptions();
 std::span<const Option> OutputOptions();
 std::span<const Option> ConnectionOptions();
+std::span<const Option> LimitOptions();
 std::span<const Option> SecurityOptions();
 std::span<const Option> ProxyOptions();
 

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <string_view>
 
-#include "answer/conversation.h"
 #include "style.h"
+#include "tnx_c.h"
 
 namespace TnxTool
 {
@@ -94,37 +94,28 @@ const char *TraceTitle(uint32_t kind)
 
 } // namespace
 
-std::string VerboseText(const Tnx_DebugInfo *info, bool color)
+std::string VerboseText(uint32_t kind, std::string_view bytes, bool color)
 {
+    const char *mark = kind == TNX_DEBUG_TEXT         ? "* "
+                       : kind == TNX_DEBUG_HEADER_OUT ? "> "
+                       : kind == TNX_DEBUG_HEADER_IN  ? "< "
+                                                      : nullptr;
     std::string text;
-    for (; info != nullptr; info = info->next) {
-        std::string_view bytes = DebugBytes(*info);
-        if (info->type == TNX_DEBUG_TEXT) {
-            AppendLines(text, "* ", bytes);
-            continue;
-        }
-        const std::string painted = color ? PaintHead(bytes) : "";
-        bytes = color ? painted : bytes;
-        if (info->type == TNX_DEBUG_HEADER_OUT) {
-            AppendLines(text, "> ", bytes);
-        } else if (info->type == TNX_DEBUG_HEADER_IN) {
-            AppendLines(text, "< ", bytes);
-        }
+    if (mark != nullptr) {
+        const std::string painted =
+            color && kind != TNX_DEBUG_TEXT ? PaintHead(bytes) : std::string(bytes);
+        AppendLines(text, mark, painted);
     }
     return text;
 }
 
-std::string TraceText(const Tnx_DebugInfo *info, bool hex)
+std::string TraceText(uint32_t kind, std::string_view bytes, bool hex)
 {
     std::string text;
-    for (; info != nullptr; info = info->next) {
-        const std::string_view bytes = DebugBytes(*info);
-        if (info->type == TNX_DEBUG_TEXT) {
-            AppendLines(text, "== Info: ", bytes);
-            continue;
-        }
-        text += TraceTitle(info->type);
-        text += Format(", %zu bytes (0x%zx)\n", bytes.size(), bytes.size());
+    if (kind == TNX_DEBUG_TEXT) {
+        AppendLines(text, "== Info: ", bytes);
+    } else {
+        text = TraceTitle(kind) + Format(", %zu bytes (0x%zx)\n", bytes.size(), bytes.size());
         (hex ? AppendHex : AppendText)(text, bytes);
     }
     return text;

@@ -2,18 +2,18 @@
 #ifndef TNX_CLI_DUMP_H
 #define TNX_CLI_DUMP_H
 
+#include <cstdint>
 #include <string>
-
-#include "tnx_c.h"
+#include <string_view>
 
 namespace TnxTool
 {
 
-// "* text", "> line sent", "< line received".
-std::string VerboseText(const Tnx_DebugInfo *info, bool color);
+// "* text", "> line sent", "< line received"; nothing for other kinds of debug information.
+std::string VerboseText(uint32_t kind, std::string_view bytes, bool color);
 
-// Every entry with its bytes, in hex or as text.
-std::string TraceText(const Tnx_DebugInfo *info, bool hex);
+// A piece of debug information with its bytes, in hex or as text.
+std::string TraceText(uint32_t kind, std::string_view bytes, bool hex);
 
 } // namespace TnxTool
 

@@ -1,6 +1,8 @@
 // The answer as JSON, for programs.
 #include "json.h"
 
+#include <cstring>
+
 #include <nlohmann/json.hpp>
 
 namespace TnxTool
@@ -64,6 +66,42 @@ Json CookiesToJson(const Tnx_ResponseCookies *cookie)
     return cookies;
 }
 
+Json ConnectionToJson(const Tnx_ConnectionInfo *info)
+{
+    if (info == nullptr) {
+        return {};
+    }
+    Json attempts = Json::array();
+    for (const auto *one = info->attempts; one != nullptr; one = one->next) {
+        attempts.push_back({{"address", one->address},
+                            {"port", one->port},
+                            {"error", one->error == 0 ? Json() : Json(std::strerror(one->error))}});
+    }
+    return {{"httpVersion", info->httpVersion},
+            {"reused", info->reused},
+            {"remoteAddress", TextOrNull(info->remoteAddress)},
+            {"remotePort", info->remotePort},
+            {"localAddress", TextOrNull(info->localAddress)},
+            {"localPort", info->localPort},
+            {"proxy", TextOrNull(info->proxy)},
+            {"tlsVersion", TextOrNull(info->tlsVersion)},
+            {"cipher", TextOrNull(info->cipher)},
+            {"peerChain", TextOrNull(info->peerChain)},
+            {"bytesSent", info->bytesSent},
+            {"bytesReceived", info->bytesReceived},
+            {"attempts", attempts}};
+}
+
+Json HopsToJson(const Tnx_ConnectionInfo *info)
+{
+    Json hops = Json::array();
+    for (const auto *hop = info == nullptr ? nullptr : info->hops; hop != nullptr;
+         hop = hop->next) {
+        hops.push_back({{"url", TextOrNull(hop->url)}, {"status", hop->statusCode}});
+    }
+    return hops;
+}
+
 Json TimesToJson(const Tnx_TimeInfo *times)
 {
     Json all = Json::object();
@@ -109,6 +147,9 @@ std::string ToJsonLine(const Outcome &outcome, bool debug)
     object["bodyLength"] = outcome.bodyLength;
     object["cookies"] = CookiesToJson(response == nullptr ? nullptr : response->cookies);
     object["times"] = TimesToJson(response == nullptr ? nullptr : response->timeInfo);
+    object["connection"] = ConnectionToJson(OVX_Tnx_GetConnectionInfo(response));
+    object["hops"] = HopsToJson(OVX_Tnx_GetConnectionInfo(response));
+    object["failure"] = TextOrNull(outcome.error.empty() ? nullptr : outcome.error.c_str());
     object["debug"] = DebugToJson(response == nullptr ? nullptr : response->debugInfo, debug);
     // Header fields may hold any bytes; JSON is UTF-8.
     return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -46,23 +46,20 @@ Sink::Plan PlanOutput(const Settings &settings, const Job &job)
         return plan;
     }
     const Text file = OutputFile(settings, job);
-    const bool head = (settings.include || settings.head) && !settings.asJson;
     plan.createDirectories = settings.createDirectories;
     plan.append = settings.continueAt.has_value();
     plan.kept = settings.har.has_value();
     if (file && *file != "-") {
         plan.kind = Sink::Kind::FILE;
         plan.path = *file;
-        plan.held = head;
     } else if (settings.asJson) {
         plan.kind = Sink::Kind::COUNT;
     } else {
         const bool terminal = IsTerminal(STDOUT_FILENO);
         plan.refuseBinary = terminal && !file;
         plan.look = LookOf(settings, STDOUT_FILENO);
-        // What stands before the body, or decides whether it is shown, is known at the end.
-        plan.held = head || settings.parallel || settings.retry.count != 0 ||
-                    settings.dumpHeader == "-" || (settings.verbose && terminal);
+        // Whether it is shown, and when its turn is, is known at the end.
+        plan.held = settings.parallel || settings.retry.count != 0;
     }
     return plan;
 }

@@ -54,6 +54,16 @@ bool Sink::Take(std::string_view piece) noexcept
     }
 }
 
+void Sink::TakeHead(std::string_view line)
+{
+    headed_ = true;
+    if (plan_.kind == Kind::FILE) {
+        head_ += line;
+    } else {
+        Deliver(line);
+    }
+}
+
 void Sink::NameFile(const std::string &name)
 {
     if (file_ < 0 && !name.empty()) {
@@ -79,6 +89,8 @@ void Sink::SetTime(std::time_t time) noexcept
 
 void Sink::Restart() noexcept
 {
+    headed_ = false;
+    head_.clear();
     layOut_ = false;
     json_.clear();
     memory_.clear();
@@ -101,13 +113,13 @@ std::optional<std::string> Sink::TakeKept()
     return whole ? std::optional(std::exchange(kept_, {})) : std::nullopt;
 }
 
-bool Sink::Finish(std::string_view head) noexcept
+bool Sink::Finish() noexcept
 {
     try {
         if (!failure_.empty()) {
             return false;
         }
-        return (plan_.kind != Kind::FILE || Open()) && FinishLayout() && Write(head) && CopyHeld();
+        return (plan_.kind != Kind::FILE || Open()) && FinishLayout() && CopyHeld();
     } catch (const std::exception &error) {
         return Fail(error.what());
     }
@@ -155,10 +167,11 @@ bool Sink::Hold(std::string_view piece)
 
 bool Sink::Write(std::string_view piece)
 {
-    if (plan_.kind == Kind::COUNT || piece.empty()) {
+    const std::string head = std::exchange(head_, {});
+    if (plan_.kind == Kind::COUNT || (piece.empty() && head.empty())) {
         return true;
     }
-    return Open() && (WriteAll(file_, piece) ||
+    return Open() && ((WriteAll(file_, head) && WriteAll(file_, piece)) ||
                       Fail(std::string("cannot write the body: ") + std::strerror(errno)));
 }
 

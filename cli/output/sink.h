@@ -41,6 +41,9 @@ public:
     // Takes the next piece. False when it cannot; Failure() then tells why.
     bool Take(std::string_view piece) noexcept;
 
+    // Takes a line that stands before the body. A file gets it when it is begun.
+    void TakeHead(std::string_view line);
+
     // The body is JSON: it waits for its end and is laid out, where the plan has it so.
     void ExpectJson() noexcept { layOut_ = plan_.look.pretty; }
 
@@ -54,10 +57,11 @@ public:
     // Forgets what came, for another try.
     void Restart() noexcept;
 
-    // Writes the head and what was held, and makes the file of an empty body. False as Take.
-    bool Finish(std::string_view head) noexcept;
+    // Writes what was held, and makes the file of an empty body. False as Take.
+    bool Finish() noexcept;
 
     uint64_t Count() const { return count_; }
+    bool IsEmpty() const { return count_ == 0 && !headed_; }
 
     // The whole body, where it was to be kept and is not above 1 MiB; else nothing.
     std::optional<std::string> TakeKept();
@@ -83,6 +87,8 @@ private:
     int file_ = -1;
     uint64_t start_ = 0; // where this transfer's bytes begin in the file
     uint64_t count_ = 0;
+    bool headed_ = false;
+    std::string head_; // of a file
     bool layOut_ = false;
     std::string json_; // so far
     std::string memory_;

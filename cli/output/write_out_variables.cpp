@@ -44,6 +44,23 @@ template <size_t Hop::*Size> Json SumOfHops(const Outcome &outcome)
     return sum;
 }
 
+const Tnx_ConnectionInfo *Connection(const Outcome &outcome)
+{
+    return OVX_Tnx_GetConnectionInfo(outcome.response.get());
+}
+
+template <auto Member> Json Address(const Outcome &outcome)
+{
+    const Tnx_ConnectionInfo *info = Connection(outcome);
+    return info == nullptr || info->*Member == nullptr ? Json("") : Json(info->*Member);
+}
+
+template <auto Member> Json Port(const Outcome &outcome)
+{
+    const Tnx_ConnectionInfo *info = Connection(outcome);
+    return info == nullptr ? 0 : info->*Member;
+}
+
 Json TextOrNull(const std::string &text)
 {
     return text.empty() ? Json() : Json(text);
@@ -113,6 +130,8 @@ constexpr Variable VARIABLES[] = {
     {"http_code", "The status of the last answer", &Status},
     {"http_connect", "The status of the proxy's last answer to CONNECT", &ConnectStatus},
     {"http_version", "The version of HTTP that was spoken", &HttpVersion},
+    {"local_ip", "The address that it came from", &Address<&Tnx_ConnectionInfo::localAddress>},
+    {"local_port", "The port that it came from", &Port<&Tnx_ConnectionInfo::localPort>},
     {"method", "The method of the request", [](const Outcome &o) { return Json(o.method); }},
     {"num_headers", "How many fields the last answer had", &FieldCount},
     {"num_redirects", "How many redirects were followed", &RedirectCount},
@@ -120,6 +139,8 @@ constexpr Variable VARIABLES[] = {
      [](const Outcome &o) { return Json(o.retries); }},
     {"redirect_url", "Where a redirect leads that was not followed", &RedirectUrl},
     {"referer", "The referring URL that was sent", &Referer},
+    {"remote_ip", "The address that it went to", &Address<&Tnx_ConnectionInfo::remoteAddress>},
+    {"remote_port", "The port that it went to", &Port<&Tnx_ConnectionInfo::remotePort>},
     {"response_code", "The same as http_code", &Status},
     {"scheme", "The scheme of the last URL",
      [](const Outcome &o) { return Json(std::string(UrlScheme(o.EffectiveUrl()))); }},
@@ -133,6 +154,8 @@ constexpr Variable VARIABLES[] = {
      [](const Outcome &o) { return Speed(o, o.bodyLength); }},
     {"speed_upload", "Bytes of the body that were sent, a second",
      [](const Outcome &o) { return Speed(o, o.uploaded); }},
+    {"ssl_verify_result", "0, or 1 where the certificate was refused",
+     [](const Outcome &o) { return Json(o.errorCode == TNX_ERR_PEER_VERIFICATION ? 1 : 0); }},
     {"time_appconnect", "Seconds until TLS was set up", &Seconds<&Tnx_TimeInfo::tls>},
     {"time_connect", "Seconds until the connection stood", &Seconds<&Tnx_TimeInfo::connect>},
     {"time_namelookup", "Seconds until the name was resolved", &Seconds<&Tnx_TimeInfo::nameLookup>},

@@ -69,17 +69,14 @@ std::pair<std::string, Text> SplitCertificate(const std::string &value)
     return {path, std::nullopt};
 }
 
+// What is read when a transfer is over; what is told while it runs is heard then.
 void FillTracing(Tnx_TracingConfiguration &tracing, const Settings &s)
 {
-    const bool trace = s.trace || s.traceAscii;
-    const bool lines = s.verbose || trace || s.explain || s.timing || s.har;
-    const bool headers = lines || s.include || s.head || s.dumpHeader || s.writeOut;
+    const bool lines = (s.asJson && s.verbose) || s.explain || s.timing || s.har;
     bool(&kinds)[TNX_DEBUG_KINDS] = tracing.debugInfoKinds;
     kinds[TNX_DEBUG_TEXT] = lines;
-    kinds[TNX_DEBUG_HEADER_IN] = kinds[TNX_DEBUG_HEADER_OUT] = headers;
-    kinds[TNX_DEBUG_DATA_IN] = trace;
-    kinds[TNX_DEBUG_DATA_OUT] = trace || s.har;
-    kinds[TNX_DEBUG_TLS_DATA_IN] = kinds[TNX_DEBUG_TLS_DATA_OUT] = trace;
+    kinds[TNX_DEBUG_HEADER_IN] = kinds[TNX_DEBUG_HEADER_OUT] = lines || s.writeOut;
+    kinds[TNX_DEBUG_DATA_OUT] = s.har.has_value();
     tracing.collectTimeInfo = true;
 }
 

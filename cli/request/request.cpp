@@ -103,6 +103,7 @@ Request::Request(const Settings &settings, const Job &job, uint64_t offset,
     request_->cookies = cookies_.get();
     request_->configuration = &configuration_;
     AddUser(settings);
+    AddLimits(settings);
     OVX_Tnx_SetRequestFailOnHttpError(request_.get(), settings.fail);
 }
 
@@ -132,6 +133,26 @@ void Request::AddUser(const Settings &settings)
         configuration_.security.credentialName = user_->c_str();
         configuration_.security.credentialPassword = user_->c_str() + mark + 1;
     }
+}
+
+void Request::AddLimits(const Settings &settings)
+{
+    for (const auto &[which, value] : settings.limits) {
+        if (OVX_Tnx_SetRequestLimit(request_.get(), which, value) != TNX_OK) {
+            throw UsageError("the limits of the transfer contradict each other");
+        }
+    }
+    for (const auto &[which, value] : settings.connection) {
+        if (OVX_Tnx_SetRequestConnection(request_.get(), which, value.c_str()) != TNX_OK) {
+            throw UsageError("a connection cannot be made with '" + value + "'");
+        }
+    }
+    if (settings.slowTime != 0) { // without a byte there is no speed to look at
+        OVX_Tnx_SetRequestLimit(request_.get(), TNX_LIMIT_IDLE_TIME,
+                                int64_t{settings.slowTime} * 1000);
+    }
+    OVX_Tnx_SetRequestCollectConnectionInfo(request_.get(), settings.writeOut || settings.asJson ||
+                                                                settings.explain);
 }
 
 void Request::AddCookies(const Settings &settings)

@@ -30,6 +30,7 @@ public:
 
 private:
     void AddHeaders(const Settings &settings, bool upload);
+    void AddLimits(const Settings &settings);
     void AddUser(const Settings &settings);
     void AddCookies(const Settings &settings);
     void AddRanges(const Settings &settings, uint64_t offset);

@@ -2,8 +2,7 @@
 #ifndef TNX_CLI_REPORT_H
 #define TNX_CLI_REPORT_H
 
-#include <map>
-#include <string>
+#include <chrono>
 
 #include "base/settings.h"
 #include "output/har.h"
@@ -16,8 +15,9 @@ namespace TnxTool
 class Reporter
 {
 public:
-    explicit Reporter(const RunSettings &settings)
+    Reporter(const RunSettings &settings, OutputFiles &files)
         : settings_(settings)
+        , files_(files)
     {
     }
 
@@ -28,13 +28,10 @@ public:
     void Finish();
 
 private:
-    void ReportDebug(const Settings &settings, const Outcome &outcome);
-    std::string ReceivedHead(const Outcome &outcome, bool toOutput) const;
     void ReportTiming(const Outcome &outcome);
-    void WriteTo(const std::string &file, const std::string &text);
 
     const RunSettings &settings_;
-    std::map<std::string, bool> begun_; // files that this run has written to
+    OutputFiles &files_;
     HttpArchive archive_;
     Timing timing_;
     const std::chrono::system_clock::time_point start_ = std::chrono::system_clock::now();

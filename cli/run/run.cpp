@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "base/handles.h"
+#include "base/interrupt.h"
 #include "base/job.h"
 #include "base/terminal.h"
 #include "output/meter.h"
@@ -66,12 +67,14 @@ SessionHandle OpenSession(const Tnx_SessionConfiguration &configuration)
 }
 
 int RunOneByOne(const Transfers &transfers, Reporter &reporter, Meter &meter,
-                const RunSettings &settings)
+                const RunSettings &settings, const Interrupt &interrupt)
 {
     int status = 0;
     auto start = std::chrono::steady_clock::now();
     for (const auto &transfer : transfers) {
-        std::this_thread::sleep_until(start);
+        if (!interrupt.Sleep(start - std::chrono::steady_clock::now())) {
+            break;
+        }
         start = std::chrono::steady_clock::now() + std::chrono::milliseconds(settings.pace);
         transfer->Perform();
         meter.Clear();
@@ -86,7 +89,7 @@ int RunOneByOne(const Transfers &transfers, Reporter &reporter, Meter &meter,
 
 // Each worker takes the next transfer; the reports stay in the order of the URLs.
 int RunTogether(const Transfers &transfers, Reporter &reporter, Meter &meter,
-                const RunSettings &settings)
+                const RunSettings &settings, const Interrupt &interrupt)
 {
     std::vector<std::promise<void>> done(transfers.size());
     std::atomic<size_t> next = 0;
@@ -96,7 +99,7 @@ int RunTogether(const Transfers &transfers, Reporter &reporter, Meter &meter,
          --count) {
         workers.emplace_back([&] {
             for (size_t at = next++; at < transfers.size(); at = next++) {
-                if (!stop) {
+                if (!stop && interrupt.Status() == 0) {
                     transfers[at]->Perform();
                     stop = stop || (settings.failEarly && transfers[at]->GetOutcome().status != 0);
                 }
@@ -134,23 +137,26 @@ int RunTransfers(const std::vector<Settings> &all)
         sessionConfiguration.maxTotalConnections = settings.parallelMax;
     }
     const SessionHandle session = OpenSession(sessionConfiguration);
+    const Interrupt interrupt([&session] { OVX_Tnx_CancelSession(session.get()); });
     const Cookies cookies(settings, session.get());
     Meter meter(ShowsMeter(settings, groups), count);
     const bool together = settings.parallel && count > 1;
+    OutputFiles files;
     std::deque<Run> runs;
     Transfers transfers;
     for (const Group &group : groups) {
-        const Run &run = runs.emplace_back(
-            Run{group.settings, group.configuration.Record(), session.get(), meter, together});
+        const Run &run = runs.emplace_back(Run{group.settings, group.configuration.Record(),
+                                               session.get(), meter, files, interrupt, together});
         for (const Job &job : group.jobs) {
             transfers.push_back(std::make_unique<Transfer>(run, job, transfers.size()));
         }
     }
-    Reporter reporter(settings);
-    const int status = (together ? RunTogether : RunOneByOne)(transfers, reporter, meter, settings);
+    Reporter reporter(settings, files);
+    const int status =
+        (together ? RunTogether : RunOneByOne)(transfers, reporter, meter, settings, interrupt);
     reporter.Finish();
     cookies.Save();
-    return status;
+    return interrupt.Status() != 0 ? interrupt.Status() : status;
 }
 
 } // namespace TnxTool

@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <future>
-#include <thread>
 
 #include "base/dates.h"
 #include "output/disposition.h"
@@ -37,24 +35,14 @@ Answer FetchHere(Tnx_Session *session, Tnx_Request *request)
     return answer;
 }
 
-// Waits for an asynchronous fetch; the library completes each exactly once. The promise belongs to
-// the callback, which may still be in it when the waiting is over.
 Answer FetchThere(Tnx_Session *session, Tnx_Request *request)
 {
-    using Promise = std::promise<Answer>;
-    auto promise = std::make_unique<Promise>();
-    std::future<Answer> future = promise->get_future();
-    const Tnx_ResponseCallbackObject callback = {
-        [](void *context, Tnx_Response *response, uint32_t errorCode) {
-            const std::unique_ptr<Promise> owned(static_cast<Promise *>(context));
-            owned->set_value({ResponseHandle(response), errorCode});
-        },
-        promise.get()};
-    if (const uint32_t refused = OVX_Tnx_Fetch(session, request, &callback); refused != TNX_OK) {
-        return {nullptr, refused};
+    Answer answer;
+    const TransferHandle transfer(OVX_Tnx_Start(session, request, &answer.errorCode));
+    if (transfer) {
+        answer.response.reset(OVX_Tnx_Wait(transfer.get(), TNX_NO_TIMEOUT, &answer.errorCode));
     }
-    static_cast<void>(promise.release());
-    return future.get();
+    return answer;
 }
 
 std::string ErrorText(const Outcome &outcome)
@@ -80,7 +68,9 @@ bool IsUnsatisfied(const char *contentRange)
 Transfer::Transfer(const Run &run, const Job &job, size_t number)
     : run_(run)
     , job_(job)
+    , speed_(run.settings.slowest, std::chrono::seconds(run.settings.slowTime))
     , sink_(std::make_unique<Sink>(PlanOutput(run.settings, job)))
+    , narrator_(run.settings, run.files, *sink_, run.parallel)
 {
     offset_ = ResumeOffset(run.settings, sink_->GetPlan());
     outcome_.number = number;
@@ -108,7 +98,9 @@ void Transfer::Perform() noexcept
             }
             run_.meter.Clear();
             AnnounceRetry(run_.settings, outcome_, *wait, run_.settings.retry.count - attempt);
-            std::this_thread::sleep_for(*wait);
+            if (!run_.interrupt.Sleep(*wait)) {
+                break;
+            }
             outcome_.retries = attempt + 1;
             sink_->Restart();
         }
@@ -128,6 +120,7 @@ void Transfer::Attempt()
     resume_ = offset_ == 0 ? Resume::NO : Resume::WAITING;
     outcome_.status = 0;
     outcome_.error.clear();
+    tooSlow_ = false;
     Observe(*request_);
     outcome_.started = std::chrono::system_clock::now();
     Fetch(*request_);
@@ -141,6 +134,9 @@ void Transfer::Observe(Request &request)
     events.onProgress2 = {&OnUpload, this};
     events.onHeaderReceive = {&OnHeaders, this};
     OVX_Tnx_SetRequestOnBinaryDataRecvCallback(request.Record(), &OnData, this);
+    if (narrator_.Listens() && job_.run == 0) {
+        OVX_Tnx_SetRequestTrace(request.Record(), &OnTrace, this);
+    }
 }
 
 void Transfer::Fetch(Request &request)
@@ -165,8 +161,12 @@ void Transfer::Judge()
     const bool failed = outcome_.errorCode == TNX_ERR_HTTP_STATUS ||
                         (outcome_.errorCode == TNX_OK && run_.settings.failWithBody &&
                          status >= FIRST_HTTP_ERROR && resume_ != Resume::COMPLETE);
-    if (!sink_->Failure().empty()) {
-        SetError(EXIT_WRITE, sink_->Failure());
+    if (outcome_.errorCode == TNX_ERR_REQUEST_CANCELED && run_.interrupt.Status() != 0) {
+        SetError(run_.interrupt.Status(), "interrupted");
+    } else if (tooSlow_) {
+        SetError(EXIT_SLOW, "the transfer was slower than -Y allows, for as long as -y says");
+    } else if (!sink_->Failure().empty() || !narrator_.Failure().empty()) {
+        SetError(EXIT_WRITE, sink_->Failure() + narrator_.Failure());
     } else if (failed) {
         SetError(EXIT_HTTP_ERROR, "The requested URL returned error: " + std::to_string(status));
     } else if (resume_ == Resume::REFUSED) {
@@ -184,13 +184,19 @@ void Transfer::SetError(int status, std::string text)
     outcome_.error = std::move(text);
 }
 
-void Transfer::FinishBody(std::string_view head)
+void Transfer::Finish()
+{
+    narrator_.Finish();
+    FinishBody();
+}
+
+void Transfer::FinishBody()
 {
     if (StaysAsItIs()) {
         return;
     }
-    const bool nothing = outcome_.status != 0 && outcome_.bodyLength == 0 && head.empty();
-    if (!nothing && !sink_->Finish(head) && outcome_.status == 0) {
+    const bool nothing = outcome_.status != 0 && sink_->IsEmpty();
+    if (!nothing && !sink_->Finish() && outcome_.status == 0) {
         SetError(EXIT_WRITE, sink_->Failure());
     }
     if (outcome_.status != 0 && run_.settings.removeOnError) {
@@ -216,6 +222,13 @@ void Transfer::KeepTime()
     }
 }
 
+void Transfer::OnTrace(void *context, const Tnx_TraceEvent *event) noexcept
+{
+    auto &self = *static_cast<Transfer *>(context);
+    self.run_.meter.Clear();
+    self.narrator_.Hear(event->kind, {event->data, event->length});
+}
+
 size_t Transfer::OnData(void *context, const Tnx_Buffer *data) noexcept
 {
     auto &self = *static_cast<Transfer *>(context);
@@ -226,7 +239,9 @@ size_t Transfer::OnData(void *context, const Tnx_Buffer *data) noexcept
         self.resume_ = Resume::REFUSED;
         return 0;
     }
-    return self.sink_->Take({data->data, data->length}) ? data->length : 0;
+    const bool taken = self.sink_->Take({data->data, data->length});
+    self.tooSlow_ = self.speed_.IsSlow(self.sink_->Count(), std::chrono::steady_clock::now());
+    return taken && !self.tooSlow_ ? data->length : 0;
 }
 
 void Transfer::OnHeaders(void *context, Tnx_Headers *headers) noexcept

@@ -6,9 +6,12 @@
 #include <optional>
 
 #include "answer/outcome.h"
+#include "base/interrupt.h"
 #include "base/job.h"
+#include "narrator.h"
 #include "output/sink.h"
 #include "request/request.h"
+#include "speed_watch.h"
 
 namespace TnxTool
 {
@@ -21,6 +24,8 @@ struct Run {
     const Tnx_Configuration &configuration;
     Tnx_Session *session;
     Meter &meter;
+    OutputFiles &files;
+    const Interrupt &interrupt;
     bool parallel; // several at a time: fetch asynchronously, so that they can share connections
 };
 
@@ -33,8 +38,8 @@ public:
     // Fetches, on any thread. Fills the outcome, whatever happens.
     void Perform() noexcept;
 
-    // Writes what was held of the body, behind a head of the same file.
-    void FinishBody(std::string_view head);
+    // Tells what was held back, and writes what was held of the body.
+    void Finish();
 
     const Run &GetRun() const { return run_; }
     const Outcome &GetOutcome() const { return outcome_; }
@@ -51,6 +56,8 @@ private:
     void ReadHead(const Tnx_Headers *headers);
     void KeepTime();
     bool StaysAsItIs() const;
+    void FinishBody();
+    static void OnTrace(void *context, const Tnx_TraceEvent *event) noexcept;
     static size_t OnData(void *context, const Tnx_Buffer *data) noexcept;
     static void OnHeaders(void *context, Tnx_Headers *headers) noexcept;
     static void OnDownload(void *context, uint64_t total, uint64_t now) noexcept;
@@ -59,9 +66,12 @@ private:
     const Run &run_;
     const Job job_;
     uint64_t offset_ = 0; // where a download resumes
+    SpeedWatch speed_;
+    bool tooSlow_ = false;
     Resume resume_ = Resume::NO;
     std::unique_ptr<Request> request_;
     std::unique_ptr<Sink> sink_;
+    Narrator narrator_;
     Outcome outcome_;
     bool performed_ = false;
 };

@@ -1,5 +1,6 @@
 """How the tool carries requests: trust, client certificates, proxies, names, versions."""
 
+import json
 import os
 import pathlib
 import socket
@@ -9,6 +10,7 @@ import sys
 import tempfile
 import unittest
 
+from server import Server
 from tool_case import TIMEOUT, ToolCase
 
 MAKE_CERTIFICATES = os.path.abspath(sys.argv.pop(1))
@@ -52,6 +54,39 @@ class RoadTest(ToolCase):
                 result = self.run_tool(*arguments)
                 self.assertEqual(result.returncode, status, result.stderr)
                 self.assertIn(piece, result.stdout if status == 0 else result.stderr)
+
+    def test_versions_and_ciphers_of_tls(self):
+        url = f"https://localhost:{self.servers['good'].port}/"
+        chacha = "CHACHA20-POLY1305"
+        tls12, tls13 = f"ECDHE-RSA-{chacha}:ECDHE-ECDSA-{chacha}", "TLS_AES_128_GCM_SHA256"
+        for arguments, version, cipher in [
+            (["--tls-max", "1.2"], "TLSv1.2", ""),
+            (["--tlsv1.3", "--tls13-ciphers", tls13], "TLSv1.3", tls13),
+            (["--tls-max", "1.2", "--ciphers", tls12], "TLSv1.2", chacha),
+        ]:
+            with self.subTest(arguments):
+                told = self.run_tool("--cacert", "ca.pem", "--as-json", *arguments, url).stdout
+                connection = json.loads(told)["connection"]
+                self.assertEqual(connection["tlsVersion"], version)
+                self.assertIn(cipher, connection["cipher"])
+        older = f"https://localhost:{self.servers['asking'].port}/"
+        self.check([(["--cacert", "ca.pem", "--tlsv1.3", older], 35, b"tnx: (35) ")])
+
+    def test_other_ways_to_the_server(self):
+        server = Server(path=str(self.folder / "socket"))
+        self.addCleanup(server.stop)
+        self.check(
+            [
+                (["--unix-socket", "socket", "http://far.invalid/"], 0, b"hello\n"),
+                (
+                    ["--connect-to", f"far.invalid:80:127.0.0.1:{self.server.port}"]
+                    + ["http://far.invalid/"],
+                    0,
+                    b"hello\n",
+                ),
+            ]
+        )
+        self.assertEqual(server.take()[0].field("host"), "far.invalid")
 
     def test_trust(self):
         url = {name: f"https://localhost:{server.port}/" for name, server in self.servers.items()}

@@ -1,9 +1,12 @@
 """What the tool prints, and how its runs end."""
 
 import json
+import os
+import signal
+import subprocess
 import unittest
 
-from tool_case import ToolCase
+from tool_case import TIMEOUT, TOOL, ToolCase
 
 
 UNFINISHED = b"HTTP/1.1 404 Reason\r\nContent-Length: 9\r\n\r\n"
@@ -50,6 +53,11 @@ class RunsTest(ToolCase):
                 ["-w", "%{http_version} %header{x-one} %{header{X-One}} %{header_json}"],
                 "/",
                 b'hello\n1.1 1 1 {"content-length":["6"],"x-one":["1"]}',
+            ),
+            (
+                ["-w", "%{remote_ip} %{remote_port} %{local_ip} %{ssl_verify_result}"],
+                "/",
+                f"hello\n127.0.0.1 {self.server.port} 127.0.0.1 0".encode(),
             ),
             (
                 ["-d", "a", "-w", "%{method}%{urlnum}", "--rate", "1000/s", self.url("/echo"), "--next"],
@@ -194,6 +202,21 @@ class RunsTest(ToolCase):
         ]:
             self.assertIn(piece, trace)
 
+    def test_an_interrupt_shows_what_there_was(self):
+        head = b"HTTP/1.1 200 Reason\r\nContent-Length: 9\r\n\r\n"
+        arguments = ["-i", "--trace-ascii", "trace", self.url("/unfinished/200")]
+        with subprocess.Popen(
+            [TOOL, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.folder
+        ) as tool:
+            output = b""
+            while b"begun" not in output:  # written as it comes
+                output += os.read(tool.stdout.fileno(), 100)
+            self.assertIn(b"=> Send header", self.read("trace"))
+            tool.send_signal(signal.SIGINT)
+            rest, errors = tool.communicate(timeout=TIMEOUT)
+            self.assertEqual((tool.returncode, output + rest), (130, head + b"begun"))
+            self.assertIn(b"tnx: (130) interrupted", errors)
+
     def test_parallel_bodies_stay_whole_and_in_order(self):
         urls = [self.url(f"/echo?{n}") for n in range(20)]
         result = self.run_tool("-sZ", "-d", "x" * 100, "-w", "%{urlnum}\\n", *urls)
@@ -221,6 +244,9 @@ class RunsTest(ToolCase):
                 "bodyLength",
                 "cookies",
                 "times",
+                "connection",
+                "hops",
+                "failure",
                 "debug",
             ],
         )
@@ -258,9 +284,13 @@ class RunsTest(ToolCase):
         self.assertEqual(second["effectiveUrl"], self.url("/"))
         self.assertEqual(second["headers"], {"content-length": ["6"], "x-one": ["1"]})
         self.assertGreater(second["times"]["total"], 0)
+        self.assertTrue(second["connection"]["reused"])
+        self.assertEqual(second["connection"]["remotePort"], self.server.port)
+        self.assertEqual(second["hops"], [{"url": self.url("/"), "status": 200}])
         failed = self.run_tool("--as-json", self.url("/drop"))
         self.assertEqual(json.loads(failed.stdout)["errorCode"], 1007900052)
         self.assertEqual(json.loads(failed.stdout)["status"], 0)
+        self.assertIn("reply", json.loads(failed.stdout)["failure"])
 
     def test_archive(self):
         self.run_tool("-sL", "--har", "har", "-u", "me:word", self.url("/to/x?a=b%20c"))
@@ -427,6 +457,12 @@ class RunsTest(ToolCase):
             (["-b", "/", self.url("/")], 26, b"tnx: (26) the cookies of '/'", b""),
             (["-c", "no/such/folder", self.url("/")], 23, b"tnx: (23) the cookies to", b"hello\n"),
             (["-r", "x", self.url("/")], 2, b"option -r: expected a-b", b""),
+            (["--max-filesize", "3", self.url("/")], 63, b"tnx: (63) ", b""),
+            (["-L", "--max-redirs", "0", self.url("/to/x")], 47, b"tnx: (47) ", b""),
+            (["-6", self.url("/")], 6, b"tnx: (6) ", b""),
+            (["-y", "1", self.url("/unfinished/200")], 28, b"tnx: (28) ", b"begun"),
+            (["--interface", "192.0.2.1", self.url("/")], 45, b"tnx: (45) ", b""),
+            (["--unix-socket", "nowhere", self.url("/")], 7, b"tnx: (7) ", b""),
             (["-o", "/dev/full", self.url("/big")], 23, b"No space left on device", b""),
             (["-T", "nowhere", self.url("/")], 26, b"tnx: (26) cannot read 'nowhere': No", b""),
             (["-T", "/", self.url("/x")], 26, b"tnx: (26) cannot read '/': Is a directory", b""),
@@ -453,6 +489,11 @@ class RunsTest(ToolCase):
         result = self.run_tool("-s", "--retry", "2", "--retry-delay", "0", self.url("/flaky"))
         self.assertEqual((result.returncode, result.stdout), (0, b"at last\n"))
         self.assertEqual(len(self.server.take()), 2)
+        self.run_tool("-si", "--retry", "2", "--retry-delay", "0", "-o", "f", self.url("/flaky"))
+        self.assertEqual(
+            self.read("f"), b"HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\nat last\n"
+        )
+        self.server.take()
         result = self.run_tool(
             "--retry", "2", "--retry-delay", "0", "-w", "%{num_retries}", self.url("/status/503/0")
         )

@@ -34,13 +34,18 @@ class Request:
 class Server:
     """Answers one request after another on each connection, until it is stopped."""
 
-    def __init__(self, tls=None):
+    def __init__(self, tls=None, path=None):
         self.tls = tls
         self.requests = []
         self.tries = {}
         self.lock = threading.Lock()
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
+        if path:
+            self.listener = socket.socket(socket.AF_UNIX)
+            self.listener.bind(path)
+            self.listener.listen()
+        else:
+            self.listener = socket.create_server(("127.0.0.1", 0))
+            self.port = self.listener.getsockname()[1]
         threading.Thread(target=self.accept, daemon=True).start()
 
     def take(self):
@@ -60,7 +65,8 @@ class Server:
             except OSError:
                 return
             connection.settimeout(20)
-            connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            if connection.family == socket.AF_INET:
+                connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
 
     def serve(self, connection):

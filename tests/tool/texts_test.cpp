@@ -6,12 +6,12 @@
 #include "cli/answer/conversation.h"
 #include "cli/answer/phases.h"
 #include "cli/base/url.h"
-#include "cli/explain/attempts.h"
 #include "cli/output/dump.h"
 #include "cli/output/json_layout.h"
 #include "cli/output/meter.h"
 #include "cli/output/write_out.h"
 #include "cli/run/retry.h"
+#include "cli/run/speed_watch.h"
 
 namespace
 {
@@ -72,36 +72,36 @@ TEST(Conversation, IsReadHopByHop)
     EXPECT_EQ(exchanges[1]->target, "/b?c");
     EXPECT_EQ(exchanges[1]->version, "2");
     EXPECT_EQ(exchanges[1]->status, 204);
-    EXPECT_TRUE(conversation.received.starts_with("HTTP/1.1 200 OK\r\n\r\nHTTP/1.1 100"));
 }
 
 TEST(Dump, LooksAsCurlsDoes)
 {
-    DebugList list = {{TNX_DEBUG_TEXT, "hello"},
-                      {TNX_DEBUG_HEADER_OUT, "GET / HTTP/1.1\r\nHost: a\r\n\r\n"},
-                      {TNX_DEBUG_HEADER_IN, "HTTP/1.1 200 OK\r\n"},
-                      {TNX_DEBUG_DATA_IN, "x=1\ny"}};
-    EXPECT_EQ(VerboseText(list.First(), false),
-              "* hello\n> GET / HTTP/1.1\n> Host: a\n> \n< HTTP/1.1 200 OK\n");
-    EXPECT_EQ(TraceText(list.First(), false), "== Info: hello\n"
-                                              "=> Send header, 27 bytes (0x1b)\n"
-                                              "0000: GET / HTTP/1.1\n"
-                                              "0010: Host: a\n"
-                                              "0019: \n"
-                                              "<= Recv header, 17 bytes (0x11)\n"
-                                              "0000: HTTP/1.1 200 OK\n"
-                                              "<= Recv data, 5 bytes (0x5)\n"
-                                              "0000: x=1.y\n");
-    DebugList data = {{TNX_DEBUG_DATA_OUT, "0123456789abcdefg"}};
-    EXPECT_EQ(TraceText(data.First(), true),
-              "=> Send data, 17 bytes (0x11)\n"
-              "0000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
-              "0010: 67                                              g\n");
     const std::string width(64, 'w'); // a line end right behind a full row makes no empty one
-    const std::string longText = width + "\r\nz";
-    DebugList wide = {{TNX_DEBUG_DATA_OUT, longText}};
-    EXPECT_EQ(TraceText(wide.First(), false),
-              "=> Send data, 67 bytes (0x43)\n0000: " + width + "\n0042: z\n");
+    const struct {
+        uint32_t kind;
+        std::string bytes;
+        std::string verbose;
+        bool hex;
+        std::string trace;
+    } cases[] = {
+        {TNX_DEBUG_TEXT, "hello", "* hello\n", false, "== Info: hello\n"},
+        {TNX_DEBUG_HEADER_OUT, "GET / HTTP/1.1\r\nHost: a\r\n\r\n",
+         "> GET / HTTP/1.1\n> Host: a\n> \n", false,
+         "=> Send header, 27 bytes (0x1b)\n0000: GET / HTTP/1.1\n0010: Host: a\n0019: \n"},
+        {TNX_DEBUG_HEADER_IN, "HTTP/1.1 200 OK\r\n", "< HTTP/1.1 200 OK\n", false,
+         "<= Recv header, 17 bytes (0x11)\n0000: HTTP/1.1 200 OK\n"},
+        {TNX_DEBUG_DATA_IN, "x=1\ny", "", false, "<= Recv data, 5 bytes (0x5)\n0000: x=1.y\n"},
+        {TNX_DEBUG_DATA_OUT, "0123456789abcdefg", "", true,
+         "=> Send data, 17 bytes (0x11)\n"
+         "0000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
+         "0010: 67                                              g\n"},
+        {TNX_DEBUG_DATA_OUT, width + "\r\nz", "", false,
+         "=> Send data, 67 bytes (0x43)\n0000: " + width + "\n0042: z\n"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(VerboseText(c.kind, c.bytes, false), c.verbose);
+        EXPECT_EQ(TraceText(c.kind, c.bytes, c.hex), c.trace);
+    }
 }
 
 TEST(Json, IsLaidOutByteForByteOrLeftAlone)
@@ -263,26 +263,20 @@ TEST(Phases, EndWhereTheTransferFailed)
     EXPECT_EQ(good[4].end - good[4].begin, 10);
 }
 
-TEST(Attempts, AreReadPerAddress)
+TEST(Speed, IsWatchedOverItsTime)
 {
-    const auto attempts = ReadAttempts(
-        {"  Trying 192.0.2.1:443...", "connect to 192.0.2.1 port 443 failed: Connection refused",
-         "  Trying [2001:db8::1]:443...", "  Trying 192.0.2.2:443...",
-         "Connected to example.org (192.0.2.2) port 443 (#0)"});
-    ASSERT_EQ(attempts.size(), 3U);
-    EXPECT_EQ(attempts[0].reason, "Connection refused");
-    EXPECT_EQ(attempts[1].address, "2001:db8::1");
-    EXPECT_EQ(attempts[1].result, Attempt::NO_ANSWER);
-    EXPECT_EQ(attempts[2].result, Attempt::CONNECTED);
-    EXPECT_EQ(attempts[2].host, "example.org");
-
-    // As libcurl 8 has it when TLS fails.
-    const auto newer = ReadAttempts(
-        {"  Trying [::1]:443...", "connect to ::1 port 443 from ::1 port 5 failed: Network is down",
-         "  Trying 192.0.2.2:443...", "expired (TLS handshake, host example.org, 3.0 ms)"});
-    ASSERT_EQ(newer.size(), 2U);
-    EXPECT_EQ(newer[0].reason, "Network is down");
-    EXPECT_EQ(newer[1].result, Attempt::CONNECTED);
+    SpeedWatch watch(10, std::chrono::seconds(2));
+    const SpeedWatch::Time start = std::chrono::steady_clock::now();
+    const struct {
+        int milliseconds;
+        uint64_t bytes;
+        bool slow;
+    } cases[] = {{0, 5, false},     {1900, 5, false}, {2000, 25, false}, // a new window
+                 {3900, 26, false}, {4100, 44, true}, {4200, 44, false}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(watch.IsSlow(c.bytes, start + std::chrono::milliseconds(c.milliseconds)), c.slow)
+            << c.milliseconds;
+    }
 }
 
 TEST(Meter, ShowsBytesRateAndTimeLeft)
