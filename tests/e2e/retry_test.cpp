@@ -63,6 +63,9 @@ TEST_F(RetryTest, RepeatsWhatMayPassAndMayBeRepeated)
     };
     const auto fails = [](Call &call) { OVX_Tnx_SetRequestFailOnHttpError(call.Get(), true); };
     const auto late = [](Call &call) { call.configuration.transfer.transferTimeout = 50; };
+    const auto idle = [](Call &call) {
+        OVX_Tnx_SetRequestLimit(call.Get(), TNX_LIMIT_IDLE_TIME, 50);
+    };
     const struct {
         const char *method;
         std::string target;
@@ -93,6 +96,7 @@ TEST_F(RetryTest, RepeatsWhatMayPassAndMayBeRepeated)
         {"GET", "/truncate?n=10&of=100", streams, TNX_ERR_TRUNCATED_BODY, 200, 1},
         {"GET", "/truncate?n=10&of=100", follows, TNX_ERR_TRUNCATED_BODY, 200, 1},
         {"GET", "/stall?ms=30000", late, TNX_ERR_TIMEOUT, 0, 3},
+        {"GET", "/stall?ms=30000&idle", idle, TNX_ERR_TIMEOUT, 0, 3},
     };
     for (const auto &row : rows) {
         for (const bool synchronous : {false, true}) {

@@ -2,8 +2,6 @@
 #ifndef TNX_ENGINE_TLS_OPTIONS_H
 #define TNX_ENGINE_TLS_OPTIONS_H
 
-#include <string_view>
-
 #include <curl/curl.h>
 
 #include "options.h"
@@ -27,12 +25,6 @@ CURLcode SetProxyTls(CURL *easy, const SecurityConfiguration &security);
 // The credential, if there is one.
 CURLcode SetServerCredential(CURL *easy, const SecurityConfiguration &security);
 CURLcode SetProxyCredential(CURL *easy, const SecurityConfiguration &security);
-
-// Why a certificate was refused, if that is what a TLS message to the peer says. Static, or null.
-const char *RefusedCertificate(std::string_view message);
-
-// Whether the message is the alert of a server that speaks no protocol which was offered to it.
-bool RefusesProtocol(std::string_view message);
 
 } // namespace OHOS::Pelloria::Tnx
 

@@ -93,6 +93,8 @@ public:
     void Stop();
 
 private:
+    static constexpr uint64_t MAX_SKIPPED = 64 * 1024; // costs less than another connection
+
     bool EndOfBlock();
     bool AnnouncesTooMuch() const;
     uint64_t MostBytes() const;

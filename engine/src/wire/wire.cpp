@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "curl/quirks.h"
-#include "curl/tls_options.h"
+#include "curl/tls_alert.h"
 #include "curl/tls_peer.h"
 #include "curl/wiping_allocator.h"
 
@@ -73,11 +73,6 @@ void Wire::SetTables()
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.lines.Get());
     curl_easy_setopt(easy, CURLOPT_RESOLVE, routing_.Resolve());
     curl_easy_setopt(easy, CURLOPT_CONNECT_TO, routing_.ConnectTo());
-}
-
-CURLcode Wire::Resume()
-{
-    return curl_easy_pause(easy_.get(), CURLPAUSE_CONT);
 }
 
 void Wire::Stop() noexcept

@@ -91,7 +91,7 @@ public:
     CURLcode Start(const Order &order, WireSink &sink);
 
     // A direction that paused goes on.
-    CURLcode Resume();
+    CURLcode Resume() { return curl_easy_pause(easy_.get(), CURLPAUSE_CONT); }
 
     // Nothing more comes. Does no harm when the exchange is over.
     void Stop() noexcept;
