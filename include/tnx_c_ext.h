@@ -15,6 +15,7 @@
 #include "tnx_c_ext/executor.h"
 #include "tnx_c_ext/header_fields.h"
 #include "tnx_c_ext/limits.h"
+#include "tnx_c_ext/request_target.h"
 #include "tnx_c_ext/retry.h"
 #include "tnx_c_ext/trace.h"
 #include "tnx_c_ext/transfer.h"

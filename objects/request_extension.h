@@ -25,6 +25,7 @@ struct RequestExtras {
     RequestLimits limits;
     RequestBody body;
     std::vector<std::string> omittedHeaders; // in lower case
+    std::string target;                      // empty: the URL's
 };
 
 struct ExtendedRequest {

@@ -5,10 +5,13 @@
 #include "objects/tnx_headers.h"
 #include "tnx_c_ext/errors.h"
 #include "tnx_c_ext/header_fields.h"
+#include "tnx_c_ext/request_target.h"
 #include "tnx_platform/bounded.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include <strings.h>
@@ -98,6 +101,20 @@ uint32_t OVX_Tnx_SetRequestFailOnHttpError(Tnx_Request *request, bool fail) noex
     }
     extended->failOnHttpError = fail;
     return TNX_OK;
+}
+
+uint32_t OVX_Tnx_SetRequestTarget(Tnx_Request *request, const char *target) noexcept
+{
+    const std::string_view text = target == nullptr ? "*" : target;
+    const bool fits =
+        std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 127; });
+    if (text.empty() || !fits) {
+        return TNX_ERR_PARAMETER;
+    }
+    return ChangeExtras(request, [target](RequestExtras &extras) {
+        extras.target = target == nullptr ? "" : target;
+        return uint32_t{TNX_OK};
+    });
 }
 
 uint32_t OVX_Tnx_OmitRequestHeader(Tnx_Request *request, const char *name) noexcept

@@ -58,6 +58,14 @@ const RequestBody *OwnBodyOf(const Tnx_Request &request)
     return given ? &extended->extras->body : nullptr;
 }
 
+void SetTarget(Tnx::Request &out, const Tnx_Request &request)
+{
+    const ExtendedRequest *extended = ExtensionOf(&request);
+    if (extended != nullptr && extended->extras != nullptr) {
+        out.SetTarget(extended->extras->target);
+    }
+}
+
 // Marks the fields that are to be left out.
 void OmitHeaders(Tnx::Headers &headers, const Tnx_Request &request)
 {
@@ -188,6 +196,7 @@ std::shared_ptr<Tnx::Request> TnxToCppRequest(const Tnx_SessionConfiguration *se
     if (request->method != nullptr) { // the engine's default is GET
         out->SetMethod(request->method);
     }
+    SetTarget(*out, *request);
     out->SetHeaders(MakeHeaders(sessionConfiguration, *request));
     out->SetRequestCookies(MakeCookies(sessionConfiguration, *request));
     if (CarriesBody(out->GetMethod())) {

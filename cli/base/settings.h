@@ -164,8 +164,10 @@ struct Settings : RunSettings {
     RetrySettings retry;
     std::map<uint32_t, int64_t> limits;         // by Tnx_RequestLimit
     std::map<uint32_t, std::string> connection; // by Tnx_ConnectionSetting
-    uint64_t slowest = 1;                       // bytes a second
-    uint32_t slowTime = 0;                      // seconds; 0: it may be as slow as it likes
+    Text requestTarget;
+    bool pathAsIs = false;
+    uint64_t slowest = 1;  // bytes a second
+    uint32_t slowTime = 0; // seconds; 0: it may be as slow as it likes
 
     // What is shown.
     bool include = false;

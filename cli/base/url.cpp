@@ -1,6 +1,7 @@
 // The little that the tool has to know about URLs.
 #include "url.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "handles.h"
@@ -118,6 +119,15 @@ std::string UrlPort(std::string_view url)
         return std::string(authority.substr(mark + 1));
     }
     return UrlScheme(url) == "https" ? "443" : "80";
+}
+
+std::string UrlTarget(std::string_view url)
+{
+    std::string_view rest = url.substr(0, url.find('#'));
+    rest.remove_prefix(std::min(rest.size(), rest.find("://") + 3));
+    const size_t begin = std::min(rest.find_first_of("/?"), rest.size());
+    const std::string target(rest.substr(begin));
+    return target.starts_with('/') ? target : "/" + target;
 }
 
 std::string_view UrlQuery(std::string_view url)

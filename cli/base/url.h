@@ -29,6 +29,7 @@ std::string_view UrlAuthority(std::string_view url); // without user and passwor
 std::string_view UrlUser(std::string_view url);      // "user" or "user:password", as it stands
 std::string_view UrlHost(std::string_view url);
 std::string UrlPort(std::string_view url);
+std::string UrlTarget(std::string_view url);     // path and query, as they stand; at least "/"
 std::string_view UrlQuery(std::string_view url); // without the question mark
 
 } // namespace TnxTool

@@ -103,6 +103,7 @@ Request::Request(const Settings &settings, const Job &job, uint64_t offset,
     request_->cookies = cookies_.get();
     request_->configuration = &configuration_;
     AddUser(settings);
+    AddTarget(settings);
     AddLimits(settings);
     OVX_Tnx_SetRequestFailOnHttpError(request_.get(), settings.fail);
 }
@@ -132,6 +133,17 @@ void Request::AddUser(const Settings &settings)
         configuration_.security.credentialKind = settings.server.credentialKind;
         configuration_.security.credentialName = user_->c_str();
         configuration_.security.credentialPassword = user_->c_str() + mark + 1;
+    }
+}
+
+void Request::AddTarget(const Settings &settings)
+{
+    Text target = settings.requestTarget;
+    if (!target && settings.pathAsIs) {
+        target = UrlTarget(url_);
+    }
+    if (target && OVX_Tnx_SetRequestTarget(request_.get(), target->c_str()) != TNX_OK) {
+        throw UsageError("'" + *target + "' cannot be asked for");
     }
 }
 

@@ -30,6 +30,7 @@ public:
 
 private:
     void AddHeaders(const Settings &settings, bool upload);
+    void AddTarget(const Settings &settings);
     void AddLimits(const Settings &settings);
     void AddUser(const Settings &settings);
     void AddCookies(const Settings &settings);

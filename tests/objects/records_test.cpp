@@ -1,6 +1,7 @@
 // Headers, cookies and forms: what is kept, what is refused, and in which order it comes back.
 #include "common/c_ptr.h"
 #include "tnx_c_ext/header_fields.h"
+#include "tnx_c_ext/request_target.h"
 #include "tnx_platform/controls.h"
 
 #include <gtest/gtest.h>
@@ -139,6 +140,11 @@ TEST(RecordsTest, RefuseNullEverywhere)
         OVX_Tnx_ReplaceHeaderValue(headers.get(), nullptr, "v"),
         OVX_Tnx_ReplaceHeaderValue(headers.get(), "n", nullptr),
         OVX_Tnx_RemoveHeader(nullptr, "n"),
+        OVX_Tnx_SetRequestTarget(nullptr, "*"),
+        OVX_Tnx_SetRequestTarget(request.get(), ""),
+        OVX_Tnx_SetRequestTarget(request.get(), "/a b"),
+        OVX_Tnx_SetRequestTarget(request.get(), "/\n"),
+        OVX_Tnx_SetRequestTarget(request.get(), "/\xc3\xa4"),
         OVX_Tnx_OmitRequestHeader(nullptr, "n"),
         OVX_Tnx_OmitRequestHeader(request.get(), nullptr),
         OVX_Tnx_OmitRequestHeader(request.get(), "n:"),

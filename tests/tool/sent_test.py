@@ -67,6 +67,8 @@ class SentTest(ToolCase):
             (["-4", "--interface", "127.0.0.1"], "GET /echo", [], b""),
             (["--connect-to", "::127.0.0.1:"], "GET /echo", [], b""),
             (["--limit-rate", "10M", "--max-filesize", "1K"], "GET /echo", [], b""),
+            (["--request-target", "/a/../b?c"], "GET /a/../b?c", [], b""),
+            (["--path-as-is"], "GET /echo", [], b""),
             (["-H", "@fields"], "GET /echo", ["X-A: 1", "X-B: 2"], b""),
             (["-H", "X-Empty;"], "GET /echo", ["X-Empty:"], b""),
             (["-r", "0-4,-2"], "GET /echo", ["Range: bytes=0-4,-2"], b""),
@@ -94,6 +96,13 @@ class SentTest(ToolCase):
                 self.assertEqual(len(names), len(set(names)), request.fields)
                 if line.startswith("GET"):
                     self.assertNotIn("content-type", names)
+
+    def test_a_path_as_it_is(self):
+        for path, target in [("/a/./../echo?x#y", "/a/./../echo?x"), ("?x", "/?x"), ("", "/")]:
+            for tool in [None, CURL] if CURL else [None]:
+                more = {"tool": tool} if tool else {}
+                self.run_tool("-s", "--path-as-is", self.url(path), **more)
+                self.assertEqual(self.server.take()[0].line, f"GET {target} HTTP/1.1")
 
     def test_requests_without_what_is_usual(self):
         gone = ["Host", "Accept", "User-Agent", "Content-Type"]

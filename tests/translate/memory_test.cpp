@@ -173,8 +173,8 @@ TEST(TranslateMemoryTest, SettingsOfConnectionsAreMadeOrStay)
             happened = failure.Happened();
             EXPECT_EQ(code, happened ? uint32_t{TNX_ERR_OUT_OF_MEMORY} : uint32_t{TNX_OK});
         }
-        const auto &limits = TnxToCppRequest(nullptr, request.get())->GetConfiguration().limits;
-        EXPECT_EQ(limits == nullptr, happened);
+        const auto translated = TnxToCppRequest(nullptr, request.get());
+        EXPECT_EQ(translated->GetConfiguration().limits == nullptr, happened);
         return happened;
     });
     EXPECT_GT(failures, 4);

@@ -27,6 +27,7 @@ public:
     {
     }
 
+    void SetTarget(std::string target) { target_ = std::move(target); }
     void SetMethod(std::string method) { method_ = std::move(method); }
     void SetHeaders(Headers headers) { headers_ = std::move(headers); }
     void SetRequestCookies(RequestCookies cookies) { cookies_ = std::move(cookies); }
@@ -45,6 +46,8 @@ public:
 
     const std::string &GetId() const { return id_; }
     const std::string &GetUrl() const { return url_; }
+    // What the request line has in place of the URL's path and query; empty: these.
+    const std::string &GetTarget() const { return target_; }
     const std::string &GetMethod() const { return method_; }
     const Headers &GetHeaders() const { return headers_; }
     const RequestCookies &GetRequestCookies() const { return cookies_; }
@@ -59,6 +62,7 @@ public:
 private:
     const std::string id_; // the application's; not read here
     const std::string url_;
+    std::string target_;
     std::string method_ = "GET";
     Headers headers_;
     RequestCookies cookies_;

@@ -199,6 +199,11 @@ CURLcode Wire::SetRest(Sender &sender)
     const SecurityConfiguration &security = request_->GetConfiguration().security;
     const WebProxy &proxy = request_->GetConfiguration().proxy;
     const bool secure = hop_->url->Secure();
+    const std::string &target = request_->GetTarget();
+    set(hop_->redirects == 0 && !target.empty(), [&] {
+        SetText(easy, CURLOPT_REQUEST_TARGET, target.c_str());
+        return CURLE_OK;
+    });
     set(hop_->body && !sender.IsText(),
         [&] { return sender.SetOptions(easy, headers_.contentLength); });
     set(!route_->proxy.Direct(), [&] { return SetProxy(); });
